@@ -1,0 +1,65 @@
+// Names of the Windows C library: calendar time in the range that it has, and comparisons without regard to case.
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "platform/posix/Ascii.h"
+#include "platform/win32.h"
+
+namespace velmora::platform {
+
+namespace {
+
+constexpr int64_t kEndOfYear3000 = INT64_C(32'535'215'999);
+
+bool InRange(int64_t seconds) { return seconds >= 0 && seconds <= kEndOfYear3000; }
+
+using Convert = struct tm* (*)(const time_t*, struct tm*);
+
+errno_t ToParts(struct tm* parts, const __time64_t* time, Convert convert)
+{
+    if (!parts) return EINVAL;
+    if (time && InRange(*time)) {
+        const auto seconds = static_cast<time_t>(*time);
+        if (convert(&seconds, parts)) return 0;
+    }
+    *parts = {};
+    parts->tm_sec = parts->tm_min = parts->tm_hour = parts->tm_mday = parts->tm_mon = parts->tm_year = -1;
+    parts->tm_wday = parts->tm_yday = parts->tm_isdst = -1;
+    return EINVAL;
+}
+
+}  // namespace
+
+}  // namespace velmora::platform
+
+using namespace velmora::platform;
+
+__time64_t _mktime64(struct tm* parts)
+{
+    if (parts) {
+        struct tm copy = *parts;
+        const auto seconds = static_cast<int64_t>(mktime(&copy));
+        if (InRange(seconds)) {
+            *parts = copy;
+            return seconds;
+        }
+    }
+    errno = EINVAL;
+    return -1;
+}
+
+errno_t _localtime64_s(struct tm* parts, const __time64_t* time) { return ToParts(parts, time, localtime_r); }
+
+errno_t _gmtime64_s(struct tm* parts, const __time64_t* time) { return ToParts(parts, time, gmtime_r); }
+
+int _strnicmp(const char* a, const char* b, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const int difference = static_cast<unsigned char>(LowerByte(a[i])) - static_cast<unsigned char>(LowerByte(b[i]));
+        if (difference != 0 || a[i] == '\0') return difference;
+    }
+    return 0;
+}
+
+int _stricmp(const char* a, const char* b) { return _strnicmp(a, b, SIZE_MAX); }

@@ -1,0 +1,138 @@
+// The event log: the system's log daemon, under the identity "Velmora", or the file that VELMORA_EVENTLOG names.
+//
+// Datagrams go to the daemon directly, not through syslog(): that function has one identity a process, and it is the
+// host's. In a file, one event is one line, written by one call, with tabs between its parts: time, type, event number,
+// strings; "\", tab and line ends inside a string are escaped.
+#include "platform/posix/EventLog.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/posix/OpenFiles.h"
+
+namespace velmora::platform {
+
+namespace {
+
+struct EventSourceObject : HandleObject {
+    static constexpr HandleKind kKind = HandleKind::EventSource;
+    explicit EventSourceObject(const char* of) : HandleObject(kKind), source(of ? of : "") {}
+    std::string source;
+};
+
+struct TypeRow {
+    WORD type;
+    int severity;  // as the log daemon counts
+    const char* name;
+};
+constexpr TypeRow kTypes[] = {
+    {EVENTLOG_ERROR_TYPE, 3, "ERROR"},
+    {EVENTLOG_WARNING_TYPE, 4, "WARNING"},
+    {EVENTLOG_INFORMATION_TYPE, 6, "INFORMATION"},
+    {EVENTLOG_SUCCESS, 6, "SUCCESS"},
+};
+
+const TypeRow& TypeOf(WORD type)
+{
+    for (const TypeRow& row : kTypes) {
+        if (row.type == type) return row;
+    }
+    return kTypes[2];
+}
+
+void AppendEscaped(std::string& line, const char* text)
+{
+    for (; *text; ++text) {
+        switch (*text) {
+            case '\\':
+                line += "\\\\";
+                break;
+            case '\t':
+                line += "\\t";
+                break;
+            case '\r':
+                line += "\\r";
+                break;
+            case '\n':
+                line += "\\n";
+                break;
+            default:
+                line += *text;
+        }
+    }
+}
+
+std::string TimeText(const char* format, bool local)
+{
+    const time_t now = time(nullptr);
+    struct tm parts {};
+    local ? localtime_r(&now, &parts) : gmtime_r(&now, &parts);
+    char text[40];
+    return {text, strftime(text, sizeof(text), format, &parts)};
+}
+
+DWORD AppendToFile(const char* path, const std::string& line)
+{
+    const Descriptor file(OpenFile(path, O_WRONLY | O_CREAT | O_APPEND, 0666));
+    if (!file.IsOpen()) return PresentError();
+    return write(file.Get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()) ? 0 : PresentError();
+}
+
+}  // namespace
+
+DWORD SendToLogDaemon(const char* socketPath, int severity, const std::string& text)
+{
+    constexpr int kUserFacility = 1 << 3;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", socketPath);
+    const Descriptor log(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!log.IsOpen()) return PresentError();
+    constexpr size_t kLongestText = 8000;  // daemons cut or refuse longer ones
+    const std::string message = "<" + std::to_string(kUserFacility | severity) + ">" + TimeText("%b %e %H:%M:%S", true) + " Velmora[" +
+                                std::to_string(getpid()) + "]: " + text.substr(0, kLongestText);
+    const ssize_t sent = sendto(log.Get(), message.data(), message.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address),
+                                static_cast<socklen_t>(sizeof(address)));
+    return sent >= 0 ? 0 : PresentError();
+}
+
+}  // namespace velmora::platform
+
+using namespace velmora::platform;
+
+HANDLE RegisterEventSourceA(LPCSTR, LPCSTR source) { return MakeHandle(std::make_unique<EventSourceObject>(source)); }
+
+BOOL ReportEventA(HANDLE log, WORD type, WORD, DWORD eventId, PSID, WORD stringCount, DWORD, LPCSTR* strings, LPVOID)
+{
+    if (!HandleAs<EventSourceObject>(log)) return FALSE;
+    const TypeRow& row = TypeOf(type);
+    std::string text;
+    for (WORD i = 0; i < stringCount; ++i) {
+        if (i > 0) text += '\t';
+        if (strings[i]) AppendEscaped(text, strings[i]);
+    }
+    DWORD error;
+    const char* file = getenv("VELMORA_EVENTLOG");
+    if (file && *file) {
+        char number[16];
+        std::snprintf(number, sizeof(number), "0x%08X", eventId);
+        error = AppendToFile(file, TimeText("%Y-%m-%dT%H:%M:%SZ", false) + '\t' + row.name + '\t' + number + '\t' + text + '\n');
+    } else {
+        error = SendToLogDaemon("/dev/log", row.severity, text);
+    }
+    return error == 0 ? TRUE : Fail(error);
+}
+
+BOOL DeregisterEventSource(HANDLE log) { return TakeHandle(log, HandleKind::EventSource) != nullptr; }
+
+void OutputDebugStringA(LPCSTR text)
+{
+    if (text && getenv("VELMORA_DEBUGSTRING")) std::fputs(text, stderr);
+}

@@ -1,0 +1,242 @@
+// Settings: the two roots of the registry, each a text file in regedit's format (RegistryFile.h).
+//
+// The file is looked at whenever a key is opened: a value changed on disk is seen by the next open. What was parsed is
+// kept as long as the file is the same by inode, size and last-write time.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/posix/OpenFiles.h"
+#include "platform/posix/RegistryFile.h"
+
+namespace velmora::platform {
+
+namespace {
+
+constexpr size_t kLargestFile = 16 * 1024 * 1024;
+constexpr int64_t kYoungNanoseconds = 20'000'000;
+constexpr size_t kFilesKept = 8;
+
+struct Root {
+    uintptr_t key;            // the predefined key's number
+    const char* name;         // as it stands in the file
+    const char* environment;  // the variable that names another file
+    const char* file;         // below the home directory when it does not begin with "/"
+};
+
+constexpr uintptr_t kLocalMachine = static_cast<uintptr_t>(intptr_t{static_cast<int32_t>(0x80000002u)});
+constexpr uintptr_t kCurrentUser = static_cast<uintptr_t>(intptr_t{static_cast<int32_t>(0x80000001u)});
+
+constexpr Root kRoots[] = {
+    {kLocalMachine, "HKEY_LOCAL_MACHINE", "VELMORA_REGISTRY", "/etc/velmora/registry.reg"},
+    {kCurrentUser, "HKEY_CURRENT_USER", "VELMORA_USER_REGISTRY", ".config/velmora/registry.reg"},
+};
+
+std::string FileOf(const Root& root)
+{
+    const char* named = getenv(root.environment);
+    if (named && *named) return named;
+    if (root.file[0] == '/') return root.file;
+    const char* home = getenv("HOME");
+    return home && *home ? std::string(home) + '/' + root.file : std::string();
+}
+
+struct KeptFile {
+    std::string path;
+    struct stat info {};
+    bool settled = false;  // read long enough after its last change for that to be the last
+    std::shared_ptr<const RegistryKeys> keys;
+};
+
+struct Keeper {
+    std::mutex lock;
+    std::vector<KeptFile> files;
+};
+
+Keeper& TheKeeper()
+{
+    static Keeper& keeper = *new Keeper;
+    return keeper;
+}
+
+bool SameContents(const struct stat& a, const struct stat& b)
+{
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+bool ReadAll(int fd, std::string& bytes)
+{
+    char piece[16 * 1024];
+    while (bytes.size() <= kLargestFile) {
+        const ssize_t got = read(fd, piece, sizeof(piece));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return false;
+        if (got == 0) return true;
+        bytes.append(piece, static_cast<size_t>(got));
+    }
+    return false;
+}
+
+bool IsSettled(const struct stat& info)
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return (now.tv_sec - info.st_mtim.tv_sec) * 1'000'000'000 + (now.tv_nsec - info.st_mtim.tv_nsec) > kYoungNanoseconds;
+}
+
+void ReportFault(const std::string& path, const RegistryFault& fault)
+{
+    std::fprintf(stderr, "%s:%zu: %s; the settings before this line count\n", path.c_str(), fault.line, fault.reason.c_str());
+}
+
+KeptFile Load(const std::string& path, int fd, const struct stat& info, const KeptFile* before)
+{
+    KeptFile file{path, info, IsSettled(info), nullptr};
+    std::string bytes;
+    RegistryContents contents;
+    if (ReadAll(fd, bytes)) {
+        contents = ParseRegistryFile(bytes);
+    } else {
+        contents.fault = RegistryFault{1, "the file cannot be read, or is larger than 16 MB"};
+    }
+    // Once a content: a file that is read again because it is young is not reported again.
+    if (contents.fault && !(before && SameContents(before->info, info))) ReportFault(path, *contents.fault);
+    file.keys = std::make_shared<const RegistryKeys>(std::move(contents.keys));
+    return file;
+}
+
+// The keys of a file as it is now; null when there is none.
+std::shared_ptr<const RegistryKeys> KeysOf(const std::string& path)
+{
+    if (path.empty()) return nullptr;
+    Keeper& keeper = TheKeeper();
+    std::lock_guard<std::mutex> hold(keeper.lock);
+    const auto kept = std::find_if(keeper.files.begin(), keeper.files.end(), [&](const KeptFile& file) { return file.path == path; });
+    struct stat info;
+    if (kept != keeper.files.end() && kept->settled && stat(path.c_str(), &info) == 0 && SameContents(info, kept->info)) return kept->keys;
+
+    const Descriptor opened(OpenFile(path.c_str(), O_RDONLY));
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return nullptr;
+    KeptFile loaded = Load(path, opened.Get(), info, kept != keeper.files.end() ? &*kept : nullptr);
+    if (kept != keeper.files.end()) {
+        *kept = std::move(loaded);
+        return kept->keys;
+    }
+    if (keeper.files.size() == kFilesKept) keeper.files.erase(keeper.files.begin());
+    keeper.files.push_back(std::move(loaded));
+    return keeper.files.back().keys;
+}
+
+struct KeyObject : HandleObject {
+    static constexpr HandleKind kKind = HandleKind::RegistryKey;
+    KeyObject(const Root& below, std::string at, std::shared_ptr<const RegistryKeys> of)
+        : HandleObject(kKind), root(below), path(std::move(at)), keys(std::move(of))
+    {
+    }
+    const Root& root;
+    const std::string path;
+    const std::shared_ptr<const RegistryKeys> keys;  // as the file was when the key was opened
+};
+
+const Root* RootOf(HKEY key)
+{
+    for (const Root& root : kRoots) {
+        if (root.key == reinterpret_cast<uintptr_t>(key)) return &root;
+    }
+    return nullptr;
+}
+
+// Adds the parts of a sub-key's path.
+void AppendPath(std::string& path, std::string_view subKey)
+{
+    while (!subKey.empty()) {
+        const size_t end = subKey.find('\\');
+        if (end != 0) path.append("\\").append(subKey.substr(0, end));
+        subKey.remove_prefix(end == std::string_view::npos ? subKey.size() : end + 1);
+    }
+}
+
+// A key's root and path: of an opened key or of a root itself. False for neither.
+bool Place(HKEY key, const Root*& root, std::string& path)
+{
+    root = RootOf(key);
+    if (root) {
+        path = root->name;
+        return true;
+    }
+    const KeyObject* object = HandleAs<KeyObject>(key);
+    if (!object) return false;
+    root = &object->root;
+    path = object->path;
+    return true;
+}
+
+LSTATUS Status(DWORD error) { return static_cast<LSTATUS>(error); }
+
+LSTATUS GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size)
+{
+    if (type) *type = value.type;
+    if (!size) return Status(ERROR_SUCCESS);
+    const DWORD room = *size;
+    *size = static_cast<DWORD>(value.data.size());
+    if (!data) return Status(ERROR_SUCCESS);
+    if (room < value.data.size()) return Status(ERROR_MORE_DATA);
+    std::memcpy(data, value.data.data(), value.data.size());
+    return Status(ERROR_SUCCESS);
+}
+
+}  // namespace
+
+}  // namespace velmora::platform
+
+using namespace velmora::platform;
+
+LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD, REGSAM, PHKEY opened)
+{
+    if (!opened) return Status(ERROR_INVALID_PARAMETER);
+    *opened = nullptr;
+    const Root* root = nullptr;
+    std::string path;
+    if (!Place(key, root, path)) return Status(ERROR_INVALID_HANDLE);
+    const bool isRoot = RootOf(key) != nullptr && (!subKey || !*subKey);
+    AppendPath(path, subKey ? subKey : "");
+    std::shared_ptr<const RegistryKeys> keys = KeysOf(FileOf(*root));
+    if (!keys) keys = std::make_shared<const RegistryKeys>();
+    if (!isRoot && !HasRegistryKey(*keys, path)) return Status(ERROR_FILE_NOT_FOUND);
+    *opened = MakeHandle(std::make_unique<KeyObject>(*root, std::move(path), std::move(keys)));
+    return Status(*opened ? ERROR_SUCCESS : ERROR_TOO_MANY_OPEN_FILES);
+}
+
+LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size)
+{
+    if (reserved || (data && !size)) return Status(ERROR_INVALID_PARAMETER);
+    if (RootOf(key)) {
+        HKEY opened = nullptr;
+        if (const LSTATUS status = RegOpenKeyExA(key, nullptr, 0, KEY_READ, &opened); status != 0) return status;
+        const LSTATUS status = RegQueryValueExA(opened, name, nullptr, type, data, size);
+        RegCloseKey(opened);
+        return status;
+    }
+    const KeyObject* object = HandleAs<KeyObject>(key);
+    if (!object) return Status(ERROR_INVALID_HANDLE);
+    const auto values = object->keys->find(object->path);
+    if (values == object->keys->end()) return Status(ERROR_FILE_NOT_FOUND);
+    const auto value = values->second.find(std::string_view(name ? name : ""));
+    return value != values->second.end() ? GiveValue(value->second, type, data, size) : Status(ERROR_FILE_NOT_FOUND);
+}
+
+LSTATUS RegCloseKey(HKEY key)
+{
+    if (RootOf(key)) return Status(ERROR_SUCCESS);
+    return Status(TakeHandle(key, HandleKind::RegistryKey) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE);
+}
