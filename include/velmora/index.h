@@ -1,0 +1,61 @@
+/* Indexes that a host holds for itself, without the per-thread folder of folder.h.
+ *
+ * These functions are for C++ hosts: the record is defined in velmora/index_records.h, and a C host has no way to make one.
+ * The host owns the record, gives it to one thread at a time, and ends with StoreIndex_Release. A record of a host's own
+ * has no mutex. */
+#ifndef VELMORA_INDEX_H
+#define VELMORA_INDEX_H
+
+#include "velmora/api.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Makes a record empty: no items, no names, kind 0. 1, or 0 for a null record. A record that was in use before must have
+ * been released, since its mutex is forgotten and not closed. */
+VELMORA_API uint64_t StoreIndex_Init(STOREINDEXTYPE* index);
+
+/* Places a record: computes its directory from its three names, unless it has one already. Looks at no file. Always 1 for
+ * a record, 0 for null. */
+VELMORA_API uint64_t StoreIndex_SetPaths(STOREINDEXTYPE* index);
+
+/* Deletes all items of a record and closes its mutex. Names and directory stay, and the record may be opened again.
+ * Changes that were not saved are lost; every item pointer of the record is invalid afterwards. 1, or 0 for null. */
+VELMORA_API uint64_t StoreIndex_Release(STOREINDEXTYPE* index);
+
+/* Brings a placed record in step with its folder.
+ *
+ * `mode`: 1 or 6 looks for the marks that other processes leave, rescans the folder's files if they ask for it, and loads
+ * the index file unless the copy in memory is still good. 4 does the same without an announcement to clients. 2 scans
+ * and loads in any case. 5 loads at once. Any other value loads if the file has changed since.
+ *
+ * 1 when the index was loaded, 2 when the copy in memory is still good, 0 on a null record, a record that has no
+ * directory, or a file that cannot be loaded; the record is then empty. After 1 every item pointer from before is
+ * invalid and unsaved changes are lost. May wait for minutes, see vlaisp.h.
+ *
+ * Throws: an exception from below is reported to the event log and goes on to the caller. A host that is not written in
+ * C++ uses StoreFolder_Open, which answers 0 in that case. */
+VELMORA_API uint64_t StoreIndex_Open(STOREINDEXTYPE* index, uint32_t mode);
+
+/* Makes the folder's directory if it is missing, sets the record's kind from its folder name and brings the index in step
+ * with the folder's files, under the folder's block file, which it takes with a single attempt. Writes the index of a mail
+ * folder when something was found. The result is that of the scan: 1, also when another process holds the folder; 0 for a
+ * null record. */
+VELMORA_API uint64_t StoreIndex_Scan(STOREINDEXTYPE* index);
+
+/* Loads a placed record without looking for marks. 1 whatever the load did, 0 for null: the load level of the record's
+ * table tells. */
+VELMORA_API uint64_t StoreIndex_Get(STOREINDEXTYPE* index);
+
+/* Writes a loaded record to its index file, whether or not it is marked as changed. Takes the folder's block file with a
+ * single attempt. 1 when the file is good or the record has no directory, with the mark cleared. 0 for null, for a record
+ * that is not loaded, and when the folder is held by somebody else or the file cannot be written; in the last two cases
+ * the folder is marked for a rescan, and what is in memory stays. */
+VELMORA_API uint64_t StoreIndex_Save(STOREINDEXTYPE* index);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,61 @@
+/* Items of the calling thread's open folder.
+ *
+ * A thread has one current item. An open, a close and a change of folder leave none; a selection or a step of a walk makes
+ * one current. With affinity 0, where threads share a folder, another thread's open may load the folder anew: the current
+ * item and the walk then end, as if nothing had been selected.
+ *
+ * Without an open folder every function here answers 0, except StoreItem_FreeProperty and StoreFolder_FindClose. */
+#ifndef VELMORA_ITEM_H
+#define VELMORA_ITEM_H
+
+#include "velmora/api.h"
+
+/* The status of a property that is not there. */
+#define VELMORA_NO_PROPERTY UINT64_C(0xFFFFFFFF)
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Reads a property of the current item by its public name.
+ *
+ * A status of the back-end: 2 with a new allocation in `*value`, which the caller gives back through
+ * StoreItem_FreeProperty, and its size in bytes in `*size`; the size of a text counts its terminating zero.
+ * VELMORA_NO_PROPERTY with `*value` null when there is no current item, no such name, or no such column in the item. 0
+ * without an open folder; `*value` and `*size` are then left alone.
+ *
+ * Four names are answered from the folder itself, with or without a current item and in any case of letters: VL_POSTOFFICE,
+ * VL_MAILBOX, VL_FOLDER and VL_FOLDER_PATH, the folder's directory. */
+VELMORA_API uint64_t StoreItem_GetProperty(const char* name, void** value, uint64_t* size);
+
+/* Writes a property of the item `itemId`, which becomes the current one and is made if the folder has no such item; with
+ * `itemId` null or empty, of the current item. `value` is text, or what the property's type asks for; null counts as an
+ * empty text. The change is in memory, and StoreFolder_Save writes it.
+ *
+ * 1 whatever became of it: a name that a mail folder does not know and a missing item are silently not stored. 0 without an
+ * open folder. */
+VELMORA_API uint64_t StoreItem_SetProperty(const char* itemId, const char* name, const void* value);
+
+/* Gives back a value of StoreItem_GetProperty; null is allowed. Always 1. */
+VELMORA_API uint64_t StoreItem_FreeProperty(void* value);
+
+/* Makes the item `itemId` current: 1, or 0 when the folder has none, and then no item is current. IDs are compared byte by
+ * byte. */
+VELMORA_API uint64_t StoreFolder_SelectItem(const char* itemId);
+
+/* Begins a walk through all items of the folder in ascending order of UID, and makes the first one current: 1, or 0 when
+ * there is none. The walk sees the items of this moment; a removed item is still walked, an inserted one is not. */
+VELMORA_API uint64_t StoreFolder_FindFirstItem(void);
+
+/* The next item of the walk: 1, or 0 at the end, from then on at every call; no item is current then. */
+VELMORA_API uint64_t StoreFolder_FindNextItem(void);
+
+/* Ends the walk and the thread's hold on its folder: it gives back one open, as StoreFolder_Close does, and the thread has
+ * no open folder afterwards. A host that goes on with the folder opens it again. Always 1. */
+VELMORA_API uint64_t StoreFolder_FindClose(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,39 @@
+/* The cached counts of a folder: answered without its index, in 52 bytes. */
+#ifndef VELMORA_STATUS_H
+#define VELMORA_STATUS_H
+
+#include "velmora/api.h"
+
+/* Words of a status, and what they count. The words that are not named are reserved and 0. */
+enum {
+    VELMORA_STATUS_ANSWERED = 3,
+    VELMORA_STATUS_FLAGGED = 4,
+    VELMORA_STATUS_FIRST_SEEN = 5, /* position from 1, in the order of UIDs, of the first seen item; 0 none */
+    VELMORA_STATUS_ITEMS = 6,
+    VELMORA_STATUS_SEEN = 7,
+    VELMORA_STATUS_RECENT = 8,
+    VELMORA_STATUS_NEW = 9,    /* new items that were added since the last full count */
+    VELMORA_STATUS_ADDED = 10, /* items that were added since the last full count */
+    VELMORA_STATUS_LAST_UID = 11,
+    VELMORA_STATUS_WORDS = 13
+};
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Reads the counts of a folder into `details`, an array of exactly 13 words that the caller owns. `folder` may be empty for
+ * the mailbox itself. 1 when anything was read, 0 otherwise; words that the file does not have keep what the caller put
+ * there. In every case words 1, 3, 7, 8 and 9 are lowered to word 6 where they are above it, compared as signed numbers.
+ * Takes no lock: the counts are a cache, and may be older than the index. A null pointer answers 0. */
+VELMORA_API uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
+
+/* Writes the counts of a folder; `details` as above, lowered in place in the same manner. 1 when all of it was written, 0
+ * when one of the names is null or empty or the file cannot be written. */
+VELMORA_API uint64_t SetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
