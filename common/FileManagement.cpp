@@ -1,0 +1,214 @@
+#include "common/FileManagement.h"
+
+#include <cstdint>
+#include <vector>
+
+#include "common/Exception.h"
+#include "common/FileIterator.h"
+#include "common/FileStream.h"
+#include "common/Text.h"
+#include "platform/win32.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr uint32_t kLinkAttribute = 0x400;  // a reparse point
+constexpr size_t kLongestPath = 32767;      // the longest that the system takes in any form
+
+[[noreturn]] void Fail(const std::string& message) { throw Exception(message, "FileManagement"); }
+
+std::string LastErrorText() { return "(GetLastError() returned " + FormatSigned(GetLastError()) + ")"; }
+
+enum class EntryKind { Missing, File, Directory, Link };
+
+EntryKind KindOf(uint32_t attributes)
+{
+    if ((attributes & kDirectoryAttribute) == 0) return EntryKind::File;
+    return attributes & kLinkAttribute ? EntryKind::Link : EntryKind::Directory;
+}
+
+EntryKind KindOfPath(const std::string& path)
+{
+    FileIterator entry(path);
+    return entry.First().empty() ? EntryKind::Missing : KindOf(entry.Attributes());
+}
+
+struct Entry {
+    std::string name;  // below the directory that was listed
+    EntryKind kind;
+};
+
+std::vector<Entry> ListDirectory(const std::string& directory)
+{
+    std::vector<Entry> entries;
+    FileIterator iterator(directory + "\\*");
+    for (std::string name = iterator.First(); iterator.HasMore(); name = iterator.Next())
+        if (name != "." && name != "..") entries.push_back({name, KindOf(iterator.Attributes())});
+    return entries;
+}
+
+// Everything below a directory, each directory before what is in it. A list and no recursion: the depth of a tree is
+// not ours to choose. The whole tree is known before anything is changed, so a copy into itself ends as well.
+std::vector<Entry> ListTree(const std::string& root)
+{
+    std::vector<Entry> tree = ListDirectory(root);
+    for (size_t at = 0; at < tree.size(); ++at) {
+        if (tree[at].kind != EntryKind::Directory) continue;
+        const std::string parent = tree[at].name + "\\";
+        for (Entry& entry : ListDirectory(root + "\\" + tree[at].name)) tree.push_back({parent + entry.name, entry.kind});
+    }
+    return tree;
+}
+
+void RemoveOne(const std::string& path, EntryKind kind)
+{
+    if (kind == EntryKind::File) {
+        if (!DeleteFileA(path.c_str())) Fail("Call to DeleteFile failed for " + path + " " + LastErrorText());
+    } else {
+        if (!RemoveDirectoryA(path.c_str())) Fail("Call to RemoveDirectory failed for " + path + " " + LastErrorText());
+    }
+}
+
+void CopyOneFile(const std::string& from, const std::string& to)
+{
+    if (!CopyFileA(from.c_str(), to.c_str(), FALSE)) Fail("Call to CopyFile failed " + LastErrorText());
+}
+
+void CopyWhole(const std::string& from, const std::string& to, EntryKind kind)
+{
+    if (kind != EntryKind::Directory) return CopyOneFile(from, to);
+    const std::vector<Entry> tree = ListTree(from);
+    FileManagement::CreateDirectories(to);
+    for (const Entry& entry : tree) {
+        const std::string target = to + "\\" + entry.name;
+        if (entry.kind == EntryKind::Directory)
+            FileManagement::CreateDirectories(target);
+        else
+            CopyOneFile(from + "\\" + entry.name, target);
+    }
+}
+
+void MakeParentOf(const std::string& path)
+{
+    const std::string parent = FileManagement::ParentDirectory(path);
+    if (!parent.empty()) FileManagement::CreateDirectories(parent);
+}
+
+// The length of `path` without the separators at its end.
+size_t LengthWithoutSeparators(std::string_view path)
+{
+    size_t length = path.size();
+    while (length > 0 && IsPathSeparator(path[length - 1])) --length;
+    return length;
+}
+
+bool IsDirectory(std::string_view path)
+{
+    const EntryKind kind = KindOfPath(std::string(path.substr(0, LengthWithoutSeparators(path))));
+    return kind == EntryKind::Directory || kind == EntryKind::Link;
+}
+
+// Why the directory cannot be made, or an empty text when it is there now.
+std::string MakeOneDirectory(const std::string& path)
+{
+    if (path.size() > kLongestPath || !FileManagement::IsValidPath(path)) return "Invalid path: " + path;
+    if (IsDirectory(path) || CreateDirectoryA(path.c_str(), nullptr)) return {};
+    // Another process may have made it in between.
+    if (GetLastError() == ERROR_ALREADY_EXISTS && IsDirectory(path)) return {};
+    return "Failed to create directory (" + path + ")";
+}
+
+}  // namespace
+
+std::string FileManagement::ParentDirectory(std::string_view path)
+{
+    const size_t length = LengthWithoutSeparators(path);
+    const size_t separator = path.substr(0, length).find_last_of("\\/");
+    if (separator == std::string_view::npos) return {};
+    return std::string(path.substr(0, LengthWithoutSeparators(path.substr(0, separator))));
+}
+
+std::string FileManagement::FileName(std::string_view path)
+{
+    const size_t separator = path.find_last_of("\\/");
+    return separator == std::string_view::npos ? std::string() : std::string(path.substr(separator + 1));
+}
+
+bool FileManagement::IsValidPath(const std::string& path)
+{
+    WIN32_FIND_DATAA found = {};
+    HANDLE search = FindFirstFileA(path.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return GetLastError() != ERROR_INVALID_NAME;
+    FindClose(search);
+    return true;
+}
+
+bool FileManagement::Exists(const std::string& path) { return KindOfPath(path) != EntryKind::Missing; }
+
+bool FileManagement::CreateDirectories(const std::string& path, bool quiet)
+{
+    const auto fail = [quiet](const std::string& message) {
+        if (!quiet) Fail(message);
+        return false;
+    };
+    if (path.empty()) return fail("Empty path");
+    if (path.size() > kLongestPath || !IsValidPath(path)) return fail("Invalid path: " + path);
+    if (IsDirectory(path)) return true;
+
+    std::vector<std::string> missing;
+    for (std::string parent = ParentDirectory(path); !parent.empty() && !IsDirectory(parent); parent = ParentDirectory(parent))
+        missing.push_back(parent);
+    for (; !missing.empty(); missing.pop_back()) {
+        const std::string fault = MakeOneDirectory(missing.back());
+        if (!fault.empty()) Fail(fault);
+    }
+    const std::string fault = MakeOneDirectory(path);
+    return fault.empty() || fail(fault);
+}
+
+void FileManagement::WriteWholeFile(const std::string& path, std::string_view bytes)
+{
+    MakeParentOf(path);
+    FileStream file;
+    if (!file.OpenTruncate(path)) Fail("Failed to open file " + path + " for output");
+    file.Write(bytes);
+    if (!file.Close()) Fail("Failed to write file " + path);
+}
+
+void FileManagement::RemoveTree(const std::string& path)
+{
+    const EntryKind kind = KindOfPath(path);
+    if (kind == EntryKind::Missing) return;
+    if (kind == EntryKind::Directory) {
+        const std::vector<Entry> tree = ListTree(path);
+        for (auto entry = tree.rbegin(); entry != tree.rend(); ++entry) RemoveOne(path + "\\" + entry->name, entry->kind);
+    }
+    RemoveOne(path, kind);
+}
+
+void FileManagement::MovePath(const std::string& from, const std::string& to)
+{
+    if (!Exists(from)) Fail("File not found: " + from);
+    MakeParentOf(to);
+    if (!MoveFileA(from.c_str(), to.c_str())) Fail("Call to MoveFile failed " + LastErrorText());
+}
+
+bool FileManagement::CopyTree(const std::string& from, const std::string& to, bool quiet)
+{
+    const EntryKind kind = KindOfPath(from);
+    if (kind == EntryKind::Missing) {
+        if (!quiet) Fail("File not found: " + from);
+        return false;
+    }
+    MakeParentOf(to);
+    try {
+        CopyWhole(from, to, kind);
+    } catch (const Exception&) {
+        if (!quiet) throw;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace velmora

@@ -1,0 +1,38 @@
+// File and directory operations that throw.
+//
+// "\" and "/" both separate. Failures are Exception with the source "FileManagement". There is no state: every function
+// may be called from any thread.
+#ifndef VELMORA_COMMON_FILEMANAGEMENT_H
+#define VELMORA_COMMON_FILEMANAGEMENT_H
+
+#include <string>
+#include <string_view>
+
+namespace velmora {
+
+class FileManagement {
+public:
+    // The text before the last separator, runs of separators and trailing ones skipped; empty when there is none.
+    static std::string ParentDirectory(std::string_view path);
+    // The text behind the last separator; empty when the path ends in one or has none.
+    static std::string FileName(std::string_view path);
+    // False only for a name that the file system refuses (error 123).
+    static bool IsValidPath(const std::string& path);
+    static bool Exists(const std::string& path);
+    // Makes the directory and its parents from the top. With `quiet` a failure at the last step is false, not an
+    // exception; the parents are always made loudly.
+    static bool CreateDirectories(const std::string& path, bool quiet = false);
+    // Makes the parents, then the file with these bytes, while others may read and write it.
+    static void WriteWholeFile(const std::string& path, std::string_view bytes);
+    // A file, or a directory with all that is in it; a path that is not there is left at that. Links are removed, not followed.
+    static void RemoveTree(const std::string& path);
+    // Moves what must be there to where nothing may be; the parents of `to` are made.
+    static void MovePath(const std::string& from, const std::string& to);
+    // Copies a file, or a directory with all that is in it, over what is there. The parent of `to` is made first. With
+    // `quiet` the first failure behind that ends the copy with false, not with an exception.
+    static bool CopyTree(const std::string& from, const std::string& to, bool quiet = false);
+};
+
+}  // namespace velmora
+
+#endif

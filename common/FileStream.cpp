@@ -1,0 +1,181 @@
+#include "common/FileStream.h"
+
+#include <algorithm>
+
+#include "platform/win32.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr size_t kBufferSize = size_t{128} * 1024;
+constexpr size_t kLargestTransfer = size_t{1} << 30;  // one system call takes a 32-bit count
+
+uint64_t FileTimeNumber(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime; }
+
+}  // namespace
+
+FileStream::~FileStream() { Close(); }
+
+bool FileStream::OpenRead(const std::string& path, Sharing sharing) { return Open(path, GENERIC_READ, sharing, OPEN_EXISTING); }
+
+bool FileStream::OpenTruncate(const std::string& path, Sharing sharing) { return Open(path, GENERIC_WRITE, sharing, CREATE_ALWAYS); }
+
+bool FileStream::OpenUpdate(const std::string& path, Sharing sharing)
+{
+    return Open(path, GENERIC_READ | GENERIC_WRITE, sharing, OPEN_EXISTING);
+}
+
+bool FileStream::Open(const std::string& path, uint32_t access, Sharing sharing, uint32_t disposition)
+{
+    Close();
+    ClearState();
+    lostBytes_ = false;
+    lastError_ = 0;
+    position_ = 0;
+    const DWORD share = sharing == Sharing::None ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
+    HANDLE handle = CreateFileA(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        lastError_ = GetLastError();
+        failed_ = true;
+        return false;
+    }
+    handle_ = handle;
+    return true;
+}
+
+size_t FileStream::Read(void* buffer, size_t size)
+{
+    FlushBuffer();
+    if (Failed()) return 0;
+    size_t total = 0;
+    while (total < size) {
+        DWORD got = 0;
+        const auto wanted = static_cast<DWORD>(std::min(size - total, kLargestTransfer));
+        if (!handle_ || !ReadFile(handle_, static_cast<char*>(buffer) + total, wanted, &got, nullptr)) {
+            SetBad();
+            break;
+        }
+        if (got == 0) break;
+        total += got;
+        position_ += got;
+    }
+    if (total < size) failed_ = true;
+    return total;
+}
+
+void FileStream::Write(std::string_view bytes)
+{
+    if (Failed() || bytes.empty()) return;
+    if (!handle_) return SetBad();
+    if (bytes.size() > kBufferSize - used_) FlushBuffer();
+    if (bytes.size() >= kBufferSize) return WriteThrough(bytes.data(), bytes.size());
+    if (Failed()) return;
+    if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
+    std::copy(bytes.begin(), bytes.end(), buffer_.get() + used_);
+    used_ += bytes.size();
+}
+
+void FileStream::FlushBuffer()
+{
+    const size_t size = used_;
+    used_ = 0;
+    WriteThrough(buffer_.get(), size);
+}
+
+void FileStream::WriteThrough(const char* bytes, size_t size)
+{
+    if (Failed()) return;
+    for (size_t total = 0; total < size;) {
+        DWORD written = 0;
+        const auto wanted = static_cast<DWORD>(std::min(size - total, kLargestTransfer));
+        const bool done = WriteFile(handle_, bytes + total, wanted, &written, nullptr) != 0;
+        total += written;
+        position_ += written;
+        if (!done || written == 0) {
+            lostBytes_ = true;
+            return SetBad();
+        }
+    }
+}
+
+void FileStream::SeekTo(uint64_t offset)
+{
+    FlushBuffer();
+    if (!Failed() && offset != position_) MoveTo(offset, FILE_BEGIN);
+}
+
+void FileStream::SeekToEnd()
+{
+    FlushBuffer();
+    if (!Failed()) MoveTo(0, FILE_END);
+}
+
+void FileStream::MoveTo(uint64_t distance, uint32_t from)
+{
+    LARGE_INTEGER wanted = {};
+    LARGE_INTEGER reached = {};
+    wanted.QuadPart = static_cast<LONGLONG>(distance);
+    if (handle_ && SetFilePointerEx(handle_, wanted, &reached, from)) {
+        position_ = static_cast<uint64_t>(reached.QuadPart);
+        return;
+    }
+    lastError_ = GetLastError();
+    failed_ = true;
+}
+
+uint64_t FileStream::Position() const { return Failed() ? UINT64_MAX : position_ + used_; }
+
+void FileStream::Flush() { FlushBuffer(); }
+
+void FileStream::SetBad()
+{
+    lastError_ = handle_ ? GetLastError() : ERROR_INVALID_HANDLE;
+    bad_ = true;
+}
+
+bool FileStream::Close()
+{
+    if (!handle_) return true;
+    FlushBuffer();
+    const bool closed = CloseHandle(handle_) != 0;
+    handle_ = nullptr;
+    return closed && !lostBytes_;
+}
+
+bool ReadWholeFile(const std::string& path, std::string& bytes)
+{
+    FileStream file;
+    if (!file.OpenRead(path)) return false;
+    file.SeekToEnd();
+    const uint64_t size = file.Position();
+    file.SeekTo(0);
+    if (file.Failed()) return false;
+    bytes.resize(size);
+    bytes.resize(file.Read(bytes.data(), bytes.size()));
+    return !file.Bad();
+}
+
+FileStamp ReadFileStamp(const std::string& path)
+{
+    FileStamp stamp;
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file != INVALID_HANDLE_VALUE) {
+        FILETIME lastWrite = {};
+        LARGE_INTEGER size = {};
+        if (GetFileTime(file, nullptr, nullptr, &lastWrite) && GetFileSizeEx(file, &size))
+            stamp = {FileTimeNumber(lastWrite), static_cast<uint64_t>(size.QuadPart)};
+        CloseHandle(file);
+        return stamp;
+    }
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME) return stamp;
+    WIN32_FIND_DATAA found = {};
+    HANDLE search = FindFirstFileA(path.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return stamp;
+    FindClose(search);
+    return {FileTimeNumber(found.ftLastWriteTime), uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow};
+}
+
+}  // namespace velmora
