@@ -1,0 +1,100 @@
+#include "locks/FlagFiles.h"
+
+#include <string>
+#include <string_view>
+
+#include "common/FileStream.h"
+#include "common/Text.h"
+#include "frame/StorePaths.h"
+#include "platform/win32.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr char kChangeFlag[] = "\\_CHANGE.DTY";
+constexpr char kCachedFlag[] = "\\_CACHED.DTY";
+constexpr char kIndexName[] = "\\_INDEX.XML";
+
+// For whoever finds the file; nobody reads it.
+constexpr std::string_view kChangeText = "This file is a flag file that denotes that this folder has been changed";
+constexpr std::string_view kCachedText = "This file is a flag file that there are cached transactions that are not written to disk.";
+
+std::string FlagPath(const char* folderPath, const char* name) { return std::string(TextOrEmpty(folderPath)) + name; }
+
+// Makes or replaces the flag; setting it twice changes nothing but its time.
+bool WriteFlag(const std::string& path, std::string_view text)
+{
+    FileStream file;
+    if (!file.OpenTruncate(path)) return false;
+    file.Write(text);
+    file.Close();
+    return true;
+}
+
+// Deletes every file that bears the name; true when there was one.
+bool TakeFlag(const char* folderPath, const char* name)
+{
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA(FlagPath(folderPath, name).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return false;
+    do DeleteFileA(FlagPath(folderPath, ("\\" + std::string(found.cFileName)).c_str()).c_str());
+    while (FindNextFileA(search, &found));
+    FindClose(search);
+    return true;
+}
+
+bool FileIsThere(const std::string& path)
+{
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA(path.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return false;
+    FindClose(search);
+    return true;
+}
+
+}  // namespace
+
+FlagSwitches& Switches()
+{
+    static FlagSwitches switches;
+    return switches;
+}
+
+uint64_t MarkFolderDirty(const char* folderPath)
+{
+    if (folderPath) WriteFlag(FlagPath(folderPath, kChangeFlag), kChangeText);
+    return 1;
+}
+
+uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox)
+{
+    if (Switches().DirtyTrackingEnabled != 1) return 1;
+    char inbox[kStoreNameSize] = {};
+    ResolveFolderPath(postoffice ? postoffice : "", mailbox ? mailbox : "", "Inbox", inbox, sizeof(inbox));
+    return MarkFolderDirty(inbox);
+}
+
+uint64_t MarkCachedTransactions(const char* folderPath)
+{
+    if (Switches().CachedTransactionsEnabled == 0 || !folderPath) return 0;
+    return WriteFlag(FlagPath(folderPath, kCachedFlag), kCachedText) ? 1 : 0;
+}
+
+uint64_t ClearCachedTransactions(const char* folderPath)
+{
+    if (Switches().CachedTransactionsEnabled == 0 || !folderPath) return 0;
+    DeleteFileA(FlagPath(folderPath, kCachedFlag).c_str());
+    return 1;
+}
+
+bool StoreIndex_FolderNeedsScan(const char* folderPath)
+{
+    ClearCachedTransactions(folderPath);
+    const bool flagged = TakeFlag(folderPath, kChangeFlag);
+    if (Switches().DirtyTrackingEnabled == 0 || flagged) return true;
+    // A folder that was never indexed is scanned once.
+    return !FileIsThere(FlagPath(folderPath, kIndexName));
+}
+
+}  // namespace velmora

@@ -1,0 +1,32 @@
+// Flag files: marks in a folder's directory whose existence is the whole message.
+//
+// _CHANGE.DTY says that the index does not cover all that the folder holds. Anybody may set it at any time, without a
+// lock; it goes when a holder of the block file, or a full load, has taken it into account.
+#ifndef VELMORA_LOCKS_FLAGFILES_H
+#define VELMORA_LOCKS_FLAGFILES_H
+
+#include <cstdint>
+
+namespace velmora {
+
+// Fixed for the life of a process; writable so that tests can see the other branch.
+struct FlagSwitches {
+    uint32_t DirtyTrackingEnabled = 1;
+    uint32_t CachedTransactionsEnabled = 0;
+};
+FlagSwitches& Switches();
+
+// Writes _CHANGE.DTY. Always 1, also when the file cannot be opened: the worst outcome is a later rescan.
+uint64_t MarkFolderDirty(const char* folderPath);
+// The same for the mailbox's Inbox.
+uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox);
+// Writes _CACHED.DTY; 0 when cached transactions are off, the path is null or the file cannot be opened.
+uint64_t MarkCachedTransactions(const char* folderPath);
+// Deletes _CACHED.DTY; 0 when cached transactions are off or the path is null.
+uint64_t ClearCachedTransactions(const char* folderPath);
+// Takes the dirty flag away and says whether the folder must be scanned: a flag was there, or there is no index.
+bool StoreIndex_FolderNeedsScan(const char* folderPath);
+
+}  // namespace velmora
+
+#endif
