@@ -1,0 +1,186 @@
+#include "index/IndexTable.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "common/Text.h"
+#include "frame/Guard.h"
+#include "index/IndexPersistence.h"
+
+namespace velmora {
+
+namespace {
+
+// Words of _FOLDER.DAT that a full computation fills.
+constexpr unsigned kAnswered = 3, kFlagged = 4, kFirstSeen = 5, kItems = 6, kSeen = 7, kRecent = 8, kLastUid = 11;
+
+// Gives the item its UID, if it has none, and enters it in the two maps.
+bool EnterInMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
+{
+    const uint32_t given = item->Uid();
+    if (given == 0) {
+        // No UID is left to give; the insert fails as it does for a UID that is taken.
+        if (table.LastUID == UINT32_MAX) return false;
+        ++table.LastUID;
+        item->SetNumber(IndexPropertyRef{kUidSlot, 1}, static_cast<int32_t>(table.LastUID));
+    } else if (given > table.LastUID) {
+        table.LastUID = given;
+    }
+    IndexTableContent& content = ContentOf(table);
+    if (!content.ByID.Insert(item)) return false;
+    if (!content.ByUID.Insert(item->Uid(), item)) {
+        content.ByID.Erase(item->Id());
+        return false;
+    }
+    item->Owner = &table;
+    return true;
+}
+
+void TakeFromMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
+{
+    IndexTableContent& content = ContentOf(table);
+    content.RemovedItems.push_back(item);
+    content.ByUID.Erase(item->Uid());
+    content.ByID.Erase(item->Id());
+}
+
+void RemoveItemSet(SORTEDSTOREINDEXTYPE& table, const SelectionSet& set)
+{
+    IndexTableContent& content = ContentOf(table);
+    for (const std::string& id : set) {
+        IndexItemPropertyContainer* const item = content.ByID.Find(id);
+        if (!item) continue;
+        if (static_cast<int32_t>(item->Uid()) == table.FirstDirtyUID) table.FirstDirtyUID = 0;
+        TakeFromMaps(table, item);
+    }
+    const bool all = set.contains("*");
+    uint32_t seq = 0;
+    size_t kept = 0;
+    for (IndexItemPropertyContainer* const item : content.Sequence) {
+        if (all && content.ByID.Find(item->Id()) == item) TakeFromMaps(table, item);
+        if (all || set.contains(item->Id())) continue;
+        item->SetNumber(kSeq, static_cast<int32_t>(++seq));
+        content.Sequence[kept++] = item;
+    }
+    content.Sequence.resize(kept);
+}
+
+void CountItem(const IndexItemPropertyContainer& item, IndexPropertyRef flagStatus, uint32_t (&details)[13])
+{
+    ++details[kItems];
+    const std::string_view flags = item.View(flagStatus);
+    const IndexPropertyRef read{kReadSlot, 1};
+    if (ContainsNoCase(flags, "\\SEEN") || (item.Has(read) && item.GetNumber(read) == 1)) {
+        ++details[kSeen];
+        if (details[kFirstSeen] == 0) details[kFirstSeen] = details[kItems];
+    }
+    if (ContainsNoCase(flags, "\\ANSWERED")) ++details[kAnswered];
+    if (ContainsNoCase(flags, "\\FLAGGED")) ++details[kFlagged];
+    if (ContainsNoCase(flags, "\\RECENT")) ++details[kRecent];
+}
+
+}  // namespace
+
+IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table)
+{
+    if (!table.Content) table.Content = new IndexTableContent;
+    return *table.Content;
+}
+
+uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table)
+{
+    return table.Content ? static_cast<uint32_t>(table.Content->Sequence.size()) : 0;
+}
+
+bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
+{
+    if (!EnterInMaps(table, item)) return false;
+    AppendToSequence(table, item, ItemCountOf(table) + 1);
+    MarkItemChanged(*item);
+    return true;
+}
+
+bool InsertLoadedItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item) { return EnterInMaps(table, item); }
+
+void AppendToSequence(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item, uint32_t seq)
+{
+    static const IndexPropertyRef seqRef = IndexPropertyTable::LookUp(kSeq);
+    ContentOf(table).Sequence.push_back(item);
+    item->SetNumber(seqRef, static_cast<int32_t>(seq));
+}
+
+IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::string_view id)
+{
+    return table.Content ? table.Content->ByID.Find(id) : nullptr;
+}
+
+IndexItemPropertyContainer* FindItem(SORTEDSTOREINDEXTYPE& table, std::string_view id)
+{
+    EnsureLoadLevel(table, 3);
+    return FindLoadedItem(table, id);
+}
+
+uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList)
+{
+    EnsureLoadLevel(table, 2);
+    if (table.LoadLevel == 0) return 0;
+    RemoveItemSet(table, MakeSelectionSet(TextOrEmpty(idList)));
+    return 1;
+}
+
+void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list)
+{
+    EnsureLoadLevel(table, 3);
+    list.clear();
+    if (!table.Content) return;
+    list.reserve(table.Content->ByUID.Count());
+    table.Content->ByUID.ForEach([&](uint32_t, IndexItemPropertyContainer* item) { list.push_back(item); });
+}
+
+void ListByID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list)
+{
+    EnsureLoadLevel(table, 3);
+    list.clear();
+    if (table.Content) list = table.Content->ByID.Sorted();
+}
+
+uint64_t GetFolderDetails(SORTEDSTOREINDEXTYPE& table, uint32_t (&details)[13])
+{
+    uint64_t result = 0;
+    GuardedRethrow("SORTEDSTOREINDEXTYPE::GetFolderDetails", [&] {
+        if (!EnsureLoadLevel(table, 3)) return;
+        std::fill(std::begin(details), std::end(details), 0u);
+        details[kLastUid] = table.LastUID;
+        const IndexPropertyRef flagStatus = IndexPropertyTable::LookUp(kFlagStatus);
+        if (table.Content)
+            table.Content->ByUID.ForEach([&](uint32_t, IndexItemPropertyContainer* item) { CountItem(*item, flagStatus, details); });
+        result = 1;
+    });
+    return result;
+}
+
+void UnInit(SORTEDSTOREINDEXTYPE& table)
+{
+    GuardedSwallow("SORTEDSTOREINDEXTYPE::UnInit", [&] {
+        ++table.LoadGeneration;
+        if (const std::unique_ptr<IndexTableContent> content{table.Content}) {
+            table.Content = nullptr;
+            for (IndexItemPropertyContainer* const item : content->Sequence) delete item;
+            for (IndexItemPropertyContainer* const item : content->RemovedItems) delete item;
+        }
+        table.LoadLevel = 0;
+        table.LastUID = 0;
+        table.FirstDirtyUID = 0;
+        table.RewriteRequired = 0;
+        table.IndexFileTime = 0;
+    });
+}
+
+bool EnsureLoadLevel(SORTEDSTOREINDEXTYPE& table, int32_t level)
+{
+    if (table.LoadLevel >= level) return true;
+    if (table.LastLoad.FolderPath.empty()) return false;
+    return LoadIndex(table, IndexLoadArguments(table.LastLoad), level);
+}
+
+}  // namespace velmora

@@ -1,0 +1,69 @@
+// The table of a folder: its items in sequence order, by UID and by ID.
+//
+// The sequence owns the items; RemovedItems owns those that left it since the load, because handles and walks may still
+// point at them and because the writer strikes them out in the file. UIDs are given here and nowhere else, and LastUID
+// never goes down, so a UID is given once in a folder's life.
+//
+// A table has no lock of its own: whoever shares one holds the record's Mutex.
+#ifndef VELMORA_INDEX_INDEXTABLE_H
+#define VELMORA_INDEX_INDEXTABLE_H
+
+#include <cstdint>
+#include <vector>
+
+#include "index/IdOrder.h"
+#include "index/IndexItem.h"
+#include "index/SelectionSet.h"
+#include "index/TextArena.h"
+#include "index/UidOrder.h"
+#include "velmora/index_records.h"
+
+namespace velmora {
+
+struct IndexTableContent {
+    std::vector<IndexItemPropertyContainer*> Sequence;
+    UidOrder ByUID;
+    IdOrder ByID;
+    std::vector<IndexItemPropertyContainer*> RemovedItems;
+    TextArena Texts;  // texts of loaded items; emptied with the table
+};
+
+// The content of a table, made at its first use.
+IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table);
+// The number of items in the sequence.
+uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table);
+
+// Takes `item` into the table: gives it a UID if it has none, enters it in all three orderings, sets SEQ. On success the
+// table owns the item. False on a duplicate ID or UID: the item stays with the caller, and LastUID keeps what it became.
+[[nodiscard]] bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item);
+
+// The same without the sequence, for a reader that orders the sequence itself; a UID given here marks nothing dirty.
+[[nodiscard]] bool InsertLoadedItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item);
+// The other half: appends an item that is in the two maps to the sequence and sets its SEQ.
+void AppendToSequence(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item, uint32_t seq);
+
+// Looks an ID up, loading the table in full first. Null when there is none.
+IndexItemPropertyContainer* FindItem(SORTEDSTOREINDEXTYPE& table, std::string_view id);
+// The same on what is in memory.
+IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::string_view id);
+
+// Removes every ID of a comma-separated list; "*" empties the table. 0 when the table cannot be loaded to level 2.
+uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList);
+
+// Pointers to all items in ascending order of UID, or of ID; the table is loaded in full first.
+void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list);
+void ListByID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list);
+
+// Computes the 13 words of _FOLDER.DAT, not clamped. 0 when the table cannot be loaded in full. Rethrows.
+uint64_t GetFolderDetails(SORTEDSTOREINDEXTYPE& table, uint32_t (&details)[13]);
+
+// Deletes all items and forgets what is known of the file; the arguments of the last load and the selection stay.
+void UnInit(SORTEDSTOREINDEXTYPE& table);
+
+// True at once when the table is loaded to `level`; otherwise loads again with the recorded arguments. A table that was
+// never loaded cannot be raised.
+bool EnsureLoadLevel(SORTEDSTOREINDEXTYPE& table, int32_t level);
+
+}  // namespace velmora
+
+#endif

@@ -1,0 +1,77 @@
+// What a kind of item knows of itself, behind one table.
+//
+// This is the only fork on an IndexKind in the library. Each back-end lives in the items room; all are listed in
+// items/Backends.cpp. A kind whose back-end is not built has the absent one: no file of its own, no properties.
+#ifndef VELMORA_INDEX_ITEMBACKEND_H
+#define VELMORA_INDEX_ITEMBACKEND_H
+
+#include <cstdint>
+
+#include "velmora/index_records.h"
+
+namespace velmora {
+
+inline constexpr uint32_t kKindMail = 0;
+inline constexpr uint32_t kKindContacts = 1;
+inline constexpr uint32_t kKindCalendar = 2;
+inline constexpr uint32_t kKindTasks = 3;
+inline constexpr uint32_t kKindFiles = 4;
+inline constexpr uint32_t kKindCalendarDocument = 5;
+inline constexpr uint32_t kKindGroups = 54;
+
+// The status of a property that cannot be answered: the low 32 bits set, the high ones clear.
+inline constexpr uint64_t kNoProperty = 0xFFFFFFFFull;
+
+inline constexpr uint32_t kScanTakesBlock = 1;    // VL_STOREINDEX_REINDEX: the scan takes the block file itself
+inline constexpr uint32_t kScanCallerHolds = 99;  // VL_STOREINDEX_CHECKDIRTY: the caller holds it
+
+// How StoreIndex_Get reads the index of a kind.
+enum class IndexGet : uint32_t {
+    Open,      // through StoreIndex_Open, mode 5
+    Load,      // straight from the file, every time
+    LoadOnce,  // straight from the file, unless something is loaded already
+};
+
+struct ItemBackend {
+    // Of the item files, without a dot; empty when the kind has none.
+    const char* extension;
+
+    // A property of the item in `handle`, by its public name: kNoProperty, or 2 with a new allocation in `value` that
+    // the caller frees and its size in bytes (text counts its terminator).
+    uint64_t (*getProperty)(STOREITEMTYPE& handle, const char* name, void** value, uint64_t* size);
+
+    // Writes a property of the item `itemId` (created if it does not exist) or, with no id, of the item in `handle`.
+    // `index` may be null: then no record is marked changed. 1 stored, else not.
+    uint64_t (*setProperty)(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* name, const void* value);
+
+    // Brings the index in step with the folder's files, after `mode` (0, kScanTakesBlock, kScanCallerHolds).
+    // `verifyItemFiles` above 0 drops items of the index file whose own file is gone.
+    uint64_t (*scan)(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* folderPath, uint32_t mode, uint32_t verifyItemFiles);
+
+    // Writes a changed item back into its file; kinds whose files the store does not rewrite answer 1.
+    uint64_t (*saveItem)(STOREINDEXTYPE* index, STOREITEMTYPE& handle);
+
+    // Deletes the item's file; true when it is gone.
+    bool (*deleteItemFile)(STOREITEMTYPE& handle, const char* itemId);
+
+    // True when StoreIndex_SaveChanged stamps MODIFIEDDATE with the file's last write instead of the present time.
+    bool stampsFromFile;
+
+    // False for a kind whose folders an open never scans: only a forced rebuild brings them in step with their files.
+    bool scannedByOpen = true;
+
+    // True when StoreIndex_Scan hands `scan` an empty table that counts as loaded in full.
+    bool scanStartsEmpty = false;
+
+    IndexGet indexGet = IndexGet::Open;
+
+    // Makes a table agree with the folder's own files, from what it holds already or from nothing. The caller holds the
+    // block file. Null for a kind that cannot be rebuilt.
+    void (*rebuild)(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* folderPath) = nullptr;
+};
+
+const ItemBackend& BackendFor(uint32_t indexKind);
+
+}  // namespace velmora
+
+#endif

@@ -1,0 +1,142 @@
+#include "index/ItemOperations.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "common/Mutex.h"
+#include "common/Text.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "locks/FlagFiles.h"
+
+namespace velmora {
+
+namespace {
+
+// Status of a get that found something.
+constexpr uint64_t kAnswered = 2;
+
+using HandleField = char (STOREITEMTYPE::*)[kStoreNameSize];
+struct ContextProperty {
+    std::string_view name;
+    HandleField field;
+};
+constexpr ContextProperty kContextProperties[] = {
+    {"VL_MAILBOX", &STOREITEMTYPE::Mailbox},
+    {"VL_POSTOFFICE", &STOREITEMTYPE::Postoffice},
+    {"VL_FOLDER", &STOREITEMTYPE::Folder},
+    {"VL_FOLDER_PATH", &STOREITEMTYPE::FolderPath},
+};
+
+const char* ContextText(const STOREITEMTYPE& handle, std::string_view name)
+{
+    for (const ContextProperty& property : kContextProperties)
+        if (EqualsNoCase(property.name, name)) return handle.*property.field;
+    return "";
+}
+
+// Whether an index file can carry a column of that name: hosts of some kinds name columns themselves, and what the reader
+// would not take for a tag would cost the folder its index.
+bool IsColumnName(std::string_view name)
+{
+    constexpr size_t kLongestColumn = 1000;  // the reader knows tags of up to 1,023 bytes
+    if (name.empty() || name.size() > kLongestColumn) return false;
+    for (const char c : name)
+        if (static_cast<unsigned char>(c) <= ' ' || std::string_view("<>&\"'/=!?").find(c) != std::string_view::npos) return false;
+    return true;
+}
+
+// Whether `column` is what an item of a table is found by. Its maps hold the item under the value it had when it came in.
+bool IsKeyOfTable(const IndexItemPropertyContainer& item, std::string_view column)
+{
+    return item.Owner && (column == kId || column == kUid);
+}
+
+bool HasValue(const IndexItemPropertyContainer& item, std::string_view column, std::string_view value)
+{
+    std::string present;
+    return item.GetText(column, present) && present == value;
+}
+
+}  // namespace
+
+void WalkFirst(ItemWalk& walk, STOREITEMTYPE& handle)
+{
+    walk.Position = 0;
+    WalkNext(walk, handle);
+}
+
+void WalkNext(ItemWalk& walk, STOREITEMTYPE& handle)
+{
+    handle.Item = walk.Position < walk.Items.size() ? walk.Items[walk.Position++] : nullptr;
+}
+
+uint64_t SelectOrCreateItem(STOREINDEXTYPE& index, STOREITEMTYPE& handle, const char* itemId)
+{
+    if (index.Table.LoadLevel == 0) return 0;
+    if (SelectItem(handle, index, itemId) || !itemId || !*itemId) return 1;
+
+    const xMutexLock lock(index.Mutex);
+    auto item = std::make_unique<IndexItemPropertyContainer>();
+    if (!SetItemKeyProperty(*item, kId, itemId) || !InsertItem(index.Table, item.get())) return 0;
+    handle.Item = item.release();
+    return 1;
+}
+
+bool SelectItem(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* itemId)
+{
+    handle.Item = FindItem(index.Table, TextOrEmpty(itemId));
+    return handle.Item != nullptr;
+}
+
+uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
+{
+    *value = nullptr;
+    *size = 0;
+    if (!handle) return kNoProperty;
+    const char* const text = ContextText(*handle, TextOrEmpty(name));
+    if (!*text) return kNoProperty;
+
+    const size_t bytes = std::strlen(text) + 1;
+    *value = std::malloc(bytes);
+    if (!*value) return kNoProperty;
+    std::memcpy(*value, text, bytes);
+    *size = bytes;
+    return kAnswered;
+}
+
+uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
+{
+    *value = nullptr;
+    *size = 0;
+    if (!handle) return kNoProperty;
+    const uint64_t status = BackendFor(handle->Class).getProperty(*handle, name ? name : "", value, size);
+    // An item's place in the store is read by the same call as its columns.
+    return status == kNoProperty ? GetContextProperty(handle, name, value, size) : status;
+}
+
+uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* value)
+{
+    const bool named = itemId && *itemId;
+    if (index && (named || !handle.Item) && SelectOrCreateItem(*index, handle, itemId) == 0) return 0;
+    if (!handle.Item || !column) return 0;
+    IndexItemPropertyContainer& item = *handle.Item;
+
+    const bool key = *column == '@';
+    const char* const name = key ? column + 1 : column;
+    const std::string_view text = TextOrEmpty(value);
+    if (!IsColumnName(name) || (IsKeyOfTable(item, name) && !HasValue(item, name, text))) return 0;
+    if (!(key ? SetItemKeyProperty(item, name, text) : SetItemProperty(item, name, text))) return 0;
+
+    if (index) {
+        index->Changed = 1;
+        MarkCachedTransactions(index->Path);
+    }
+    // The next save writes the item's own file.
+    SetItemProperty(item, kVlStatus, "1");
+    return 1;
+}
+
+}  // namespace velmora

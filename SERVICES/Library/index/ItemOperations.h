@@ -1,0 +1,51 @@
+// Items of an open index: find or create, search by a column, walk, and the properties of the open folder itself.
+#ifndef VELMORA_INDEX_ITEMOPERATIONS_H
+#define VELMORA_INDEX_ITEMOPERATIONS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "index/IndexItem.h"
+#include "velmora/index_records.h"
+
+namespace velmora {
+
+// A list of items with a position. It holds pointers: an item that is removed during a walk stays valid until the next
+// reload of its table.
+struct ItemWalk {
+    std::vector<IndexItemPropertyContainer*> Items;
+    size_t Position = 0;
+
+    void Reset()
+    {
+        Items.clear();
+        Position = 0;
+    }
+};
+
+void WalkFirst(ItemWalk& walk, STOREITEMTYPE& handle);
+// The next item, or null at the end.
+void WalkNext(ItemWalk& walk, STOREITEMTYPE& handle);
+
+// Finds `itemId` into the handle, or makes and inserts a new item of that ID. 1, or 0 when nothing is loaded. An empty
+// id answers 1 with the handle's item null.
+uint64_t SelectOrCreateItem(STOREINDEXTYPE& index, STOREITEMTYPE& handle, const char* itemId);
+// Finds `itemId`; on a miss the handle's item is null.
+bool SelectItem(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* itemId);
+
+// "VL_MAILBOX", "VL_POSTOFFICE", "VL_FOLDER", "VL_FOLDER_PATH" in any case, from the handle: 2 with a new allocation, or
+// kNoProperty with `value` null and `size` 0.
+uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
+
+// A property of the item in the handle, from its class's back-end, else from the context.
+uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
+
+// Writes `column` of the item `itemId` (made if it does not exist) or, with no id, of the handle's item; marks the
+// record changed and the item for its back-end. A null `index` marks no record and creates nothing. 1, or 0 without an
+// item.
+uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* value);
+
+}  // namespace velmora
+
+#endif

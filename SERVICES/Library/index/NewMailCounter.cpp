@@ -1,0 +1,50 @@
+// The counts that a delivery agent leaves beside a mailbox's folders.
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "common/Text.h"
+#include "index/StoreIndexLife.h"
+#include "platform/win32.h"
+
+namespace velmora {
+namespace {
+
+constexpr char kCounterPattern[] = "_*.NEW";
+
+// The number between the "_" and the first "." of a counter's name.
+int32_t CounterOf(std::string_view name)
+{
+    name.remove_prefix(1);
+    return ParseLong(name.substr(0, name.find('.')));
+}
+
+}  // namespace
+
+uint32_t TakeNewMailCounter(const char* mailboxDirectory)
+{
+    const std::string directory = std::string(TextOrEmpty(mailboxDirectory)) + "\\";
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((directory + kCounterPattern).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return 0;
+
+    // The best is kept on disk to the end, so that an agent's count survives a process that dies in here. Files go under
+    // the name that they were found by: "_007.NEW" is not "_7.NEW".
+    int32_t best = 0;
+    std::string bestName;
+    do {
+        if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+        const int32_t count = CounterOf(found.cFileName);
+        std::string beaten = found.cFileName;
+        if (count > best) {
+            best = count;
+            std::swap(beaten, bestName);
+        }
+        if (!beaten.empty()) DeleteFileA((directory + beaten).c_str());
+    } while (FindNextFileA(search, &found));
+    FindClose(search);
+    if (!bestName.empty()) DeleteFileA((directory + bestName).c_str());
+    return static_cast<uint32_t>(best);
+}
+
+}  // namespace velmora

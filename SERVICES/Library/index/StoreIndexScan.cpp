@@ -1,0 +1,41 @@
+// Bringing a folder's index in step with its files.
+#include "common/Mutex.h"
+#include "frame/Guard.h"
+#include "frame/Logging.h"
+#include "index/FolderKind.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "index/StoreIndexLife.h"
+#include "platform/win32.h"
+#include "velmora/index.h"
+
+namespace velmora {
+
+uint64_t ScanStoreIndex(STOREINDEXTYPE* index, uint32_t scanMode)
+{
+    if (!index) {
+        WarnNullIndex("StoreIndex_Scan");
+        return 0;
+    }
+    _mkdir(index->Path);
+
+    const xMutexLock lock(index->Mutex);
+    // Kept: the name alone decides. A record that was opened for group items becomes a mail folder here, and a folder
+    // below a contacts folder is mail.
+    index->IndexKind = ClassifyFolderName(index->Folder);
+    const ItemBackend& backend = BackendFor(index->IndexKind);
+    if (backend.scanStartsEmpty) {
+        UnInit(index->Table);
+        index->Table.LoadLevel = 3;
+    }
+    return backend.scan(index, index->Table, index->Path, scanMode, 0);
+}
+
+}  // namespace velmora
+
+using namespace velmora;
+
+uint64_t StoreIndex_Scan(STOREINDEXTYPE* index)
+{
+    return GuardedEntry("StoreIndex_Scan", uint64_t{0}, [&] { return ScanStoreIndex(index, kScanTakesBlock); });
+}

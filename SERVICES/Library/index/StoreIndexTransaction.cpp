@@ -1,0 +1,141 @@
+// A change to a folder that nobody has open: take the block, load as little as will do, change, save, let go.
+//
+// The record is the caller's own and has no Mutex; the block file is the only lock. Between begin and end it is held
+// by its handle (keepHandle 1) or only by its name (keepHandle 0), where anybody may delete it.
+#include <string>
+#include <utility>
+
+#include "common/FileStream.h"
+#include "common/Mutex.h"
+#include "common/Text.h"
+#include "frame/Logging.h"
+#include "frame/StorePaths.h"
+#include "index/CachedDetails.h"
+#include "index/ChangeNotice.h"
+#include "index/FolderKind.h"
+#include "index/IndexPersistence.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "index/StoreIndexLife.h"
+#include "index/StoreIndexSteps.h"
+#include "locks/BlockFile.h"
+#include "locks/FlagFiles.h"
+#include "platform/win32.h"
+#include "velmora/index.h"
+#include "velmora/locks.h"
+
+namespace velmora {
+namespace {
+
+constexpr uint32_t kTransactionNoticeFlags = 255;  // goes out with a transaction's announcement
+
+void PlaceRecord(STOREINDEXTYPE& index, const char* postoffice, const char* mailbox, const char* folder)
+{
+    CopyBounded(index.Postoffice, TextOrEmpty(postoffice));
+    CopyBounded(index.Mailbox, TextOrEmpty(mailbox));
+    CopyBounded(index.Folder, TextOrEmpty(folder));
+    if (index.IndexKind != kKindGroups) index.IndexKind = ClassifyFolderName(folder);
+    index.Changed = 0;
+    index.Path[0] = 0;
+    index.LoadedLastUID = 0;
+    index.Mutex = nullptr;
+    ::StoreIndex_SetPaths(&index);
+}
+
+std::string MailboxDirectory(const char* postoffice, const char* mailbox)
+{
+    char root[kStoreNameSize] = {};
+    ResolvePostofficeRoot(root, sizeof(root), postoffice);
+    return std::string(root) + "\\MAILROOT\\" + mailbox;
+}
+
+void WriteDetails(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
+{
+    if (ContainsNoCase(index.Folder, "$FILEROOT")) return;
+    const std::string path = MailboxDirectory(index.Postoffice, index.Mailbox) + "\\" + index.Folder + "\\" + kCachedDetailsFile;
+    if (details) {
+        WriteCachedDetails(path, *details);
+    } else if (index.Table.LoadSelection.empty()) {
+        uint32_t computed[kDetailWords] = {};
+        if (GetFolderDetails(index.Table, computed)) WriteCachedDetails(path, computed);
+    }
+}
+
+void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
+{
+    CreateDirectoryA(index.Path, nullptr);
+    StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::Committing Index for folder %s\n", index.Path));
+    const xMutexLock lock(index.Mutex);
+    const uint64_t lastWrite = ReadFileStamp(IndexFilePath(index.Path, index.IndexKind)).lastWrite;
+    const uint64_t saved = SaveIndex(index.Table, index.Path, index.IndexKind);
+    const bool changedMeanwhile = lastWrite != index.Table.IndexFileTime;
+    if (changedMeanwhile)
+        StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::Failed to commit index for folder %s. Index was changed while being "
+                                          "transacted. Folder will be marked as dirty.\n",
+                                          index.Path));
+    if (!changedMeanwhile && saved != 0) {
+        WriteDetails(index, details);
+        StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::SetCacheDetailsToFile for folder %s\n", index.Path));
+        return;
+    }
+    StoreLog(kLogProgress,
+             FormatText("StoreIndex_SaveAndClose::Failed to commit index for folder %s. Folder will be marked as dirty.\n", index.Path));
+    MarkFolderDirty(index.Path);
+}
+
+// Lets a transaction's block go at the end of the scope, whatever happened in it.
+class TransactionBlock {
+public:
+    TransactionBlock(std::string path, uint32_t keepHandle, void*& handle)
+        : path_(std::move(path)), keepHandle_(keepHandle), handle_(handle)
+    {
+    }
+    ~TransactionBlock()
+    {
+        if (!kept_) ::UnBlockIndexFileAccessEx(path_.c_str(), keepHandle_, &handle_);
+    }
+    TransactionBlock(const TransactionBlock&) = delete;
+    TransactionBlock& operator=(const TransactionBlock&) = delete;
+    void KeepHeld() { kept_ = true; }
+
+private:
+    std::string path_;
+    uint32_t keepHandle_;
+    void*& handle_;
+    bool kept_ = false;
+};
+
+}  // namespace
+
+uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffice, const char* mailbox, const char* folder,
+                                     uint32_t keepHandle, void*& handle, int32_t level)
+{
+    PlaceRecord(index, postoffice, mailbox, folder);
+    if (mailbox) NotifyClients(MailboxDirectory(index.Postoffice, mailbox).c_str(), index.Folder, "COMMIT", kTransactionNoticeFlags);
+
+    const std::string blockPath = BlockFilePath(index.Path, index.IndexKind);
+    if (!::WaitForAccessToIndexFileEx(blockPath.c_str(), 1, &handle)) return 0;
+    TransactionBlock block(blockPath, keepHandle, handle);
+    if (keepHandle == 0) {
+        // The caller's word keeps the handle's value, which tells it that a block was had; nothing uses it any more.
+        void* closing = handle;
+        CloseBlockHandle(closing);
+    }
+
+    const xMutexLock lock(index.Mutex);
+    IndexLoadArguments arguments = LoadArgumentsOf(index);
+    arguments.NoBlock = 1;
+    if (!OpenIndexForLoad(index.Table, arguments, level)) return 0;
+    block.KeepHeld();
+    return 1;
+}
+
+uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[kDetailWords])
+{
+    ::StoreIndex_SetPaths(&index);
+    const TransactionBlock block(BlockFilePath(index.Path, index.IndexKind), keepHandle, handle);
+    if (commit) CommitTransaction(index, details);
+    return 1;
+}
+
+}  // namespace velmora
