@@ -1,0 +1,74 @@
+#include "persistence/ElementText.h"
+
+#include <charconv>
+
+#include "common/Text.h"
+#include "persistence/Entities.h"
+#include "persistence/IndexTags.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr IndexPropertyRef kIdRef{kIdSlot, 0};
+constexpr IndexPropertyRef kUidRef{kUidSlot, 1};
+
+// A name that a reader would take for something else, or would not find the end of, cannot be a child.
+bool FitsAsChild(std::string_view name)
+{
+    if (name == kIdx || name == kSeq || name == kUid || name == kId) return false;
+    return !name.empty() && name.size() < kLongestTag - 1 && name.front() != '/' && !name.starts_with(kRootTag) &&
+           !name.starts_with(kElementTag) && name.find('>') == std::string_view::npos;
+}
+
+void AppendStart(std::string& out, const IndexItemPropertyContainer& item)
+{
+    out += "<ELEMENT";
+    if (item.Has(kIdRef)) out.append(" ID=\"").append(item.Id()).append("\"");
+    if (item.Has(kUidRef)) {
+        char digits[12];
+        const char* const end = std::to_chars(digits, digits + sizeof digits, item.GetNumber(kUidRef)).ptr;
+        out.append(" UID=\"").append(digits, static_cast<size_t>(end - digits)).append("\"");
+    }
+}
+
+}  // namespace
+
+ElementFormatter::ElementFormatter()
+{
+    const auto names = IndexPropertyTable::ByName();
+    for (const NamedProperty& property : *names)
+        if (FitsAsChild(property.Name)) children_.push_back({"<" + property.Name + ">", "</" + property.Name + ">", property.Ref});
+}
+
+void ElementFormatter::Append(std::string& out, const IndexItemPropertyContainer& item) const
+{
+    AppendStart(out, item);
+    out += '>';
+    for (const Child& child : children_) {
+        if (!item.Has(child.ref)) continue;
+        out += child.startTag;
+        if (child.ref.Kind == 1)
+            out += FormatSigned(item.GetNumber(child.ref));
+        else
+            AppendEncoded(out, item.View(child.ref));
+        out += child.endTag;
+    }
+    out += kElementEnd;
+}
+
+std::string ElementStart(const IndexItemPropertyContainer& item)
+{
+    std::string start;
+    AppendStart(start, item);
+    return start;
+}
+
+std::string StruckOutStart(const IndexItemPropertyContainer& item)
+{
+    std::string uid;
+    item.GetText(kUidRef, uid);
+    return "<ELEMENT ID=\"" + std::string(item.Id().size(), '-') + "\" UID=\"" + std::string(uid.size(), '-') + "\"";
+}
+
+}  // namespace velmora

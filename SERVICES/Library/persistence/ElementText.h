@@ -1,0 +1,38 @@
+// Items as they stand in an index file.
+#ifndef VELMORA_PERSISTENCE_ELEMENTTEXT_H
+#define VELMORA_PERSISTENCE_ELEMENTTEXT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "index/IndexItem.h"
+
+namespace velmora {
+
+// Makes elements: <ELEMENT ID="..." UID="..."> and one child for each other property in ascending order of its name. The
+// order of the names is worked out once for all items of a save.
+class ElementFormatter {
+public:
+    ElementFormatter();
+
+    void Append(std::string& out, const IndexItemPropertyContainer& item) const;
+
+private:
+    struct Child {
+        std::string startTag;  // "<NAME>"
+        std::string endTag;    // "</NAME>"
+        IndexPropertyRef ref;
+    };
+    std::vector<Child> children_;
+};
+
+// The start tag of an item's element without its ">".
+std::string ElementStart(const IndexItemPropertyContainer& item);
+
+// What a removed item's element begins with: ElementStart with every byte of the two values struck out.
+std::string StruckOutStart(const IndexItemPropertyContainer& item);
+
+}  // namespace velmora
+
+#endif

@@ -1,0 +1,51 @@
+// The text of tags in an index file.
+#ifndef VELMORA_PERSISTENCE_INDEXTAGS_H
+#define VELMORA_PERSISTENCE_INDEXTAGS_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace velmora {
+
+inline constexpr std::string_view kRootTag = "BASEELEMENT";
+inline constexpr std::string_view kElementTag = "ELEMENT";
+inline constexpr std::string_view kRootEnd = "</BASEELEMENT>\r\n";
+inline constexpr std::string_view kElementEnd = "</ELEMENT>";
+
+// <BASEELEMENT LASTUID="x12345678">
+inline constexpr std::string_view kHeaderBegin = "<BASEELEMENT LASTUID=\"x";
+inline constexpr std::string_view kHeaderEnd = "\">";
+inline constexpr size_t kHeaderDigits = 8;
+inline constexpr size_t kHeaderSize = 33;
+
+// A tag, and each attribute in it, is at most this long.
+inline constexpr size_t kLongestTag = 1023;
+
+// Whether the 33 bytes at the head of a file are the header that the writer makes.
+bool IsWrittenHeader(std::string_view bytes);
+
+// Whether an attribute value marks its element as removed: nothing but "-", or nothing.
+inline bool IsTombstone(std::string_view value) { return value.find_first_not_of('-') == std::string_view::npos; }
+
+struct TagAttribute {
+    std::string_view name;
+    std::string_view value;
+};
+
+// The attributes of a tag, one after another. A value runs to the next double quote that is not its first byte, so an
+// empty value takes in what follows, up to the quote after that.
+class AttributeWalk {
+public:
+    enum class Step { Attribute, End, NoQuote };
+
+    explicit AttributeWalk(std::string_view tag) : tag_(tag) {}
+    Step Next(TagAttribute& attribute);
+
+private:
+    std::string_view tag_;
+    size_t at_ = 0;
+};
+
+}  // namespace velmora
+
+#endif

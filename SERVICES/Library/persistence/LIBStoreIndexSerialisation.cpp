@@ -1,0 +1,215 @@
+// Choosing a strategy, and the two dispatchers around it.
+#include "persistence/LIBStoreIndexSerialisation.h"
+
+#include <algorithm>
+
+#include "common/FileManagement.h"
+#include "common/Text.h"
+#include "frame/Guard.h"
+#include "frame/Logging.h"
+#include "frame/Settings.h"
+#include "index/IndexPersistence.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "locks/BlockFile.h"
+#include "platform/win32.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr int32_t kFullLoad = 3;
+
+std::unique_ptr<StoreIndexSerialiser> MakeFileSerialiser(Setting streamSetting)
+{
+    if (SettingIsOn(streamSetting)) return std::make_unique<StreamXMLStoreIndexSerialiser>();
+    return std::make_unique<MSXMLStoreIndexSerialiser>();
+}
+
+struct LoadRequest {
+    const std::string& folderPath;
+    uint32_t indexKind;
+    const std::string& pathA;
+    const std::string& pathB;
+    int32_t level;
+    uint32_t reserved;
+    uint32_t verifyItemFiles;
+    bool checkDirty;
+};
+
+void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
+{
+    if (!SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return;
+    const uint32_t interval = SettingValue(Setting::BackupIndexInterval);
+    if (serialiser.HasBackup(folderPath) && serialiser.BackupAgeMinutes(folderPath) <= interval) return;
+    try {
+        serialiser.BackupIndex(folderPath);
+    } catch (...) {
+        PrintLine("Exception occured when backing up\n");
+    }
+}
+
+// A file did not load: what can be done about it, and the text that tells.
+std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request)
+{
+    if (!SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return "\n";
+    if (!serialiser.HasBackup(request.folderPath)) {
+        serialiser.QuarantineIndex(request.folderPath);
+        return ". Unable to find recovery index. Recovering Index (there may be some flag loss)\n";
+    }
+    serialiser.RestoreBackup(request.folderPath);
+    UnindexedStoreIndexSerialiser rebuild(serialiser);
+    if (DispatchDeserialise(rebuild, index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level, 0, 1,
+                            true) != 0)
+        return ". Successfully loaded recovery index.\n";
+    serialiser.DeleteBackup(request.folderPath);
+    return ". Backup Index is also corrupt.\n";
+}
+
+enum class Recovery { Allowed, Finished };
+
+int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, Recovery recovery)
+{
+    bool completed = false;
+    GuardedSwallow("StoreIndexSerialiser::Deserialise", [&] {
+        index.LoadLevel = serialiser.Deserialise(index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level,
+                                                 request.reserved, request.verifyItemFiles);
+        if (index.LoadLevel == kFullLoad) {
+            if (request.checkDirty) DeleteFileA((request.folderPath + "\\_change.dty").c_str());
+            KeepBackup(serialiser, request.folderPath);
+        } else if (index.LoadLevel == 0) {
+            const std::string message = "Failed to deserialise index: " + request.folderPath +
+                                        (recovery == Recovery::Allowed ? RecoverFrom(serialiser, index, request) : "\n");
+            DebugTrace(message);
+            LogIndexEvent(message);
+        }
+        completed = true;
+    });
+    if (!completed) index.LoadLevel = 0;
+    return index.LoadLevel;
+}
+
+}  // namespace
+
+const char* IndexFileName(uint32_t indexKind) { return indexKind == kKindGroups ? "_groups.xml" : "_index.xml"; }
+
+std::string IndexFilePath(const std::string& folderPath, uint32_t indexKind) { return folderPath + "\\" + IndexFileName(indexKind); }
+
+std::unique_ptr<StoreIndexSerialiser> ChooseSerialiser() { return MakeFileSerialiser(Setting::StreamSerialisation); }
+
+std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& folderPath, uint32_t indexKind, bool checkDirty,
+                                                         bool forceRebuild)
+{
+    std::unique_ptr<StoreIndexSerialiser> chosen;
+    bool rebuild = forceRebuild || (indexKind == kKindCalendar && SettingValue(Setting::CalendarReIndexMode) != 0);
+    if (FileManagement::Exists(IndexFilePath(folderPath, indexKind))) {
+        chosen = MakeFileSerialiser(Setting::StreamDeserialisation);
+        rebuild = rebuild || (checkDirty && FileManagement::Exists(folderPath + "\\_change.dty"));
+    } else if (checkDirty) {
+        // Kept: with a forced rebuild this one is wrapped in another of its kind.
+        chosen = std::make_unique<UnindexedStoreIndexSerialiser>(nullptr);
+    } else {
+        chosen = std::make_unique<NullStoreIndexDeserialiser>();
+    }
+    if (rebuild) return std::make_unique<UnindexedStoreIndexSerialiser>(std::move(chosen));
+    return chosen;
+}
+
+int32_t DispatchDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath,
+                            uint32_t indexKind, const std::string& pathA, const std::string& pathB, int32_t level, uint32_t reserved,
+                            uint32_t verifyItemFiles, bool checkDirty)
+{
+    const LoadRequest request{folderPath, indexKind, pathA, pathB, level, reserved, verifyItemFiles, checkDirty};
+    return RunDeserialise(serialiser, index, request, Recovery::Allowed);
+}
+
+uint64_t DispatchSerialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind)
+{
+    return GuardedEntry<uint64_t>("StoreIndexSerialiser::Serialise", 0, [&] { return serialiser.Serialise(index, folderPath, indexKind); });
+}
+
+bool RequiresFullLoad() { return ChooseSerialiser()->RequiresFullLoad(); }
+
+uint64_t SaveIndex(SORTEDSTOREINDEXTYPE& table, const char* folderPath, uint32_t indexKind)
+{
+    const std::unique_ptr<StoreIndexSerialiser> serialiser = ChooseSerialiser();
+    const uint64_t result = DispatchSerialise(*serialiser, table, folderPath, indexKind);
+    if (result == 1) {
+        table.FirstDirtyUID = 0;
+        table.RewriteRequired = 0;
+    }
+    return result;
+}
+
+bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level)
+{
+    if (&arguments != &table.LastLoad) table.LastLoad = arguments;
+    const IndexLoadArguments& load = table.LastLoad;
+    if (load.SkipIfLoaded && table.LoadLevel != 0) return true;
+    if (load.Owner) CopyBounded(load.Owner->Path, load.FolderPath);
+    const std::unique_ptr<StoreIndexSerialiser> serialiser =
+        ChooseDeserialiser(load.FolderPath, load.IndexKind, load.CheckDirty != 0, load.ForceRebuild != 0);
+    if (!load.NoBlock && (!load.Owner || !AcquireIndexBlock(*load.Owner))) return false;
+    // A rebuild loads once more inside this load and records its own arguments; ours come back afterwards.
+    const IndexLoadArguments ours = load;
+    table.LoadLevel = DispatchDeserialise(*serialiser, table, ours.FolderPath, ours.IndexKind, ours.Postoffice, ours.Mailbox, level, 0,
+                                          ours.VerifyItemFiles, ours.CheckDirty != 0);
+    table.LastLoad = ours;
+    if (!ours.NoBlock) ReleaseIndexBlock(*ours.Owner);
+    return table.LoadLevel >= level;
+}
+
+bool OpenIndexForLoad(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level)
+{
+    return LoadIndex(table, arguments, RequiresFullLoad() ? kFullLoad : std::max(level, 1));
+}
+
+// Makes the index agree with the folder's own files.
+
+uint64_t UnindexedStoreIndexSerialiser::Serialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t) { return 0; }
+
+int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind,
+                                                   const std::string& pathA, const std::string& pathB, int32_t, uint32_t, uint32_t)
+{
+    index.LoadSelection.clear();
+    if (StoreIndexSerialiser* const inner = Inner()) {
+        const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, false};
+        const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed);
+        // The restored backup is damaged too. The recovery ends here, or it would restore the same file for ever.
+        if (borrowed_ && loaded == 0) return 0;
+    } else {
+        UnInit(index);
+    }
+    // A failed load does not stop the scan: what it did load stays, and the scan completes it.
+    index.LoadLevel = kFullLoad;
+    const ItemBackend& backend = BackendFor(indexKind);
+    const bool known = backend.rebuild != nullptr;
+    if (known) backend.rebuild(index.LastLoad.Owner, index, folderPath.c_str());
+    index.RewriteRequired = 1;
+    if (!known) return 0;
+    SaveIndex(index, folderPath.c_str(), indexKind);
+    return kFullLoad;
+}
+
+// Nothing there, nothing to do.
+
+uint64_t NullStoreIndexDeserialiser::Serialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t) { return 0; }
+
+int32_t NullStoreIndexDeserialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string&, uint32_t, const std::string&,
+                                                const std::string&, int32_t, uint32_t, uint32_t)
+{
+    UnInit(index);
+    return kFullLoad;
+}
+
+MSXMLStoreIndexSerialiser::MSXMLStoreIndexSerialiser() : producesOldFormat_(SettingIsOn(Setting::DomOldFormat)) {}
+
+uint64_t MSXMLStoreIndexSerialiser::Serialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t) { return 0; }
+
+int32_t MSXMLStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t, const std::string&, const std::string&,
+                                               int32_t, uint32_t, uint32_t)
+{
+    return 0;
+}
+
+}  // namespace velmora
