@@ -1,0 +1,127 @@
+// Every back-end of the library, by the kind of index that it serves.
+#include <array>
+
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "index/ItemOperations.h"
+#include "items/MailBackend.h"
+
+namespace velmora {
+
+namespace {
+
+// What a kind without a back-end of its own answers: it has no files, and no property names.
+
+uint64_t NoProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
+{
+    *value = nullptr;
+    *size = 0;
+    return kNoProperty;
+}
+
+uint64_t RefuseProperty(STOREINDEXTYPE*, STOREITEMTYPE&, const char*, const char*, const void*) { return 0; }
+
+// Kinds without a table of names take the name as the column.
+uint64_t SetColumn(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* name, const void* value)
+{
+    if (!name || !value) return 0;
+    return WriteColumnValue(index, handle, itemId, name, static_cast<const char*>(value));
+}
+
+uint64_t NothingToScan(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE&, const char*, uint32_t, uint32_t) { return 0; }
+uint64_t ScanNotNeeded(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE&, const char*, uint32_t, uint32_t) { return 1; }
+uint64_t NothingToSave(STOREINDEXTYPE*, STOREITEMTYPE&) { return 1; }
+bool NoItemFile(STOREITEMTYPE&, const char*) { return false; }
+
+// With no reader of the item files, the index is all that is known of them.
+void KeepTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE&, const char*) {}
+
+// Kept: group items cannot be had back from their files, so a rebuilt index of them is empty.
+void EmptyTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char*)
+{
+    UnInit(table);
+    table.LoadLevel = 3;
+}
+
+constexpr ItemBackend Absent()
+{
+    return {.extension = "",
+            .getProperty = NoProperty,
+            .setProperty = SetColumn,
+            .scan = NothingToScan,
+            .saveItem = NothingToSave,
+            .deleteItemFile = NoItemFile,
+            .stampsFromFile = false};
+}
+
+// Contacts, calendar and tasks have tables of names, so that an unknown name is refused, and an index that can be
+// rebuilt; until their back-ends stand the rebuild leaves it as it is.
+constexpr ItemBackend AbsentWithNames(IndexGet indexGet)
+{
+    ItemBackend backend = Absent();
+    backend.setProperty = RefuseProperty;
+    backend.rebuild = KeepTable;
+    backend.indexGet = indexGet;
+    return backend;
+}
+
+constexpr ItemBackend AbsentContacts()
+{
+    ItemBackend backend = AbsentWithNames(IndexGet::Load);
+    backend.stampsFromFile = true;
+    return backend;
+}
+
+constexpr ItemBackend AbsentCalendar()
+{
+    ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
+    backend.stampsFromFile = true;
+    backend.scannedByOpen = false;
+    backend.scanStartsEmpty = true;
+    return backend;
+}
+
+constexpr ItemBackend AbsentTasks()
+{
+    ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
+    backend.scan = ScanNotNeeded;
+    backend.scannedByOpen = false;
+    return backend;
+}
+
+constexpr ItemBackend AbsentGroups()
+{
+    ItemBackend backend = Absent();
+    backend.rebuild = EmptyTable;
+    return backend;
+}
+
+constexpr ItemBackend kContacts = AbsentContacts();
+constexpr ItemBackend kCalendar = AbsentCalendar();
+constexpr ItemBackend kTasks = AbsentTasks();
+constexpr ItemBackend kGroups = AbsentGroups();
+constexpr ItemBackend kOther = Absent();
+
+struct KindEntry {
+    uint32_t kind;
+    const ItemBackend& backend;
+};
+
+const std::array<KindEntry, 5> kBackends = {{
+    {kKindMail, kMailBackend},
+    {kKindContacts, kContacts},
+    {kKindCalendar, kCalendar},
+    {kKindTasks, kTasks},
+    {kKindGroups, kGroups},
+}};
+
+}  // namespace
+
+const ItemBackend& BackendFor(uint32_t indexKind)
+{
+    for (const KindEntry& entry : kBackends)
+        if (entry.kind == indexKind) return entry.backend;
+    return kOther;
+}
+
+}  // namespace velmora

@@ -1,0 +1,19 @@
+// Reading an item's column as a value of the public interface.
+#ifndef VELMORA_ITEMS_COLUMNVALUE_H
+#define VELMORA_ITEMS_COLUMNVALUE_H
+
+#include <cstdint>
+
+#include "items/PropertyBinding.h"
+#include "velmora/index_records.h"
+
+namespace velmora {
+
+// The value of `binding` for the item in `handle`: 2 with a new allocation of malloc in `value` and its size in bytes
+// (text counts its terminator), or kNoProperty with null and 0 when there is no item, no such column, or no way to the
+// client's type. "!CLASS" is answered from the handle and needs no item.
+uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& binding, void** value, uint64_t* size);
+
+}  // namespace velmora
+
+#endif

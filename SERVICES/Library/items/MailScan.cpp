@@ -1,0 +1,256 @@
+#include "items/MailScan.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "common/FileStream.h"
+#include "common/Text.h"
+#include "frame/Logging.h"
+#include "frame/Settings.h"
+#include "index/CachedDetails.h"
+#include "index/IndexPersistence.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "items/DateForms.h"
+#include "items/MessageBranding.h"
+#include "items/MessageHeader.h"
+#include "locks/BlockFile.h"
+#include "locks/FlagFiles.h"
+#include "platform/win32.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr uint32_t kScanByName = 0;
+constexpr int32_t kFullLoad = 3;
+constexpr size_t kMaxPathLength = 1023;
+
+bool IsItemName(std::string_view name)
+{
+    if (name.empty() || name.size() > kMaxItemNameLength || name[0] == '_' || name[0] == '.') return false;
+    return name.find_first_of("\">") == std::string_view::npos;
+}
+
+// The folder's _index.blk while a scan runs.
+class ScanBlock {
+public:
+    ScanBlock(const std::string& folderPath, uint32_t lockMode) : taken_(lockMode == kScanCallerHolds)
+    {
+        if (taken_) return;
+        path_ = BlockFilePath(folderPath.c_str(), kKindMail);
+        handle_ = CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (handle_ == INVALID_HANDLE_VALUE) return;
+        taken_ = ours_ = true;
+        if (lockMode == kScanByName) CloseBlockHandle(handle_);
+    }
+    ~ScanBlock()
+    {
+        if (!ours_) return;
+        if (handle_) CloseBlockHandle(handle_);
+        if (DeleteBlockFile(path_) == BlockDelete::GaveUp) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
+    }
+    ScanBlock(const ScanBlock&) = delete;
+    ScanBlock& operator=(const ScanBlock&) = delete;
+
+    bool Taken() const { return taken_; }
+
+private:
+    std::string path_;
+    void* handle_ = nullptr;
+    bool taken_;
+    bool ours_ = false;
+};
+
+// Starts from what the index file knows, or from nothing; loaded in full either way.
+void LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind,
+                 uint32_t verifyItemFiles)
+{
+    UnInit(table);
+    UnInit(table);
+    // A table that holds chosen items only would take all the others for new ones.
+    table.LoadSelection.clear();
+    if (GetFileAttributesA(IndexFilePath(folderPath, indexKind).c_str()) != INVALID_FILE_ATTRIBUTES) {
+        IndexLoadArguments arguments;
+        arguments.Owner = owner;
+        arguments.FolderPath = folderPath;
+        arguments.IndexKind = indexKind;
+        if (owner) {
+            arguments.Postoffice = owner->Postoffice;
+            arguments.Mailbox = owner->Mailbox;
+        }
+        arguments.NoBlock = 1;  // held by the scan or by its caller
+        arguments.CheckDirty = 0;
+        arguments.VerifyItemFiles = verifyItemFiles;
+        // A damaged file cannot be updated in place: what could be read of it is completed and written anew.
+        if (!LoadIndex(table, arguments, kFullLoad)) table.RewriteRequired = 1;
+    }
+    table.LoadLevel = kFullLoad;
+}
+
+bool FileDiffers(const IndexItemPropertyContainer& item, const ListedFile& file)
+{
+    static const IndexPropertyRef modifiedDate = IndexPropertyTable::LookUp(kModifiedDate);
+    static const IndexPropertyRef size = IndexPropertyTable::LookUp(kSize);
+    return ParseUnsigned(item.View(modifiedDate), 10) != file.lastWrite || item.GetNumber(size) != static_cast<int32_t>(file.size);
+}
+
+void WriteFolderDetails(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath)
+{
+    uint32_t details[kDetailWords] = {};
+    if (GetFolderDetails(table, details) != 0) WriteCachedDetails(folderPath + "\\" + kCachedDetailsFile, details);
+}
+
+// A total at or above 2^31 counts as negative, and a negative one as 0.
+int32_t Kilobytes(uint32_t totalBytes)
+{
+    const int32_t total = static_cast<int32_t>(totalBytes);
+    return total > 0 ? total / 1024 : 0;
+}
+
+}  // namespace
+
+void MessageListing::Read(const std::string& folderPath, uint32_t rowLimit)
+{
+    names_.clear();
+    entries_.clear();
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((folderPath + "\\*.MAI").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    uint32_t seen = 0;
+    do {
+        if (++seen >= rowLimit) break;
+        const std::string_view name = found.cFileName;
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsItemName(name)) continue;
+        entries_.push_back({static_cast<uint32_t>(names_.size()), static_cast<uint32_t>(name.size()), found.nFileSizeLow,
+                            DosDateTime(found.ftLastWriteTime)});
+        names_ += name;
+    } while (FindNextFileA(search, &found));
+    FindClose(search);
+
+    const auto byName = [this](const Entry& a, const Entry& b) { return CompareNoCase(NameOf(a), NameOf(b)) < 0; };
+    if (!std::is_sorted(entries_.begin(), entries_.end(), byName)) std::stable_sort(entries_.begin(), entries_.end(), byName);
+}
+
+ListedFile MessageListing::operator[](size_t index) const
+{
+    const Entry& entry = entries_[index];
+    return {NameOf(entry), entry.size, entry.lastWrite};
+}
+
+uint32_t GetFolderUniqueId(const std::string& folderPath)
+{
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((folderPath + "\\.").substr(0, kMaxPathLength).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return 0;
+    FindClose(search);
+    return found.ftCreationTime.dwLowDateTime;
+}
+
+uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
+                        uint32_t& nextUid)
+{
+    MessageHeader header;
+    header.FolderUid = folderUid;
+    std::string path = folderPath;
+    path += '\\';
+    path += file.name;
+    HeaderParseOptions options;
+    options.honourUid = UidBrandingIsOn();
+    if (nextUid == UINT32_MAX || !ParseMessageHeaders(path, header, options)) return 0;
+
+    const uint32_t uid = ++nextUid;
+    // A UID from another life of the file only tells that its X-UID line is out of date.
+    const bool branded = header.Uid > 0;
+    header.Uid = static_cast<int32_t>(uid);
+    if (branded) BrandMessageFile(folderPath, file.name, folderUid, uid);
+
+    header.Size = static_cast<int32_t>(file.size);
+    CopyBounded(header.ItemId, file.name);
+    auto item = std::make_unique<IndexItemPropertyContainer>();
+    MessageHeader_SetItemProperties(*item, header, false);
+    if (!InsertItem(table, item.get())) return 0;
+    item.release();
+    return 1;
+}
+
+uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid)
+{
+    MessageHeader header;
+    header.FolderUid = folderUid;
+    HeaderParseOptions options;
+    options.clearTempFlags = true;
+    if (!ParseMessageHeaders(folderPath + "\\" + std::string(file.name), header, options)) return 0;
+    header.Size = static_cast<int32_t>(file.size);
+    MessageHeader_RefreshItemProperties(item, header);
+    return 1;
+}
+
+ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const MessageListing& files,
+                                  uint32_t rowLimit)
+{
+    const uint32_t folderUid = GetFolderUniqueId(folderPath);
+    uint32_t nextUid = table.LastUID;
+    uint32_t count = 0;
+    ReconcileResult result;
+    for (size_t i = 0; i < files.Count(); ++i) {
+        const ListedFile file = files[i];
+        if (++count >= rowLimit) {
+            result.overflow = true;
+            break;
+        }
+        result.totalBytes += file.size;
+        if (IndexItemPropertyContainer* const known = FindLoadedItem(table, file.name)) {
+            if (FileDiffers(*known, file)) RefreshMessageItem(*known, folderPath, file, folderUid);
+        } else {
+            AddMessageItem(table, folderPath, file, folderUid, nextUid);
+            StripMessageBranding(folderPath, file.name, folderUid, nextUid);
+        }
+    }
+    return result;
+}
+
+uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
+{
+    FileStream file;
+    if (!file.OpenTruncate(folderPath + "\\_DIRSIZE.TMP")) return 1;
+    file.Write(FormatSigned(kilobytes));
+    return file.Close() ? 0 : 1;
+}
+
+void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result)
+{
+    WriteDirectorySize(folderPath, Kilobytes(result.totalBytes));
+    // The flag that asked for this scan is gone by now: without a new one, what the scan found would be forgotten.
+    if (result.overflow || SaveIndex(table, folderPath.c_str(), indexKind) == 0) MarkFolderDirty(folderPath.c_str());
+    if (!result.overflow) WriteFolderDetails(table, folderPath);
+}
+
+uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t lockMode,
+                            uint32_t verifyItemFiles)
+{
+    if (folderPath.empty()) return 0;
+    const uint32_t rowLimit = SettingValue(Setting::MaximumIndexRows);
+    const uint32_t indexKind = owner ? owner->IndexKind : kKindMail;
+
+    const ScanBlock block(folderPath, lockMode);
+    if (!block.Taken()) return 1;
+    LoadForScan(owner, table, folderPath, indexKind, verifyItemFiles);
+    MessageListing files;
+    files.Read(folderPath, rowLimit);
+    StoreScanResult(table, folderPath, indexKind, ReconcileMessages(table, folderPath, files, rowLimit));
+    return 1;
+}
+
+void RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPath)
+{
+    const std::string folder(folderPath);
+    const uint32_t rowLimit = SettingValue(Setting::MaximumIndexRows);
+    MessageListing files;
+    files.Read(folder, rowLimit);
+    const ReconcileResult result = ReconcileMessages(table, folder, files, rowLimit);
+    WriteDirectorySize(folder, Kilobytes(result.totalBytes));
+    WriteFolderDetails(table, folder);
+}
+
+}  // namespace velmora

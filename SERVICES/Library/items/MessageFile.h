@@ -1,0 +1,40 @@
+// A message file open for reading: its bytes and its last write through one handle.
+#ifndef VELMORA_ITEMS_MESSAGEFILE_H
+#define VELMORA_ITEMS_MESSAGEFILE_H
+
+#include <cstdint>
+#include <string>
+
+#include "persistence/StreamIndexReader.h"
+#include "platform/win32.h"
+
+namespace velmora {
+
+// Opened so that others may read, write, rename and delete the file meanwhile: a scan must not be in the way of a
+// delivery agent, and an open with nothing to lock is the cheapest one.
+class MessageFile : public ByteSource {
+public:
+    explicit MessageFile(const std::string& path);
+    ~MessageFile() override;
+    MessageFile(const MessageFile&) = delete;
+    MessageFile& operator=(const MessageFile&) = delete;
+
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    void Close();
+
+    // The last write in DOS form, from the handle, else from a search for the path; 0 when neither tells.
+    uint32_t DosLastWrite() const;
+
+    // Up to `size` bytes; 0 at the end or on a fault, which Failed() tells apart.
+    size_t Read(char* buffer, size_t size) override;
+    bool Failed() const { return failed_; }
+
+private:
+    std::string path_;
+    HANDLE handle_;
+    bool failed_ = false;
+};
+
+}  // namespace velmora
+
+#endif

@@ -1,0 +1,118 @@
+#include "items/MessageHeader.h"
+
+#include "common/Text.h"
+#include "items/MessageFile.h"
+
+namespace velmora {
+
+namespace {
+
+// Where each column of a mail item lies, looked up once a process.
+struct MailColumns {
+    IndexPropertyRef id = IndexPropertyTable::LookUp(kId);
+    IndexPropertyRef uid = IndexPropertyTable::LookUp(kUid);
+    IndexPropertyRef messageDate = IndexPropertyTable::LookUp("MESSAGEDATE");
+    IndexPropertyRef modifiedDate = IndexPropertyTable::LookUp(kModifiedDate);
+    IndexPropertyRef importance = IndexPropertyTable::LookUp("IMPORTANCE");
+    IndexPropertyRef flagStatus = IndexPropertyTable::LookUp(kFlagStatus);
+    IndexPropertyRef attachments = IndexPropertyTable::LookUp("ATTACHMENTS");
+    IndexPropertyRef from = IndexPropertyTable::LookUp("FROM");
+    IndexPropertyRef to = IndexPropertyTable::LookUp("TO");
+    IndexPropertyRef cc = IndexPropertyTable::LookUp("CC");
+    IndexPropertyRef subject = IndexPropertyTable::LookUp("SUBJECT");
+    IndexPropertyRef received = IndexPropertyTable::LookUp("RECEIVED");
+    IndexPropertyRef read = IndexPropertyTable::LookUp(kRead);
+    IndexPropertyRef state = IndexPropertyTable::LookUp("STATE");
+    IndexPropertyRef itemClass = IndexPropertyTable::LookUp("CLASS");
+    IndexPropertyRef size = IndexPropertyTable::LookUp(kSize);
+};
+
+const MailColumns& Columns()
+{
+    static const MailColumns columns;
+    return columns;
+}
+
+// The list that FLAGSTATUS holds: what came with the message and whether it was read, or just "\RECENT".
+std::string_view BuildFlagStatus(MessageHeader& header)
+{
+    if (header.TempFlags.empty()) return "\\RECENT";
+    AddFlagStatus(header.TempFlags, header.Read == 1 ? "SEEN" : "RECENT");
+    return header.TempFlags;
+}
+
+}  // namespace
+
+void MessageHeader_Reset(MessageHeader& header)
+{
+    header.HeaderText.clear();
+    header.To.clear();
+    header.Cc.clear();
+    header.TempFlags.clear();
+    for (char* field : {header.From, header.FromName, header.ReplyTo, header.MessageId, header.ItemId, header.Received, header.MessageDate,
+                        header.Subject, header.Class}) {
+        field[0] = '\0';
+    }
+    header.Read = 0;
+    header.Size = 0;
+    header.Importance = kDefaultImportance;
+}
+
+bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
+{
+    MessageFile file(path);
+    if (!file.IsOpen()) return false;
+    header.ModifiedDate = file.DosLastWrite();
+    ParseMessageHeaders(static_cast<ByteSource&>(file), header, options);
+    return true;
+}
+
+bool AddFlagStatus(std::string& list, std::string_view flag)
+{
+    std::string spelled;
+    if (flag.find('\\') == std::string_view::npos) spelled = '\\';
+    spelled += flag;
+    if (ContainsNoCase(list, spelled)) return false;
+    if (!list.empty()) list += ' ';
+    list += spelled;
+    return true;
+}
+
+void MessageHeader_SetItemProperties(IndexItemPropertyContainer& item, MessageHeader& header, bool identityOnly)
+{
+    const MailColumns& columns = Columns();
+    item.SetText(columns.id, header.ItemId);
+    item.SetNumber(columns.uid, header.Uid);
+    if (!identityOnly) {
+        item.SetText(columns.messageDate, header.MessageDate);
+        item.SetText(columns.modifiedDate, FormatSigned(header.ModifiedDate));
+        item.SetNumber(columns.importance, header.Importance);
+        item.SetText(columns.flagStatus, BuildFlagStatus(header));
+        item.SetNumber(columns.attachments, header.Attachments);
+        item.SetText(columns.from, header.From);
+        item.SetText(columns.to, header.To);
+        item.SetText(columns.cc, header.Cc);
+        item.SetText(columns.subject, header.Subject);
+        item.SetText(columns.received, header.Received);
+        item.SetNumber(columns.read, header.Read);
+        item.SetText(columns.state, "0");
+        item.SetText(columns.itemClass, header.Class);
+        item.SetNumber(columns.size, header.Size);
+    }
+    MarkItemChanged(item);
+}
+
+void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const MessageHeader& header)
+{
+    const MailColumns& columns = Columns();
+    item.SetText(columns.messageDate, header.MessageDate);
+    item.SetText(columns.subject, header.Subject);
+    item.SetText(columns.received, header.Received);
+    item.SetText(columns.modifiedDate, FormatSigned(header.ModifiedDate));
+    item.SetNumber(columns.attachments, header.Attachments);
+    item.SetNumber(columns.read, header.Read);
+    item.SetNumber(columns.size, header.Size);
+    MarkItemChanged(item);
+}
+
+}  // namespace velmora
