@@ -1,0 +1,240 @@
+// vlstore import PATH... --to FOLDER: brings messages into a folder, has the store scan it, and checks that every one of
+// them is listed. What did not come through is named, and the exit code says so.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "ExitCode.h"
+#include "ItemWriter.h"
+#include "MessageSource.h"
+#include "OpenFolder.h"
+#include "Progress.h"
+#include "Session.h"
+#include "SettingsFile.h"
+
+namespace vlstore {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint32_t kDefaultIndexRows = 100000;
+
+struct Options {
+    std::vector<std::string> paths;
+    std::string folder;
+    bool dryRun = false;
+};
+
+struct Imported {
+    std::string id;
+    std::string label;
+    std::string flags;  // letters of a Maildir
+};
+
+// What a Maildir says of a message, in the words of the store.
+struct FlagWord {
+    char letter;
+    const char* word;
+};
+constexpr char kSeenLetter = 'S';
+constexpr FlagWord kFlagWords[] = {{kSeenLetter, "\\SEEN"}, {'R', "\\ANSWERED"}, {'F', "\\FLAGGED"}};
+
+std::string FlagStatus(const std::string& letters)
+{
+    std::string words;
+    for (const FlagWord& flag : kFlagWords) {
+        if (letters.find(flag.letter) != std::string::npos) words += (words.empty() ? "" : " ") + std::string(flag.word);
+    }
+    return words;
+}
+
+class ImportRun {
+public:
+    ImportRun(const Options& options, const Session& session, Output& output)
+        : options_(options), session_(session), output_(output), name_(ParseFolderName(options.folder)), store_(session)
+    {
+    }
+
+    void Run()
+    {
+        if (!HoldsMail(name_)) throw Failure(ExitCode::Unavailable, "not a mail folder: " + name_.Str());
+        fs::path directory = store_.FolderDirectory(name_);
+        list_ = CollectSources(options_.paths);
+        for (const fs::path& path : list_.skipped) std::fprintf(stderr, "vlstore: skipped, not a message: %s\n", path.c_str());
+        CountAll();
+        if (options_.dryRun) return ReportDryRun();
+        if (LockWaitOf(session_) == LockWait::Refuse) RefuseIfHeld(name_, directory);
+
+        ItemWriter writer(directory);
+        CheckRowLimit(writer.FilesPresent());
+        WriteAll(writer);
+        if (!imported_.empty()) {
+            writer.MarkDirty();
+            CheckListed();
+        }
+        Report();
+    }
+
+private:
+    // Reads mbox files through; the bytes of single files are not looked at yet.
+    void CountAll()
+    {
+        for (const MessageSource& source : list_.sources) {
+            if (source.form == MessageSource::Form::Message) {
+                ++total_;
+                continue;
+            }
+            MessageStream stream(source);
+            std::string message;
+            while (stream.Next(message)) ++total_;
+        }
+    }
+
+    // A scan stops at the row limit and leaves the rest of the folder out of the index.
+    void CheckRowLimit(uint64_t present) const
+    {
+        uint32_t limit = SettingsFile::Load(store_.SettingsFile()).Number("Maximum Index Rows", kDefaultIndexRows);
+        if (limit == 0 || present + total_ < limit) return;
+        throw Failure(ExitCode::Data, "the folder would hold " + std::to_string(present + total_) +
+                                          " messages, and its index takes fewer than " + std::to_string(limit) +
+                                          "; raise it with: vlstore settings set \"Maximum Index Rows\" NUMBER");
+    }
+
+    void WriteAll(ItemWriter& writer)
+    {
+        Progress progress(total_);
+        std::string message;
+        for (const MessageSource& source : list_.sources) {
+            if (stopped_) return;
+            std::string label = source.path.string();
+            try {
+                MessageStream stream(source);
+                while (stream.Next(message)) {
+                    label = stream.Label();
+                    if (!WriteOne(writer, message, label, source.flags)) return;
+                    progress.Step();
+                }
+            } catch (const Failure& failure) {
+                AddFault(failure.Code(), "not imported: " + label + ": " + failure.what());
+            }
+        }
+    }
+
+    // A message that cannot be read is one fault, and the next one gets its turn; where writing fails, it would fail again.
+    bool WriteOne(ItemWriter& writer, const std::string& message, const std::string& label, const std::string& flags)
+    {
+        try {
+            imported_.push_back({writer.Write(message), label, flags});
+        } catch (const Failure& failure) {
+            AddFault(failure.Code(), "stopped at " + label + ": " + failure.what());
+            stopped_ = true;
+        }
+        return !stopped_;
+    }
+
+    void CheckListed()
+    {
+        OpenFolder folder(store_, name_, LockWaitOf(session_));
+        std::unordered_set<std::string> listed;
+        for (bool more = folder.First(); more; more = folder.Next()) listed.insert(folder.CurrentId());
+        bool flagged = false;
+        for (const Imported& item : imported_) {
+            if (!listed.contains(item.id)) {
+                AddFault(ExitCode::IoError, "not listed: " + item.id + " from " + item.label);
+                continue;
+            }
+            ++listedCount_;
+            flagged = SetFlags(folder, item) || flagged;
+        }
+        if (flagged) CheckFlags(folder);
+    }
+
+    static bool SetFlags(OpenFolder& folder, const Imported& item)
+    {
+        std::string status = FlagStatus(item.flags);
+        if (status.empty()) return false;
+        folder.Set(item.id, *FindMailProperty("PR_VL_FLAGSTATUS"), status);
+        if (item.flags.find(kSeenLetter) != std::string::npos) folder.Set(item.id, *FindMailProperty("PR_VL_READ"), "1");
+        return true;
+    }
+
+    void CheckFlags(OpenFolder& folder)
+    {
+        folder.SaveAndReload();
+        for (const Imported& item : imported_) {
+            std::string status = FlagStatus(item.flags);
+            if (status.empty()) continue;
+            folder.Select(item.id);
+            bool seen = item.flags.find(kSeenLetter) != std::string::npos;
+            bool read = !seen || folder.Get(*FindMailProperty("PR_VL_READ")) == Cell("1");
+            if (!read || folder.Get(*FindMailProperty("PR_VL_FLAGSTATUS")) != Cell(status)) {
+                AddFault(ExitCode::IoError, "flags not stored: " + item.id + " from " + item.label);
+            }
+        }
+    }
+
+    void AddFault(ExitCode code, const std::string& line)
+    {
+        std::fprintf(stderr, "vlstore: %s\n", line.c_str());
+        if (firstFault_ == ExitCode::Ok) firstFault_ = code;
+    }
+
+    void ReportDryRun()
+    {
+        output_.Remark("would import " + std::to_string(total_) + " messages into " + name_.Str());
+        if (output_.GetFormat() == Format::Table) return;
+        output_.Begin({"source"});
+        std::string message;
+        for (const MessageSource& source : list_.sources) {
+            MessageStream stream(source);
+            while (stream.Next(message)) output_.Add({stream.Label()});
+        }
+        output_.End();
+    }
+
+    void Report()
+    {
+        std::string counts = std::to_string(listedCount_) + " of " + std::to_string(total_) + " messages into " + name_.Str();
+        output_.Remark("imported " + counts);
+        if (output_.GetFormat() != Format::Table) {
+            output_.Begin({"VL_ITEM_ID", "source"});
+            for (const Imported& item : imported_) output_.Add({item.id, item.label});
+            output_.End();
+        }
+        output_.Finish();
+        if (firstFault_ == ExitCode::Ok && listedCount_ == total_) return;
+        throw Failure(firstFault_ == ExitCode::Ok ? ExitCode::IoError : firstFault_, "imported only " + counts);
+    }
+
+    const Options& options_;
+    const Session& session_;
+    Output& output_;
+    FolderName name_;
+    Store store_;
+    SourceList list_;
+    std::vector<Imported> imported_;
+    uint64_t total_ = 0;
+    uint64_t listedCount_ = 0;
+    bool stopped_ = false;
+    ExitCode firstFault_ = ExitCode::Ok;
+};
+
+}  // namespace
+
+void AddImport(CLI::App& app, Session& session)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* verb = app.add_subcommand("import", "Bring messages into a folder: files, directories, Maildirs, mbox files");
+    verb->add_option("PATH", options->paths, "Where the messages are")->required();
+    verb->add_option("--to", options->folder, "POSTOFFICE/MAILBOX/FOLDER; the folder must exist")->required()->type_name("FOLDER");
+    verb->add_flag("--dry-run", options->dryRun, "Say what would be imported, and write nothing");
+    verb->callback(
+        [&session, options] { session.verb = [options](Session& run, Output& output) { ImportRun(*options, run, output).Run(); }; });
+}
+
+}  // namespace vlstore

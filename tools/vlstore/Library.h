@@ -1,0 +1,31 @@
+// The store provider, loaded when a verb needs it and not before: its settings are read once, at the load, and the verb's
+// arguments decide which settings file that is.
+#ifndef VLSTORE_LIBRARY_H
+#define VLSTORE_LIBRARY_H
+
+#include "velmora/vlaisp.h"
+
+namespace vlstore {
+
+// The functions that the tool calls, under the types of the public headers. Valid until the process ends.
+struct Library {
+    decltype(&::StoreFolder_Open) folderOpen = nullptr;
+    decltype(&::StoreFolder_Close) folderClose = nullptr;
+    decltype(&::StoreFolder_Save) folderSave = nullptr;
+    decltype(&::StoreFolder_SelectItem) selectItem = nullptr;
+    decltype(&::StoreFolder_FindFirstItem) findFirstItem = nullptr;
+    decltype(&::StoreFolder_FindNextItem) findNextItem = nullptr;
+    decltype(&::StoreItem_GetProperty) getProperty = nullptr;
+    decltype(&::StoreItem_SetProperty) setProperty = nullptr;
+    decltype(&::StoreItem_FreeProperty) freeProperty = nullptr;
+    decltype(&::GetCachedStatus) getCachedStatus = nullptr;
+    decltype(&::StoreLibrary_ThreadRelease) threadRelease = nullptr;
+};
+
+// The library from ../lib beside the executable, else from where the loader looks. Throws Failure with the loader's
+// reason, or with the name of the first function that it does not have.
+Library LoadLibraryModule();
+
+}  // namespace vlstore
+
+#endif

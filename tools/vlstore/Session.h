@@ -1,0 +1,43 @@
+// One run of the tool: what was asked for on the command line before the noun, and the verb that was chosen.
+#ifndef VLSTORE_SESSION_H
+#define VLSTORE_SESSION_H
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "Output.h"
+
+namespace CLI {
+class App;
+}
+
+namespace vlstore {
+
+struct Session {
+    Format format = Format::Table;
+    std::string store;     // --store ROOT; empty means the environment's or the system's settings
+    bool verbose = false;  // the library's own lines go to standard error
+    bool wait = false;     // wait for a lock as a service does
+    std::function<void(Session&, Output&)> verb;
+};
+
+// The settings file of this run: ROOT/registry.reg, else VELMORA_REGISTRY, else the system's.
+std::filesystem::path SettingsFilePath(const Session& session);
+
+// Each verb stands in a file of its own and adds itself to its noun.
+void AddStoreInit(CLI::App& noun, Session& session);
+void AddSettingsGet(CLI::App& noun, Session& session);
+void AddSettingsSet(CLI::App& noun, Session& session);
+void AddSettingsList(CLI::App& noun, Session& session);
+void AddMailboxAdd(CLI::App& noun, Session& session);
+void AddImport(CLI::App& app, Session& session);
+void AddItemList(CLI::App& noun, Session& session);
+void AddItemShow(CLI::App& noun, Session& session);
+void AddItemGet(CLI::App& noun, Session& session);
+void AddItemSet(CLI::App& noun, Session& session);
+void AddFolderStatus(CLI::App& noun, Session& session);
+
+}  // namespace vlstore
+
+#endif

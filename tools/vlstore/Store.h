@@ -1,0 +1,39 @@
+// The store of this run: its settings file, the library loaded on it, and the directories of its folders.
+#ifndef VLSTORE_STORE_H
+#define VLSTORE_STORE_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "FolderName.h"
+#include "Library.h"
+#include "Session.h"
+
+namespace vlstore {
+
+// A file or directory of that name in any case: the spelling asked for first, then what the directory holds.
+std::optional<std::filesystem::path> FindNoCase(const std::filesystem::path& directory, const std::string& name);
+
+class Store {
+public:
+    // Throws Failure when --store names none or the library cannot be loaded.
+    explicit Store(const Session& session);
+
+    const Library& Functions() const { return library_; }
+    const std::filesystem::path& SettingsFile() const { return settingsFile_; }
+
+    // The directory that holds the post offices, as the library says; it may not exist.
+    std::filesystem::path MailRoot() const;
+    // The directory of an existing folder. Throws Failure, one for each of store, post office, mailbox and folder, without
+    // touching anything: the library's own open would make the folder.
+    std::filesystem::path FolderDirectory(const FolderName& name) const;
+
+private:
+    std::filesystem::path settingsFile_;
+    Library library_;
+};
+
+}  // namespace vlstore
+
+#endif

@@ -1,0 +1,65 @@
+// vlstore store init ROOT [--defaults]: an empty store with its settings file.
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+
+#include "ExitCode.h"
+#include "Session.h"
+#include "SettingsFile.h"
+#include "System.h"
+
+namespace vlstore {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Options {
+    std::string root;
+    bool defaults = false;
+};
+
+RegistryValue TextValue(const std::string& text) { return {RegistryValue::Type::Text, text, 0}; }
+RegistryValue NumberValue(uint32_t number) { return {RegistryValue::Type::Number, {}, number}; }
+
+std::string FirstSettings(const fs::path& mailRoot, bool defaults)
+{
+    RegistryText settings = RegistryText::Parse("");
+    settings.Set(kBaseKey, "Mail Root", TextValue(mailRoot.string()));
+    if (!defaults) {
+        settings.Set(kBaseKey, "Use XML Stream Index Deserialisation", NumberValue(1));
+        settings.Set(kBaseKey, "Use XML Stream Index Serialisation", NumberValue(1));
+    }
+    return settings.Serialise();
+}
+
+void InitStore(const Options& options, Output& output)
+{
+    if (options.root.empty()) throw Failure(ExitCode::Usage, "ROOT is empty");
+    fs::path root = fs::absolute(options.root).lexically_normal();
+    if (!root.has_filename()) root = root.parent_path();
+    fs::path settings = root / "registry.reg";
+    fs::path mailRoot = root / "POSTOFFICES";
+    std::error_code error;
+    if (fs::exists(settings, error)) throw Failure(ExitCode::CannotCreate, "there is a store already: " + settings.string());
+
+    fs::create_directories(mailRoot, error);
+    if (error) throw Failure(ExitCode::CannotCreate, "cannot make " + mailRoot.string() + ": " + error.message());
+    error = WriteNewFile(settings, FirstSettings(mailRoot, options.defaults));
+    if (error) throw Failure(ExitCode::CannotCreate, "cannot make " + settings.string() + ": " + error.message());
+    output.Record({"root", "mailRoot", "registry"}, {root.string(), mailRoot.string(), settings.string()});
+}
+
+}  // namespace
+
+void AddStoreInit(CLI::App& noun, Session& session)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* verb = noun.add_subcommand("init", "Make an empty store at ROOT, with the stream index reader and writer on");
+    verb->add_option("ROOT", options->root, "Directory of the store; made when it is not there")->required();
+    verb->add_flag("--defaults", options->defaults, "Set nothing but the mail root");
+    verb->callback([&session, options] { session.verb = [options](Session&, Output& output) { InitStore(*options, output); }; });
+}
+
+}  // namespace vlstore

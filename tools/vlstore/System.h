@@ -1,0 +1,48 @@
+// The few things that the tool asks of the operating system beyond the standard library.
+#ifndef VLSTORE_SYSTEM_H
+#define VLSTORE_SYSTEM_H
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace vlstore {
+
+// Keeps standard output for the tool alone: the stream returned writes where standard output went, and whatever else in
+// the process writes there from now on goes to standard error (`noiseToStderr`) or nowhere. Null when there is none.
+std::FILE* TakeStandardOutput(bool noiseToStderr);
+
+bool IsTerminal(std::FILE* stream);
+// Columns of the terminal behind `stream`; 0 when it is none or does not say.
+size_t TerminalColumns(std::FILE* stream);
+
+void SetEnvironment(const char* name, const std::string& value);
+std::filesystem::path ExecutableDirectory();
+
+// A shared library, loaded until the process ends; null with the loader's reason in `error`.
+void* OpenModule(const std::string& path, std::string& error);
+void* FindSymbol(void* module, const char* name);
+
+// What stands behind the name of a block file.
+enum class BlockState {
+    Free,    // no such file
+    Held,    // a live process holds it
+    Unheld,  // the file stands, and no process holds it by handle
+};
+BlockState ProbeBlockFile(const std::filesystem::path& path);
+
+// The whole content of a file.
+std::error_code ReadFileContent(const std::filesystem::path& path, std::string& bytes);
+// Makes a file that must not exist yet and writes `bytes`; nothing is left behind on a failure.
+std::error_code WriteNewFile(const std::filesystem::path& path, std::string_view bytes);
+// Renames in one step and fails with file_exists when `to` is there.
+std::error_code MoveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to);
+// Puts `bytes` into the place of `path` in one step: readers see the old content or the new one, also after a crash.
+// A file that is there keeps its mode.
+std::error_code ReplaceFileContent(const std::filesystem::path& path, std::string_view bytes);
+
+}  // namespace vlstore
+
+#endif

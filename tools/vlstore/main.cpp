@@ -1,0 +1,106 @@
+// vlstore: the administrator's and developer's tool for a store. Noun, then verb; one file a verb.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "ExitCode.h"
+#include "Output.h"
+#include "Session.h"
+#include "System.h"
+
+namespace {
+
+using vlstore::ExitCode;
+using vlstore::Failure;
+using vlstore::Format;
+using vlstore::Session;
+
+int Complain(ExitCode code, std::string text)
+{
+    for (char& c : text) {
+        if (c == '\n' || c == '\r') c = ' ';
+    }
+    std::fprintf(stderr, "vlstore: %s\n", text.c_str());
+    return static_cast<int>(code);
+}
+
+Format FormatOf(const std::string& name)
+{
+    if (name == "json") return Format::Json;
+    return name == "tab" ? Format::Tab : Format::Table;
+}
+
+CLI::App* AddNoun(CLI::App& app, const char* name, const char* description)
+{
+    CLI::App* noun = app.add_subcommand(name, description);
+    noun->require_subcommand(1);
+    return noun;
+}
+
+void AddGlobalOptions(CLI::App& app, Session& session)
+{
+    auto setFormat = [&session](const std::string& name) { session.format = FormatOf(name); };
+    app.add_option_function<std::string>("--format", setFormat, "table, json or tab")
+        ->check(CLI::IsMember({"table", "json", "tab"}))
+        ->type_name("FORM");
+    app.add_option("--store", session.store, "The store at ROOT, as \"store init\" made it; without it VELMORA_REGISTRY decides")
+        ->type_name("ROOT");
+    app.add_flag("--verbose", session.verbose, "Show the library's own lines on standard error");
+    app.add_flag("--wait", session.wait, "Wait for a folder that another process holds, and break a lock that stays");
+    app.set_version_flag("--version", "vlstore " VLSTORE_VERSION);
+}
+
+void AddVerbs(CLI::App& app, Session& session)
+{
+    vlstore::AddStoreInit(*AddNoun(app, "store", "Whole stores"), session);
+    CLI::App* settings = AddNoun(app, "settings", "The settings file");
+    vlstore::AddSettingsGet(*settings, session);
+    vlstore::AddSettingsSet(*settings, session);
+    vlstore::AddSettingsList(*settings, session);
+    vlstore::AddMailboxAdd(*AddNoun(app, "mailbox", "Mailboxes"), session);
+    vlstore::AddImport(app, session);
+    CLI::App* item = AddNoun(app, "item", "Items of a folder");
+    vlstore::AddItemList(*item, session);
+    vlstore::AddItemShow(*item, session);
+    vlstore::AddItemGet(*item, session);
+    vlstore::AddItemSet(*item, session);
+    vlstore::AddFolderStatus(*AddNoun(app, "folder", "Folders"), session);
+}
+
+int RunVerb(Session& session)
+{
+    // From here on whatever the library prints cannot reach our standard output.
+    std::FILE* stream = vlstore::TakeStandardOutput(session.verbose);
+    if (!stream) return Complain(ExitCode::IoError, "there is no standard output");
+    vlstore::Output output(stream, session.format);
+    session.verb(session, output);
+    output.Finish();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Session session;
+    CLI::App app("Looks after a Velmora store. FOLDER is always POSTOFFICE/MAILBOX/FOLDER.", "vlstore");
+    app.require_subcommand(1);
+    AddGlobalOptions(app, session);
+    AddVerbs(app, session);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and the version come this way as well, with 0.
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return Complain(ExitCode::Usage, std::string(error.what()) + " (--help tells more)");
+    }
+    try {
+        return RunVerb(session);
+    } catch (const Failure& failure) {
+        return Complain(failure.Code(), failure.what());
+    } catch (const std::exception& error) {
+        return Complain(ExitCode::IoError, error.what());
+    }
+}
