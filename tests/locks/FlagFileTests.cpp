@@ -1,0 +1,138 @@
+#include "locks/FlagFiles.h"
+
+#include <string>
+#include <vector>
+
+#include "frame/ProcessState.h"
+#include "tests/locks/LocksFixture.h"
+
+namespace velmora::test {
+namespace {
+
+constexpr char kChangeText[] = "This file is a flag file that denotes that this folder has been changed";
+constexpr char kCachedText[] = "This file is a flag file that there are cached transactions that are not written to disk.";
+
+class FlagFiles : public Locks {
+protected:
+    void TearDown() override { Switches() = FlagSwitches(); }
+    void PutIndex() { WriteFileBytes(folder / "_index.xml", "<BASEELEMENT>"); }
+    using Names = std::vector<std::string>;
+};
+
+TEST_F(FlagFiles, TheDirtyFlagBearsItsTextWithNoLineEnd)
+{
+    EXPECT_EQ(MarkFolderDirty(folder.c_str()), 1u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
+}
+
+TEST_F(FlagFiles, SettingTheFlagTwiceReplacesItsContent)
+{
+    WriteFileBytes(folder / "_CHANGE.DTY", std::string(500, 'x'));
+    EXPECT_EQ(MarkFolderDirty(folder.c_str()), 1u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
+}
+
+TEST_F(FlagFiles, MarkingADirectoryThatDoesNotExistAnswersOneAndCreatesNothing)
+{
+    EXPECT_EQ(MarkFolderDirty((folder.string() + "\\gone").c_str()), 1u);
+    EXPECT_EQ(MarkFolderDirty(nullptr), 1u);
+    EXPECT_TRUE(FileNames(folder).empty());
+}
+
+TEST_F(FlagFiles, TheInboxOfAMailboxIsMarkedBelowTheMailRoot)
+{
+    store.Attach();
+    const fs::path inbox = store.MakeFolder("Inbox", "alice");
+    EXPECT_EQ(MarkInboxDirty("po", "alice"), 1u);
+    EXPECT_EQ(ReadFileBytes(inbox / "_CHANGE.DTY"), kChangeText);
+    EXPECT_EQ(MarkInboxDirty(nullptr, nullptr), 1u);
+    EXPECT_EQ(MarkInboxDirty("po", "nobody"), 1u);
+}
+
+TEST_F(FlagFiles, TheInboxIsOnlyMarkedWhenDirtyTrackingIsExactlyOne)
+{
+    store.Attach();
+    const fs::path inbox = store.MakeFolder("Inbox", "alice");
+    for (const uint32_t value : {0u, 2u}) {
+        Switches().DirtyTrackingEnabled = value;
+        EXPECT_EQ(MarkInboxDirty("po", "alice"), 1u);
+        EXPECT_TRUE(FileNames(inbox).empty());
+    }
+}
+
+TEST_F(FlagFiles, AFolderWithNoFlagAndNoIndexNeedsAScan)
+{
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(FileNames(folder).empty());
+}
+
+TEST_F(FlagFiles, AFolderWithAnIndexAndNoFlagNeedsNoneAndNothingChangesOnDisk)
+{
+    PutIndex();
+    WriteFileBytes(folder / "_CACHED.DTY", "c");
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_EQ(FileNames(folder), (Names{"_CACHED.DTY", "_index.xml"})) << "cached transactions are off, so their flag stays";
+}
+
+TEST_F(FlagFiles, TheFlagAsksForOneScanAndIsConsumed)
+{
+    PutIndex();
+    MarkFolderDirty(folder.c_str());
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+}
+
+TEST_F(FlagFiles, FlagAndIndexAreFoundInAnyCase)
+{
+    WriteFileBytes(folder / "_INDEX.XML", "");
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    WriteFileBytes(folder / "_change.dty", "");
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_EQ(FileNames(folder), (Names{"_INDEX.XML"}));
+}
+
+TEST_F(FlagFiles, WithoutDirtyTrackingEveryFolderNeedsAScan)
+{
+    PutIndex();
+    MarkFolderDirty(folder.c_str());
+    Switches().DirtyTrackingEnabled = 0;
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_EQ(FileNames(folder), (Names{"_index.xml"})) << "the flag is taken all the same";
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+}
+
+TEST_F(FlagFiles, CachedTransactionsAreOffByDefault)
+{
+    WriteFileBytes(folder / "_CACHED.DTY", "c");
+    EXPECT_EQ(MarkCachedTransactions(folder.c_str()), 0u);
+    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 0u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CACHED.DTY"), "c");
+}
+
+TEST_F(FlagFiles, CachedTransactionsAreMarkedAndClearedWhenTheyAreOn)
+{
+    Switches().CachedTransactionsEnabled = 1;
+    EXPECT_EQ(MarkCachedTransactions(folder.c_str()), 1u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CACHED.DTY"), kCachedText);
+    EXPECT_EQ(MarkCachedTransactions((folder.string() + "\\gone").c_str()), 0u);
+    EXPECT_EQ(MarkCachedTransactions(nullptr), 0u);
+    EXPECT_EQ(ClearCachedTransactions(nullptr), 0u);
+    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 1u);
+    EXPECT_TRUE(FileNames(folder).empty());
+    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 1u) << "also with nothing to clear";
+}
+
+TEST_F(FlagFiles, TheDirtyCheckClearsCachedTransactionsWhenTheyAreOn)
+{
+    PutIndex();
+    Switches().CachedTransactionsEnabled = 1;
+    MarkCachedTransactions(folder.c_str());
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
+}
+
+TEST_F(FlagFiles, ANullFolderNeedsAScanAndTouchesNothing) { EXPECT_TRUE(StoreIndex_FolderNeedsScan(nullptr)); }
+
+}  // namespace
+}  // namespace velmora::test

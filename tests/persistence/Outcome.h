@@ -1,0 +1,20 @@
+// What a read left behind, as one text that two readers can be compared by.
+#ifndef VELMORA_TESTS_PERSISTENCE_OUTCOME_H
+#define VELMORA_TESTS_PERSISTENCE_OUTCOME_H
+
+#include <string>
+
+#include "tests/persistence/PlainReader.h"
+#include "velmora/index_records.h"
+
+namespace velmora::test {
+
+std::string Describe(int result, const std::string& fault, SORTEDSTOREINDEXTYPE& table);
+std::string Describe(const PlainOutcome& outcome, const PlainIndex& index);
+
+// The items of a table: every property of each, in order of UID, and the two other orderings.
+std::string DescribeItems(SORTEDSTOREINDEXTYPE& table);
+
+}  // namespace velmora::test
+
+#endif

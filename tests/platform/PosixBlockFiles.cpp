@@ -1,0 +1,221 @@
+// Blocks between processes: one holder at a time, none deleted while held, and free when its holder was killed.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+
+#include "platform/posix/OpenFiles.h"
+#include "tests/platform/PlatformTest.h"
+
+namespace velmora::test {
+
+namespace {
+
+using platform::Birth;
+using platform::Descriptor;
+using platform::PathText;
+
+// Runs `body` in a child process, whose exit status it gives.
+template <typename Body>
+pid_t StartProcess(Body body)
+{
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    return child;
+}
+
+int ExitStatus(pid_t child)
+{
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+}
+
+class PosixBlockFiles : public PlatformTest {
+protected:
+    // A child that takes the block, tells so, and then sleeps until it is killed.
+    pid_t StartHolder(const std::string& path)
+    {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        const pid_t child = StartProcess([&] {
+            const HANDLE block = CreateBlock(path);
+            const char answer = block == INVALID_HANDLE_VALUE ? 'n' : 'y';
+            if (write(ready[1], &answer, 1) != 1) return 1;
+            for (;;) pause();
+        });
+        char answer = 0;
+        EXPECT_EQ(read(ready[0], &answer, 1), 1);
+        EXPECT_EQ(answer, 'y');
+        close(ready[0]);
+        close(ready[1]);
+        return child;
+    }
+
+    static void Kill(pid_t child)
+    {
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+    }
+};
+
+TEST_F(PosixBlockFiles, ALiveHoldersBlockCannotBeDeletedAndAKilledOnesCan)
+{
+    const std::string path = At("_index.blk");
+    const pid_t holder = StartHolder(path);
+    EXPECT_EQ(ErrorOf(DeleteFileA(path.c_str())), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(ErrorOf(MoveFileA(path.c_str(), At("away").c_str())), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(ErrorOfHandle(OpenToRead(path)), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), ERROR_FILE_EXISTS);
+    Kill(holder);
+    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), ERROR_FILE_EXISTS) << "the name stays until somebody deletes it";
+    EXPECT_TRUE(DeleteFileA(path.c_str()));
+    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), kDidNotFail);
+}
+
+TEST_F(PosixBlockFiles, AnOpenFileOfAnotherProcessConflicts)
+{
+    const std::string path = MakeFile("f", "text");
+    Opened mine(OpenToRead(path));
+    EXPECT_EQ(ExitStatus(StartProcess([&] { return static_cast<int>(ErrorOf(DeleteFileA(path.c_str()))); })), 32);
+    EXPECT_EQ(ExitStatus(StartProcess([&] { return static_cast<int>(ErrorOfHandle(OpenToRead(path, 0))); })), 32);
+    EXPECT_EQ(ExitStatus(StartProcess([&] { return OpenToUpdate(path) != INVALID_HANDLE_VALUE ? 7 : 0; })), 7);
+}
+
+struct SharedCounts {
+    std::atomic<int> holders;
+    std::atomic<int> taken;
+    std::atomic<int> twoAtOnce;
+    std::atomic<int> lostWhileHeld;
+};
+
+// Every process takes the block over and over, and in between tries to delete it while others hold it.
+int Contend(const std::string& path, SharedCounts& counts, int rounds)
+{
+    for (int round = 0; round < rounds; ++round) {
+        const HANDLE block = CreateBlock(path);
+        if (block == INVALID_HANDLE_VALUE) {
+            DeleteFileA(path.c_str());  // takes only what nobody holds
+            continue;
+        }
+        if (counts.holders.fetch_add(1) != 0) counts.twoAtOnce.fetch_add(1);
+        struct stat info;
+        std::string native = path;
+        for (char& c : native) c = c == '\\' ? '/' : c;
+        if (stat(native.c_str(), &info) != 0) counts.lostWhileHeld.fetch_add(1);
+        counts.taken.fetch_add(1);
+        counts.holders.fetch_sub(1);
+        CloseHandle(block);
+        DeleteFileA(path.c_str());
+    }
+    return 0;
+}
+
+TEST_F(PosixBlockFiles, ManyProcessesNeverHoldOneBlockAtOnceNorLoseIt)
+{
+    void* memory = mmap(nullptr, sizeof(SharedCounts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto& counts = *new (memory) SharedCounts{};
+    const std::string path = At("_index.blk");
+    constexpr int kProcesses = 4;
+    constexpr int kRounds = 3000;
+    std::vector<pid_t> children;
+    for (int i = 0; i < kProcesses; ++i) children.push_back(StartProcess([&] { return Contend(path, counts, kRounds); }));
+    for (pid_t child : children) EXPECT_EQ(ExitStatus(child), 0);
+    EXPECT_EQ(counts.twoAtOnce, 0);
+    EXPECT_EQ(counts.lostWhileHeld, 0);
+    EXPECT_GT(counts.taken, kRounds / 10);
+    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), kDidNotFail) << "none is left behind";
+    munmap(memory, sizeof(SharedCounts));
+}
+
+class PosixBirths : public PlatformTest, public testing::WithParamInterface<Birth> {
+protected:
+    PathText Native(const std::string& path)
+    {
+        PathText native;
+        EXPECT_EQ(platform::ToSystemPath(path.c_str(), native), 0u);
+        return native;
+    }
+};
+
+TEST_P(PosixBirths, AFileIsBornLockedOnceAndLeavesNothingElse)
+{
+    const PathText path = Native(At("_block"));
+    Descriptor first, second;
+    EXPECT_EQ(platform::CreateLocked(path, GetParam(), first), 0u);
+    EXPECT_EQ(platform::CreateLocked(path, GetParam(), second), ERROR_FILE_EXISTS);
+    EXPECT_FALSE(second.IsOpen());
+    EXPECT_EQ(ErrorOf(DeleteFileA(At("_block").c_str())), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "_block"}));
+    first.Close();
+    EXPECT_TRUE(DeleteFileA(At("_block").c_str()));
+}
+
+TEST_P(PosixBirths, AMissingDirectoryIsMissing)
+{
+    Descriptor made;
+    EXPECT_EQ(platform::CreateLocked(Native(At("no\\_block")), GetParam(), made), ERROR_FILE_NOT_FOUND);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, PosixBirths, testing::Values(Birth::Unnamed, Birth::NamedThenLinked),
+                         [](const auto& way) { return std::string(way.param == Birth::Unnamed ? "Unnamed" : "NamedThenLinked"); });
+
+TEST_F(PosixBlockFiles, DescriptorsDoNotReachAProgramThatIsStarted)
+{
+    Opened block(CreateBlock(At("_block")));
+    Opened file(OpenToRead(MakeFile("f")));
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA(At("*").c_str(), &found);
+    int inheriting = 0;
+    for (int fd = 3; fd < 64; ++fd) {
+        char link[64], target[4096];
+        std::snprintf(link, sizeof(link), "/proc/self/fd/%d", fd);
+        const ssize_t length = readlink(link, target, sizeof(target));
+        if (length <= 0) continue;
+        const std::string path(target, static_cast<size_t>(length));
+        if (path.find("velmora-platform-") == std::string::npos) continue;
+        if ((fcntl(fd, F_GETFD) & FD_CLOEXEC) == 0) ++inheriting;
+    }
+    FindClose(search);
+    EXPECT_EQ(inheriting, 0);
+}
+
+TEST_F(PosixBlockFiles, APipeIsNeitherWaitedForNorOpened)
+{
+    std::string path = At("pipe");
+    for (char& c : path) c = c == '\\' ? '/' : c;
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(ErrorOfHandle(OpenToRead(path)), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(ErrorOfHandle(OpenToUpdate(path)), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(DeleteFileA(path.c_str()));
+}
+
+TEST_F(PosixBlockFiles, ALinkThatLeadsNowhereIsMissingAndCanBeDeleted)
+{
+    std::string path = At("Link");
+    for (char& c : path) c = c == '\\' ? '/' : c;
+    ASSERT_EQ(symlink("nowhere", path.c_str()), 0);
+    EXPECT_EQ(ErrorOfHandle(OpenToRead(path)), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "Link"}));
+    EXPECT_TRUE(DeleteFileA(path.c_str()));
+    EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", ".."}));
+}
+
+TEST_F(PosixBlockFiles, AFullDiskIs112)
+{
+    Opened full(CreateFileA("/dev/full", GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(full.IsOpen()) << GetLastError();
+    DWORD done = 7;
+    EXPECT_EQ(ErrorOf(WriteFile(full.Get(), "text", 4, &done, nullptr)), ERROR_DISK_FULL);
+    EXPECT_EQ(done, 0u);
+}
+
+}  // namespace
+
+}  // namespace velmora::test

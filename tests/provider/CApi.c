@@ -1,0 +1,66 @@
+#include "tests/provider/CApi.h"
+
+#include <string.h>
+
+#include "velmora/vlaisp.h"
+
+#define ENTRY(name)                 \
+    {                               \
+#name, (void (*)(void))name \
+    }
+
+const struct CApiEntry kCApi[] = {
+    ENTRY(GetCachedStatus),
+    ENTRY(Memory_Allocate),
+    ENTRY(Memory_Free),
+    ENTRY(SetCachedStatus),
+    ENTRY(SetLoggingFunction),
+    ENTRY(StoreFolder_Close),
+    ENTRY(StoreFolder_FindClose),
+    ENTRY(StoreFolder_FindFirstItem),
+    ENTRY(StoreFolder_FindNextItem),
+    ENTRY(StoreFolder_Open),
+    ENTRY(StoreFolder_OpenItem),
+    ENTRY(StoreFolder_Save),
+    ENTRY(StoreFolder_SelectItem),
+    ENTRY(StoreIndex_Get),
+    ENTRY(StoreIndex_Init),
+    ENTRY(StoreIndex_Open),
+    ENTRY(StoreIndex_Release),
+    ENTRY(StoreIndex_Save),
+    ENTRY(StoreIndex_Scan),
+    ENTRY(StoreIndex_SetPaths),
+    ENTRY(StoreItem_FreeProperty),
+    ENTRY(StoreItem_GetProperty),
+    ENTRY(StoreItem_SetProperty),
+    ENTRY(StoreLibrary_Init),
+    ENTRY(StoreLibrary_SetAffinity),
+    ENTRY(StoreLibrary_ThreadInit),
+    ENTRY(StoreLibrary_ThreadRelease),
+    ENTRY(StoreLibrary_UnInit),
+    ENTRY(Store_Save),
+    ENTRY(UnBlockIndexFileAccessEx),
+    ENTRY(WaitForAccessToIndexFileEx),
+};
+
+const size_t kCApiCount = sizeof(kCApi) / sizeof(kCApi[0]);
+
+size_t ListFolderInC(const char* postoffice, const char* mailbox, const char* folder, char* subject, size_t size)
+{
+    size_t count = 0;
+    uint64_t more;
+    subject[0] = '\0';
+    if (StoreFolder_Open(postoffice, mailbox, folder, 0, VELMORA_OPEN_NORMAL) == 0) return 0;
+    for (more = StoreFolder_FindFirstItem(); more == 1; more = StoreFolder_FindNextItem()) {
+        void* value = NULL;
+        uint64_t valueSize = 0;
+        if (StoreItem_GetProperty("PR_SUBJECT", &value, &valueSize) != VELMORA_NO_PROPERTY && count == 0) {
+            strncpy(subject, (const char*)value, size - 1);
+            subject[size - 1] = '\0';
+        }
+        StoreItem_FreeProperty(value);
+        ++count;
+    }
+    StoreFolder_Close();
+    return count;
+}

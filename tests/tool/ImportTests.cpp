@@ -1,0 +1,303 @@
+// import: every form of source, counts in and counts out, and what must not happen.
+
+#include <cstdlib>
+
+#include "tests/tool/ToolRun.h"
+
+namespace velmora::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kDirtyText = "This file is a flag file that denotes that this folder has been changed";
+
+class Import : public ToolTest {
+protected:
+    void SetUp() override { MakeStore(); }
+
+    nlohmann::json ImportJson(const fs::path& path) const { return JsonInStore({"import", path.string(), "--to", kInbox}); }
+    std::vector<std::string> Subjects() const
+    {
+        std::vector<std::string> subjects;
+        for (const auto& row : JsonInStore({"item", "list", kInbox})) subjects.push_back(row.at("PR_SUBJECT"));
+        return subjects;
+    }
+    std::string ItemBytes(const std::string& id) const { return ReadFileBytes(FolderPath() / id); }
+    std::vector<std::string> ItemFiles() const
+    {
+        std::vector<std::string> names = FileNames(FolderPath());
+        std::erase_if(names, [](const std::string& name) { return !name.ends_with(".MAI"); });
+        return names;
+    }
+};
+
+std::string Mail(const std::string& subject, const std::string& lineEnd = "\n")
+{
+    return "Subject: " + subject + lineEnd + "From: a@b" + lineEnd + lineEnd + "body" + lineEnd;
+}
+
+}  // namespace
+
+TEST_F(Import, AFileBecomesOneItemWithItsBytesAsTheyAre)
+{
+    for (const std::string& lineEnd : {std::string("\n"), std::string("\r\n")}) {
+        std::string bytes = Mail("one", lineEnd) + std::string("\0\xFF\r", 3);
+        nlohmann::json rows = ImportJson(MakeFile("one.eml", bytes));
+        ASSERT_EQ(rows.size(), 1u);
+        EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")), bytes);
+    }
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"one", "one"}));
+    EXPECT_EQ(ItemFiles(), (std::vector<std::string>{"00000001.MAI", "00000002.MAI"}));
+}
+
+TEST_F(Import, NamesGoOnBehindTheHighestInTheFolder)
+{
+    WriteFileBytes(FolderPath() / "000000fe.mai", Mail("before"));
+    WriteFileBytes(FolderPath() / "ZZ.MAI", Mail("other"));
+    MakeFile("in/a.eml", Mail("a"));
+    MakeFile("in/b.eml", Mail("b"));
+    nlohmann::json rows = ImportJson(Directory().Path() / "in");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].at("VL_ITEM_ID"), "000000FF.MAI");
+    EXPECT_EQ(rows[1].at("VL_ITEM_ID"), "00000100.MAI");
+    EXPECT_EQ(Subjects().size(), 4u);
+}
+
+TEST_F(Import, AFullRangeOfNamesIsAnErrorAndReplacesNothing)
+{
+    WriteFileBytes(FolderPath() / "FFFFFFFF.MAI", Mail("last"));
+    fs::path file = MakeFile("one.eml", Mail("one"));
+    InStore({"import", file.string(), "--to", kInbox}, 73);
+    EXPECT_EQ(ItemFiles(), std::vector<std::string>{"FFFFFFFF.MAI"});
+    EXPECT_EQ(ItemBytes("FFFFFFFF.MAI"), Mail("last"));
+}
+
+TEST_F(Import, ADirectoryIsTakenFlatAndByName)
+{
+    MakeFile("in/b.eml", Mail("b"));
+    MakeFile("in/a", Mail("a"));
+    MakeFile("in/c.MAI", "no header at all");
+    MakeFile("in/.hidden.eml", Mail("hidden"));
+    MakeFile("in/below/d.eml", Mail("d"));
+    MakeFile("in/LICENSE", "Permission is hereby granted: to all\n");
+    Outcome run = InStore({"import", (Directory().Path() / "in").string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 3 of 3 messages into po/box/Inbox\n");
+    EXPECT_EQ(run.err, "vlstore: skipped, not a message: " + (Directory().Path() / "in/LICENSE").string() + "\n");
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"a", "b", ""}));
+}
+
+TEST_F(Import, AMboxIsSplitAtItsSeparators)
+{
+    std::string mbox =
+        "From a@b Thu Jan  1 00:00:00 1970\nSubject: first\n\nbody\nFrom here no blank line\n>From quoted\n>>From twice\n> From kept\n\n"
+        "From c@d Thu Jan  1 00:00:00 1970\nSubject: second\n\n\n\n"
+        "From e@f Thu Jan  1 00:00:00 1970\nSubject: third\n\nno line end";
+    nlohmann::json rows = ImportJson(MakeFile("some.mbox", mbox));
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[1].at("source"), (Directory().Path() / "some.mbox").string() + "#2");
+    EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")),
+              "Subject: first\n\nbody\nFrom here no blank line\nFrom quoted\n>From twice\n> From kept\n");
+    EXPECT_EQ(ItemBytes(rows[1].at("VL_ITEM_ID")), "Subject: second\n\n\n");
+    EXPECT_EQ(ItemBytes(rows[2].at("VL_ITEM_ID")), "Subject: third\n\nno line end");
+}
+
+TEST_F(Import, AMboxWithCarriageReturnsKeepsThem)
+{
+    std::string mbox = "From a Thu\r\nSubject: one\r\n\r\nbody\r\n\r\nFrom b Thu\r\nSubject: two\r\n\r\nbody\r\n\r\n";
+    nlohmann::json rows = ImportJson(MakeFile("named-otherwise", mbox));
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")), "Subject: one\r\n\r\nbody\r\n");
+    EXPECT_EQ(ItemBytes(rows[1].at("VL_ITEM_ID")), "Subject: two\r\n\r\nbody\r\n");
+}
+
+TEST_F(Import, AMessageFileThatBeginsAsAnMboxIsOneMessage)
+{
+    std::string bytes = "From a@b Thu Jan  1 00:00:00 1970\nSubject: one\n\nbody\n\nFrom the start again\n";
+    nlohmann::json rows = ImportJson(MakeFile("one.eml", bytes));
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")), bytes);
+}
+
+TEST_F(Import, AnEmptyMboxHasNoMessages)
+{
+    Outcome run = InStore({"import", MakeFile("empty.mbox", "").string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 0 of 0 messages into po/box/Inbox\n");
+    EXPECT_TRUE(fs::is_empty(FolderPath()));
+}
+
+TEST_F(Import, AFileThatIsCalledAnMboxAndIsNoneIsRefused)
+{
+    fs::path file = MakeFile("some.mbox", Mail("x"));
+    ExpectRefusal({"import", file.string(), "--to", kInbox}, 65, "not an mbox: " + file.string());
+    EXPECT_TRUE(fs::is_empty(FolderPath()));
+}
+
+TEST_F(Import, AMaildirBringsItsFlags)
+{
+    MakeFile("md/new/3.host", Mail("new"));
+    MakeFile("md/cur/1.host:2,S", Mail("seen"));
+    MakeFile("md/cur/2.host:2,FRS", Mail("all"));
+    MakeFile("md/cur/4.host:2,", Mail("none"));
+    MakeFile("md/tmp/5.host", Mail("unfinished"));
+    EXPECT_EQ(ImportJson(Directory().Path() / "md").size(), 4u);
+    std::map<std::string, std::pair<std::string, std::string>> flags;
+    for (const auto& row : JsonInStore({"item", "list", kInbox})) {
+        flags[row.at("PR_SUBJECT")] = {row.at("PR_VL_READ"), row.at("PR_VL_FLAGSTATUS")};
+    }
+    using Flags = std::pair<std::string, std::string>;
+    ASSERT_EQ(flags.size(), 4u);
+    EXPECT_EQ(flags["new"], Flags("0", "\\RECENT"));
+    EXPECT_EQ(flags["seen"], Flags("1", "\\SEEN"));
+    EXPECT_EQ(flags["all"], Flags("1", "\\SEEN \\ANSWERED \\FLAGGED"));
+    EXPECT_EQ(flags["none"], Flags("0", "\\RECENT"));
+    nlohmann::json status = JsonInStore({"folder", "status", kInbox});
+    EXPECT_EQ(status[0].at("seen"), 2);
+    EXPECT_EQ(status[0].at("items"), 4);
+}
+
+TEST_F(Import, SeveralPathsComeInTheirOrder)
+{
+    fs::path b = MakeFile("b.eml", Mail("b"));
+    fs::path a = MakeFile("a.eml", Mail("a"));
+    Outcome run = InStore({"import", b.string(), a.string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 2 of 2 messages into po/box/Inbox\n");
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"b", "a"}));
+}
+
+TEST_F(Import, WhatASourceIsCalledNeverReachesTheStore)
+{
+    MakeFile("in/a \"quoted\".eml", Mail("quoted"));
+    MakeFile("in/less < more > &.eml", Mail("brackets"));
+    MakeFile("in/" + std::string(150, 'x') + ".eml", Mail("long"));
+    EXPECT_EQ(ImportJson(Directory().Path() / "in").size(), 3u);
+    EXPECT_EQ(ItemFiles(), (std::vector<std::string>{"00000001.MAI", "00000002.MAI", "00000003.MAI"}));
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"quoted", "brackets", "long"}));
+}
+
+TEST_F(Import, ADryRunWritesNothing)
+{
+    ImportSubjects({"there already"});
+    MakeFile("in/a.eml", Mail("a"));
+    MakeFile("in/b.mbox", "From a Thu\n" + Mail("b") + "\nFrom c Thu\n" + Mail("c"));
+    std::map<std::string, std::string> before = TreeOf(Root());
+    Outcome run = InStore({"import", (Directory().Path() / "in").string(), "--to", kInbox, "--dry-run"});
+    EXPECT_EQ(run.out, "would import 3 messages into po/box/Inbox\n");
+    EXPECT_EQ(JsonInStore({"import", (Directory().Path() / "in").string(), "--to", kInbox, "--dry-run"}).size(), 3u);
+    EXPECT_EQ(TreeOf(Root()), before);
+}
+
+TEST_F(Import, ADryRunIntoAFolderThatIsNotThereFailsAsTheRealOneWould)
+{
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    ExpectRefusal({"import", file.string(), "--to", "po/box/Nope", "--dry-run"}, 66, "no such folder: po/box/Nope");
+}
+
+TEST_F(Import, APathThatIsNotThereIsOneLineAndNothingIsWritten)
+{
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    ExpectRefusal({"import", file.string(), "/nowhere/at/all", "--to", kInbox}, 66, "no such file or directory: /nowhere/at/all");
+    EXPECT_TRUE(fs::is_empty(FolderPath()));
+}
+
+TEST_F(Import, AMessageThatCannotBeReadIsNamedAndTheOthersCome)
+{
+    MakeFile("md/cur/a", Mail("a"));
+    MakeFile("md/cur/c", Mail("c"));
+    // A process's memory is a plain file whose first byte nobody can read, whoever asks.
+    fs::path broken = Directory().Path() / "md/cur/b";
+    fs::create_symlink("/proc/self/mem", broken);
+    Outcome run = InStore({"import", (Directory().Path() / "md").string(), "--to", kInbox}, 66);
+    EXPECT_EQ(run.out, "imported 2 of 3 messages into po/box/Inbox\n");
+    EXPECT_TRUE(run.err.starts_with("vlstore: not imported: " + broken.string() + ": ")) << run.err;
+    EXPECT_TRUE(run.err.ends_with("vlstore: imported only 2 of 3 messages into po/box/Inbox\n")) << run.err;
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"a", "c"}));
+}
+
+TEST_F(Import, MoreMessagesThanTheIndexTakesAreRefusedBeforeAnyIsWritten)
+{
+    InStore({"settings", "set", "Maximum Index Rows", "3"});
+    ImportSubjects({"one", "two"});
+    std::map<std::string, std::string> before = TreeOf(FolderPath());
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    ExpectRefusal({"import", file.string(), "--to", kInbox}, 65,
+                  "the folder would hold 3 messages, and its index takes fewer than 3; raise it with: vlstore settings set "
+                  "\"Maximum Index Rows\" NUMBER");
+    EXPECT_EQ(TreeOf(FolderPath()), before);
+}
+
+TEST_F(Import, AHeldFolderIsBusyBeforeAnythingIsWritten)
+{
+    HeldBlock block(FolderPath());
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    std::map<std::string, std::string> before = TreeOf(FolderPath());
+    ExpectRefusal({"import", file.string(), "--to", kInbox}, 75, "folder is busy (lock held): po/box/Inbox");
+    EXPECT_EQ(TreeOf(FolderPath()), before);
+}
+
+TEST_F(Import, ADirtyFlagThatWasThereIsTakenIntoAccount)
+{
+    WriteFileBytes(FolderPath() / "0000000A.MAI", Mail("delivered"));
+    WriteFileBytes(FolderPath() / "_CHANGE.DTY", kDirtyText);
+    ImportSubjects({"imported"});
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"delivered", "imported"}));
+    EXPECT_FALSE(fs::exists(FolderPath() / "_CHANGE.DTY"));
+}
+
+TEST_F(Import, NoPrivateFileOfTheImportStays)
+{
+    ImportSubjects({"one", "two"});
+    for (const std::string& name : FileNames(FolderPath())) EXPECT_FALSE(name.starts_with("_0")) << name;
+}
+
+TEST_F(Import, AStaleTemporaryFileIsPassedOver)
+{
+    WriteFileBytes(FolderPath() / "_00000001.MAI", "left by a run that was killed");
+    std::vector<std::string> ids = ImportSubjects({"one"});
+    EXPECT_EQ(ids, std::vector<std::string>{"00000002.MAI"});
+    EXPECT_EQ(ReadFileBytes(FolderPath() / "_00000001.MAI"), "left by a run that was killed");
+}
+
+TEST_F(Import, AFolderWithinAFolderIsAFolder)
+{
+    fs::create_directories(FolderPath("Inbox/Below"));
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    InStore({"import", file.string(), "--to", "po/box/Inbox/Below"});
+    EXPECT_EQ(JsonInStore({"item", "list", "po/box/Inbox/Below"}).size(), 1u);
+    EXPECT_EQ(JsonInStore({"item", "list", "PO/BOX/inbox\\below"}).size(), 1u);
+}
+
+TEST_F(Import, TwoThousandMessagesComeThroughAndInOrder)
+{
+    constexpr int kMessages = 2000;
+    std::vector<std::string> subjects;
+    for (int i = 0; i < kMessages; ++i) subjects.push_back("message " + std::to_string(i));
+    ImportSubjects(subjects);
+    EXPECT_EQ(Subjects(), subjects);
+}
+
+TEST_F(Import, EveryRealMessageIsImportedAndListed)
+{
+    const char* data = std::getenv("VELMORA_TEST_DATA");
+    if (!data || !fs::is_directory(fs::path(data) / "mail")) GTEST_SKIP() << "VELMORA_TEST_DATA names no directory with mail in it";
+    std::map<std::string, std::string> expected;  // path to bytes
+    for (const auto& entry : fs::directory_iterator(fs::path(data) / "mail")) {
+        if (entry.path().extension() == ".eml") expected[entry.path().string()] = ReadFileBytes(entry.path());
+    }
+    ASSERT_GT(expected.size(), 50u);
+    nlohmann::json rows = ImportJson(fs::path(data) / "mail");
+    std::map<std::string, std::string> sizes;  // item to size
+    for (const auto& row : rows) {
+        std::string source = row.at("source");
+        ASSERT_TRUE(expected.contains(source)) << source;
+        std::string id = row.at("VL_ITEM_ID");
+        EXPECT_EQ(ItemBytes(id), expected[source]) << source;
+        sizes[id] = std::to_string(expected[source].size());
+    }
+    EXPECT_EQ(rows.size(), expected.size());
+    nlohmann::json listed = JsonInStore({"item", "list", kInbox});
+    EXPECT_EQ(listed.size(), expected.size());
+    for (const auto& row : listed) EXPECT_EQ(row.at("PR_VL_SIZE"), sizes[row.at("VL_ITEM_ID")]);
+}
+
+}  // namespace velmora::test

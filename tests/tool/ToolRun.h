@@ -1,0 +1,79 @@
+// Runs the built program as a user would, and a store of the test's own for it.
+#ifndef VELMORA_TESTS_TOOL_TOOLRUN_H
+#define VELMORA_TESTS_TOOL_TOOLRUN_H
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/TestStore.h"
+
+namespace velmora::test {
+
+// How a run of the program ended.
+struct Outcome {
+    int exitCode = -1;  // -1 when a signal ended it
+    std::string out;
+    std::string err;
+};
+
+// Starts `program` with its output going to files below `directory`. `stdoutPath` replaces the first of them.
+Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const TempDirectory& directory,
+                   const char* stdoutPath = nullptr);
+
+std::filesystem::path ToolPath();
+
+// Every file and directory below `root`, with the content and the last-write time of the files.
+std::map<std::string, std::string> TreeOf(const std::filesystem::path& root);
+
+// A folder's block file, held as another process of the library holds it: locked, until the end of scope.
+class HeldBlock {
+public:
+    explicit HeldBlock(const std::filesystem::path& folder);
+    ~HeldBlock();
+    HeldBlock(const HeldBlock&) = delete;
+    HeldBlock& operator=(const HeldBlock&) = delete;
+    void Release();  // deletes the file, then lets go
+
+private:
+    std::filesystem::path path_;
+    int descriptor_;
+};
+
+class ToolTest : public ::testing::Test {
+protected:
+    const TempDirectory& Directory() const { return directory_; }
+    std::filesystem::path Root() const { return directory_.Path() / "store"; }
+    std::filesystem::path FolderPath(std::string_view folder = "Inbox") const;
+    std::filesystem::path SettingsPath() const { return Root() / "registry.reg"; }
+
+    Outcome Tool(const std::vector<std::string>& arguments) const { return RunProgram(ToolPath(), arguments, directory_); }
+    // With --store, and the test failing unless it ends with `exitCode`.
+    Outcome InStore(std::vector<std::string> arguments, int exitCode = 0) const;
+    // The same in JSON form, parsed.
+    nlohmann::json JsonInStore(std::vector<std::string> arguments) const;
+    // A run that must fail with `exitCode` and say `line` and nothing else.
+    void ExpectRefusal(std::vector<std::string> arguments, int exitCode, const std::string& line) const;
+
+    // "store init" and "mailbox add po box".
+    void MakeStore() const;
+    // A file outside the store.
+    std::filesystem::path MakeFile(std::string_view name, std::string_view bytes) const;
+    // Imports messages of one line of subject each and returns their IDs.
+    std::vector<std::string> ImportSubjects(const std::vector<std::string>& subjects) const;
+
+private:
+    TempDirectory directory_;
+};
+
+inline constexpr const char* kInbox = "po/box/Inbox";
+inline constexpr const char* kBaseKey = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Wow6432Node\\Velmora\\Velmora";
+
+}  // namespace velmora::test
+
+#endif
