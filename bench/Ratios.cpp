@@ -1,0 +1,107 @@
+#include "bench/Ratios.h"
+
+#include <cstdio>
+
+#include "bench/Measure.h"
+
+namespace velmora::bench {
+namespace {
+
+enum class Goal { AtMost, AtLeast, None };
+
+// One row: the median of `measure` over that of `reference`, or a counter of `measure` alone.
+struct Row {
+    const char* text;
+    const char* measure;
+    const char* counter;
+    const char* reference;  // null: the counter itself
+    bool inverted;          // the reference over the measure: a rate against a rate
+    Goal goal;
+    double bound;
+    const char* unit;
+};
+
+constexpr Row kRows[] = {
+    {"full load, to a memchr pass", "FullLoad", kMedian, "MemchrPass", false, Goal::AtMost, 3.0, ""},
+    {"full load, to pugixml load and walk", "FullLoad", kMedian, "PugixmlLoadAndWalk", false, Goal::None, 0, ""},
+    {"identifiers, to a memchr pass", "Identifiers", kMedian, "MemchrPass", false, Goal::AtMost, 1.5, ""},
+    {"selected load of 3, to a memchr pass", "SelectedLoad", kMedian, "MemchrPass", false, Goal::None, 0, ""},
+    {"resident memory after a full load, to the file", "FullLoadMemory", "resident_per_file", nullptr, false, Goal::AtMost, 2.5, ""},
+    {"header-only open", "HeaderOnlyOpen", kMedian, nullptr, false, Goal::AtMost, 50, " us"},
+    {"append of one item", "AppendOne", kMedian, nullptr, false, Goal::None, 0, " us"},
+    {"flag change of the last item", "FlagChangeLast", kMedian, nullptr, false, Goal::None, 0, " us"},
+    {"flag change of the middle item, to a full rewrite", "FlagChangeMiddle", kMedian, "FullRewrite", false, Goal::None, 0, ""},
+    {"flag change of the first item, to a full rewrite", "FlagChangeFirst", kMedian, "FullRewrite", false, Goal::None, 0, ""},
+    {"removal of one item", "RemoveMiddle", kMedian, nullptr, false, Goal::None, 0, " us"},
+    {"save with nothing changed", "SaveNothingChanged", kMedian, nullptr, false, Goal::None, 0, " us"},
+    {"full rewrite, to pugixml saving the same", "FullRewrite", kMedian, "PugixmlSave", false, Goal::AtMost, 0.7, ""},
+    {"rate of a first scan, to opening and reading each file", "FirstScan", kMedian, "HeaderLinesFloor", true, Goal::AtLeast, 0.3, ""},
+    {"rescan with nothing new, to a first scan", "RescanNothingNew", kMedian, "FirstScan", false, Goal::None, 0, ""},
+    {"open of an unchanged folder, to a full load", "OpenFolder", kMedian, "FullLoad", false, Goal::None, 0, ""},
+    {"walk with three properties, to a full load", "WalkThreeProperties", kMedian, "FullLoad", false, Goal::None, 0, ""},
+    {"cached counts", "CachedCounts", kMedian, nullptr, false, Goal::None, 0, " us"},
+};
+
+// Below 0 when a benchmark of the row was not run.
+double ValueOf(const CollectingReporter& runs, const Row& row, uint32_t size)
+{
+    const std::string suffix = "/" + std::to_string(size);
+    const double value = runs.Counter(row.measure + suffix, row.counter);
+    if (!row.reference || value < 0) return value;
+    const double reference = runs.Counter(row.reference + suffix, row.counter);
+    if (reference <= 0 || value <= 0) return -1;
+    return row.inverted ? reference / value : value / reference;
+}
+
+std::string GoalText(const Row& row)
+{
+    if (row.goal == Goal::None) return "";
+    char text[64];
+    std::snprintf(text, sizeof text, "%s %g%s", row.goal == Goal::AtMost ? "at most" : "at least", row.bound, row.unit);
+    return text;
+}
+
+}  // namespace
+
+void CollectingReporter::ReportRuns(const std::vector<Run>& runs)
+{
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+        if (run.error_occurred) failed_ = true;
+        for (const auto& [name, counter] : run.counters) counters_[run.run_name.function_name][name] = counter.value;
+    }
+}
+
+double CollectingReporter::Counter(const std::string& benchmark, const std::string& counter) const
+{
+    const auto run = counters_.find(benchmark);
+    if (run == counters_.end()) return -1;
+    const auto found = run->second.find(counter);
+    return found == run->second.end() ? -1 : found->second;
+}
+
+bool PrintRatios(const CollectingReporter& runs)
+{
+    std::printf("\n| Measure | 100 items | 10,000 items | 100,000 items | Goal at 100,000 |\n|---|---|---|---|---|\n");
+    bool reached = true;
+    for (const Row& row : kRows) {
+        std::string cells;
+        bool any = false;
+        double last = -1;
+        for (const uint32_t size : kSizes) {
+            last = ValueOf(runs, row, size);
+            char text[64] = "";
+            if (last >= 0) std::snprintf(text, sizeof text, last < 100 ? "%.2f%s" : "%.0f%s", last, row.unit);
+            any |= last >= 0;
+            cells += std::string(" | ") + text;
+        }
+        if (!any) continue;
+        const bool missed =
+            last >= 0 && ((row.goal == Goal::AtMost && last > row.bound) || (row.goal == Goal::AtLeast && last < row.bound));
+        if (missed) reached = false;
+        std::printf("| %s%s | %s%s |\n", row.text, cells.c_str(), GoalText(row).c_str(), missed ? " (missed)" : "");
+    }
+    return reached;
+}
+
+}  // namespace velmora::bench
