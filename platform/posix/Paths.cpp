@@ -57,7 +57,7 @@ bool ProbeSpelling(PathText& path, size_t start, size_t length, std::string_view
 // A private name at `start`: the handful of spellings that it may have. The byte behind it is zero.
 bool ProbePrivateName(PathText& path, size_t start, size_t length)
 {
-    char folded[kLongestName + 1];
+    char folded[kLongestName + 1] = {};
     std::transform(path.text + start, path.text + start + length, folded, LowerByte);
     if (ProbeSpelling(path, start, length, {folded, length})) return true;
     std::transform(path.text + start, path.text + start + length, folded, UpperByte);

@@ -500,6 +500,24 @@ TEST_F(OpenLife, AnOpenOfAPlacedInboxLeavesTheNewMailCounters)
     EXPECT_FALSE(HasLinePart("Performing StoreIndex_Scan"));
 }
 
+TEST_F(OpenLife, ABareInboxPathHasNoMailboxWhoseCountersCouldBeTaken)
+{
+    MakeIndexedInbox();
+    const fs::path box = inbox.parent_path();
+    WriteFileBytes(box / "_5.NEW", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(box);
+    for (const char* const path : {"INBOX", "Inbox"}) {
+        HostRecord record("INBOX");
+        CopyBounded(record->Path, path);
+        EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+        EXPECT_EQ(record.Count(), 2u);
+    }
+    fs::current_path(before);
+    EXPECT_TRUE(FileExists(box / "_5.NEW"));
+    EXPECT_FALSE(HasLinePart("Performing StoreIndex_Scan"));
+}
+
 // ---- StoreIndex_Get ----
 
 TEST_F(OpenLife, GetOfANullRecordIsReported)

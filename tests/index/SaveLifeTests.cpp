@@ -212,6 +212,18 @@ TEST_F(SaveLife, ACommitWritesTheIndexAndTheCounts)
     EXPECT_TRUE(std::equal(std::begin(details), std::end(details), std::begin(record->CachedDetails)));
 }
 
+TEST_F(SaveLife, ACommitOfTheUnnamedInboxWritesNoCounts)
+{
+    HostRecord record("");
+    OpenInbox(record);
+    GiveMutex(*record);
+    fs::remove(inbox / "_FOLDER.DAT");
+    record.Change("1.MAI", "SUBJECT", "changed");
+    EXPECT_EQ(StoreIndex_Commit(&record), 1u);
+    EXPECT_FALSE(FileExists(inbox / "_FOLDER.DAT"));
+    EXPECT_FALSE(FileExists(inbox.parent_path() / "_FOLDER.DAT"));
+}
+
 TEST_F(SaveLife, APartialTableDoesNotTouchTheCounts)
 {
     HostRecord record("INBOX");

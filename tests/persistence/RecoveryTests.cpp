@@ -235,7 +235,7 @@ TEST_F(Recovery, ADamagedBackupEndsTheRecoveryAfterOneLevel)
     EXPECT_FALSE(Exists("_index.xml"));
 }
 
-TEST_F(Recovery, DamagedGroupsTouchTheFilesOfTheIndexBesideThem)
+TEST_F(Recovery, DamagedGroupsWithNoBackupPutTheIndexBesideThemAside)
 {
     Write("_groups.xml", kCut);
     Write("_index.xml", kGood);
@@ -243,12 +243,17 @@ TEST_F(Recovery, DamagedGroupsTouchTheFilesOfTheIndexBesideThem)
     EXPECT_EQ(Read("_groups.xml"), kCut);
     EXPECT_FALSE(Exists("_index.xml"));
     EXPECT_EQ(Read("_index.xml.bad"), kGood);
+}
 
+TEST_F(Recovery, DamagedGroupsRestoreTheBackupOfTheIndexBesideThem)
+{
+    Write("_groups.xml", kCut);
     Write("_index.xml", kGood);
     Write("_index.xml.bak", kOther);
     EXPECT_EQ(Load(3, 54), 0);
     EXPECT_EQ(Read("_groups.xml"), kCut);
     EXPECT_EQ(Read("_index.xml"), kOther);
+    EXPECT_EQ(Read("_index.xml.bad"), kGood);
     EXPECT_FALSE(Exists("_index.xml.bak"));
 }
 

@@ -318,23 +318,25 @@ TEST_F(Abandoned, ASaveOfEverythingPassesTheRecordOver)
 // An open that fails closes its folder, and a close takes the registry before it waits for opens to end.
 TEST_F(SharedRecord, FailingOpensAndClosesDoNotWaitForEachOther)
 {
-    WriteFileBytes(inbox.parent_path() / "plain", "");
+    constexpr int kRounds = 100;
+    // A file in the place of a folder, one for each thread: with two on one record a failed open stays on it.
+    const char* const files[] = {"plain0", "plain1"};
+    for (const char* const file : files) WriteFileBytes(inbox.parent_path() / file, "");
     std::atomic<int> failed{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([t, &failed] {
-            for (int round = 0; round < 100; ++round) {
-                if (t % 2 == 0) {
-                    failed += Open("plain") == 0;
-                } else {
-                    Open("Sent", 200);
-                    StoreFolder_Close();
-                }
-            }
-            StoreFolder_FindClose();
+    for (const char* const file : files) {
+        threads.emplace_back([&failed, file] {
+            for (int round = 0; round < kRounds; ++round) failed += Open(file) == 0;
         });
+        threads.emplace_back([] {
+            for (int round = 0; round < kRounds; ++round) {
+                Open("Sent", 200);
+                StoreFolder_Close();
+            }
+        });
+    }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(failed, 200);
+    EXPECT_EQ(failed, 2 * kRounds);
     EXPECT_TRUE(SharedIndexKeys().empty());
 }
 

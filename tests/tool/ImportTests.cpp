@@ -226,6 +226,18 @@ TEST_F(Import, MoreMessagesThanTheIndexTakesAreRefusedBeforeAnyIsWritten)
     EXPECT_EQ(TreeOf(FolderPath()), before);
 }
 
+TEST_F(Import, WhatTheStoreDoesNotListIsNamedAndTheExitCodeSaysSo)
+{
+    // A limit of 0 ends the scan at its first file.
+    InStore({"settings", "set", "Maximum Index Rows", "0"});
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    Outcome run = InStore({"import", file.string(), "--to", kInbox}, 74);
+    EXPECT_EQ(run.out, "imported 0 of 1 messages into po/box/Inbox\n");
+    EXPECT_EQ(run.err,
+              "vlstore: not listed: 00000001.MAI from " + file.string() + "\nvlstore: imported only 0 of 1 messages into po/box/Inbox\n");
+    EXPECT_EQ(ItemBytes("00000001.MAI"), Mail("a"));
+}
+
 TEST_F(Import, AHeldFolderIsBusyBeforeAnythingIsWritten)
 {
     HeldBlock block(FolderPath());

@@ -3,7 +3,7 @@
 // An open takes the block file only for the dirty check and lets it go; the load that follows takes it again for itself.
 // A block that cannot be had is no error of the open: it goes on with what can be read without.
 #include <algorithm>
-#include <climits>
+#include <cstdint>
 #include <string>
 #include <string_view>
 

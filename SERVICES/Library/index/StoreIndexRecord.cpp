@@ -1,5 +1,4 @@
 // A record from its set-up to its release.
-#include "common/Mutex.h"
 #include "frame/Guard.h"
 #include "frame/Logging.h"
 #include "index/IndexTable.h"

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "locks/BlockFile.h"
 #include "velmora/index_records.h"

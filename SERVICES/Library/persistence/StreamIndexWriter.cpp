@@ -310,7 +310,6 @@ uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t posi
         CheckStreamState(Site::ElementSeek, "CurrentOffset: " + FormatSigned(static_cast<int64_t>(position)) + "File=" + folder_);
     }
     if (stream_.Failed()) {
-        stream_.ClearState();
         stream_.SeekToEnd();
         LogIndexEvent("Info: Insertion attempt at Position: " + FormatSigned(static_cast<int64_t>(position)) +
                       " with Stream Length: " + FormatSigned(static_cast<int64_t>(stream_.Position())) +
