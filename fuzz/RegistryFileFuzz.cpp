@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (const auto& [key, values] : contents.keys) {
         if (!HasRegistryKey(contents.keys, key)) std::abort();
         for (const auto& [name, value] : values)
-            if (value.type == REG_DWORD && value.data.size() != 4) std::abort();
+            if (name.size() > 4 * size || value.data.size() > 4 * size + 8) std::abort();
     }
     return 0;
 }

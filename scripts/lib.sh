@@ -77,6 +77,12 @@ build_preset() {
     logged "build/$preset/build.log" cmake --build --preset "$preset" "$@"
 }
 
+# A large set of real messages, for the tests that use it: beside the checkout, or wherever the caller says.
+if [ -z "${VELMORA_TEST_DATA:-}" ] && [ -d ../shared/data ]; then
+    VELMORA_TEST_DATA=$(cd ../shared/data && pwd)
+    export VELMORA_TEST_DATA
+fi
+
 # Runs the tests of a preset and prints what failed and the runner's closing lines; the whole report is in
 # build/PRESET/test.log.
 test_preset() {
@@ -91,7 +97,7 @@ test_preset() {
     ctest "${options[@]}" >/dev/null 2>&1 || result=$?
     if [ $result -ne 0 ]; then
         # The output of a failed test stands behind its result line, up to the next line of the runner's own.
-        awk '/^ *[0-9]+\/[0-9]+ Test +#/ { failed = /\*\*\*/; lines = 0 }
+        awk '/^ *[0-9]+\/[0-9]+ Test +#/ { failed = /\*\*\*/ && !/\*\*\*Skipped/; lines = 0 }
              /^ +Start +[0-9]+:/ { failed = 0 }
              /tests passed/ { failed = 0 }
              failed && lines++ < 60' "$log"

@@ -16,7 +16,8 @@ extern "C" {
  *
  * 1 when the file was made: with `keepHandle` 0 its handle is closed and null stored in `*handle`, otherwise the handle is
  * stored there and belongs to the caller until UnBlockIndexFileAccessEx. `handle` may be null with `keepHandle` 0.
- * 0 when the file is there already or cannot be made; nothing is stored. */
+ * 0 when the file is there already or cannot be made, or when there is no place for a handle that is to be kept; nothing is
+ * stored. */
 VELMORA_API uint64_t WaitForAccessToIndexFileEx(const char* filename, uint32_t keepHandle, void** handle);
 
 /* The release. With `keepHandle` 1 the handle in `*handle` is closed and null stored there. Then the file is deleted; while

@@ -57,8 +57,11 @@ Attempt Settle(const OpenRequest& request, const Descriptor& opened, bool emptie
 {
     struct stat info;
     error = LockFor(opened.Get(), request.share);
-    if (fstat(opened.Get(), &info) != 0) error = PresentError();
-    if (!S_ISREG(info.st_mode) && !S_ISCHR(info.st_mode)) error = ERROR_ACCESS_DENIED;
+    if (fstat(opened.Get(), &info) != 0) {
+        error = PresentError();
+    } else if (!S_ISREG(info.st_mode) && !S_ISCHR(info.st_mode)) {
+        error = ERROR_ACCESS_DENIED;
+    }
     if (error != 0) return Attempt::Failed;
     if (info.st_nlink == 0) return Attempt::Again;
     if (!empties || !S_ISREG(info.st_mode) || ftruncate(opened.Get(), 0) == 0) return Attempt::Done;
@@ -100,7 +103,7 @@ Attempt OpenOnce(PathText& path, const OpenRequest& request, Descriptor& opened,
     const Attempt made = Make(path, request, opened, error);
     if (made == Attempt::Done) OwnChange(search).Note(path, true);
     if (error == ERROR_FILE_NOT_FOUND) error = ERROR_PATH_NOT_FOUND;  // its directory went away
-    return made == Attempt::Again && !request.how.opens ? Attempt::Failed : made;
+    return error == ERROR_FILE_EXISTS && !request.how.opens ? Attempt::Failed : made;
 }
 
 }  // namespace

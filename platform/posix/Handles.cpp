@@ -48,7 +48,7 @@ Slot* SlotOf(uint64_t key)
 
 uint64_t KeyFrom(HANDLE handle) { return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(handle)); }
 
-// A slot that nobody uses; kIndexBits' end when there is none.
+// A slot that nobody uses; false when there is none.
 bool ClaimSlot(Table& table, uint32_t& index)
 {
     if (!table.freeSlots.empty()) {

@@ -53,7 +53,8 @@ TEST(UidOrder, EqualsASortedMapUnderRandomInsertsAndErases)
         for (int step = 0; step < 20000; ++step) {
             const uint32_t uid = dice.Below(range);
             if (!dice.OneIn(3)) {
-                ASSERT_EQ(order.Insert(uid, Marker(static_cast<uint32_t>(step))), map.emplace(uid, Marker(static_cast<uint32_t>(step))).second);
+                ASSERT_EQ(order.Insert(uid, Marker(static_cast<uint32_t>(step))),
+                          map.emplace(uid, Marker(static_cast<uint32_t>(step))).second);
             } else {
                 ASSERT_EQ(order.Erase(uid), map.erase(uid) == 1);
             }
@@ -115,7 +116,9 @@ TEST(IdOrder, EqualsASortedMapUnderRandomInsertsAndErases)
     for (const uint32_t range : {10u, 300u, 5000u}) {
         Dice dice(range);
         std::vector<std::unique_ptr<IndexItemPropertyContainer>> items;
-        const auto idOf = [](uint32_t number) { return std::string(number % 7, static_cast<char>(0xF0)) + std::to_string(number) + ".MAI"; };
+        const auto idOf = [](uint32_t number) {
+            return std::string(number % 7, static_cast<char>(0xF0)) + std::to_string(number) + ".MAI";
+        };
         for (uint32_t i = 0; i < range; ++i) items.push_back(NewItem(idOf(i)));
         IdOrder order;
         std::map<std::string, IndexItemPropertyContainer*> map;

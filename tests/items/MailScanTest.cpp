@@ -268,6 +268,45 @@ TEST_F(MailScan, OnlyTheHeaderOfAPlainMessageIsRead)
     EXPECT_EQ(count[platform::FileOperation::Search], 0u);
 }
 
+TEST_F(MailScan, HostileFilesAreIndexedOnceOrLeftOut)
+{
+    std::string noise;
+    uint32_t state = 12345;
+    for (int i = 0; i < 300000; ++i) noise += static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
+    Deliver("long.MAI", std::string(3u << 20, 'x'));
+    Deliver("mixed.MAI", "Content-Type: multipart/mixed\r\n\r\n" + noise);
+    Deliver("noise.MAI", noise);
+    Deliver("zeros.MAI", std::string(100000, '\0'));
+    Deliver("empty.MAI", "");
+    Deliver("quo\"te.MAI");
+    Deliver("back\\slash.MAI");
+    std::filesystem::create_directory(folder_ / "directory.MAI");
+    std::filesystem::create_symlink("nowhere", folder_ / "dangling.MAI");
+    std::filesystem::create_symlink("loop.MAI", folder_ / "loop.MAI");
+    const Names expected = {"empty.MAI", "long.MAI", "mixed.MAI", "noise.MAI", "zeros.MAI"};
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(Scan(), 1u);
+        EXPECT_EQ(Ids(), expected);
+        EXPECT_EQ(table_.LastUID, 5u);
+    }
+}
+
+TEST_F(MailScan, OnAFullDiskNoMessageIsTouchedAndTheFolderIsScannedAgain)
+{
+    Deliver("a.MAI", "X-UID: 1.1\r\n\r\nprecious");
+    {
+        const HookedSeam seam([](platform::FileOperation operation, std::string_view, uint64_t) {
+            return platform::FileVerdict{operation == platform::FileOperation::Write ? 112u : 0u, UINT64_MAX};
+        });
+        EXPECT_EQ(Scan(), 1u);
+    }
+    EXPECT_EQ(ReadFileBytes(folder_ / "a.MAI"), "X-UID: 1.1\r\n\r\nprecious");
+    EXPECT_TRUE(Has("_CHANGE.DTY"));
+    EXPECT_FALSE(Has("_index.blk"));
+    EXPECT_EQ(Scan(), 1u);
+    EXPECT_EQ(Ids(), Names{"a.MAI"});
+}
+
 // ---- Known messages ----
 
 HookedSeam::Hook CountMessageOpens(uint32_t& opens)

@@ -167,6 +167,17 @@ TEST_F(MessageDate, InSummerTimeAnEmptyZoneIsAnHourAhead)
     EXPECT_EQ(Parsed("Thu, 7 Jul 2011 10:00:00 "), "2011-07-07T11:00:00");
 }
 
+TEST_F(MessageDate, AChangeOfTheServersTimeBetweenTextAndMomentShows)
+{
+    UseZone("America/New_York");
+    // Clocks went forward on 13 March 2011 at 02:00 and back on 6 November at 02:00.
+    EXPECT_EQ(Parsed("13 Mar 2011 10:00:00 +1000"), "2011-03-12T23:00:00");
+    EXPECT_EQ(Parsed("13 Mar 2011 10:00:00 +0100"), "2011-03-13T09:00:00");
+    EXPECT_EQ(Parsed("6 Nov 2011 10:00:00 +1000"), "2011-11-06T01:00:00");
+    UseZone("Asia/Kolkata");
+    EXPECT_EQ(Parsed("13 Mar 2011 10:00:00 +1000"), "2011-03-13T00:00:00");
+}
+
 TEST_F(MessageDate, TheMomentMustLieBehind1970)
 {
     UseZone("UTC");

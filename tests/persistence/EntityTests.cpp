@@ -67,7 +67,9 @@ TEST(Entities, AnEncodedEntityDecodesToTheEntityNotToItsCharacter)
 TEST(Entities, AReferenceMayBeHexadecimalOrDecimal)
 {
     EXPECT_EQ(Decoded("&#x41;&#65;&#x4a;&#x4A;"), "AAJJ");
-    EXPECT_EQ(Decoded("a&#233;b"), "a\xE9" "b");
+    EXPECT_EQ(Decoded("a&#233;b"),
+              "a\xE9"
+              "b");
     EXPECT_EQ(Decoded("&#x0x41;"), "A");
     EXPECT_EQ(Decoded("&# 65;"), "A");
 }
@@ -84,9 +86,9 @@ TEST(Entities, AReferenceKeepsTheLowEightBitsOfItsNumber)
 
 TEST(Entities, NumbersAreHeldAtTheEndsOfTheirRange)
 {
-    EXPECT_EQ(Decoded("&#x100000041;"), "\xFF");         // held at 2^32 - 1
+    EXPECT_EQ(Decoded("&#x100000041;"), "\xFF");  // held at 2^32 - 1
     EXPECT_EQ(Decoded("&#x99999999999999999;"), "\xFF");
-    EXPECT_EQ(Decoded("&#99999999999;"), "\xFF");        // held at 2^31 - 1
+    EXPECT_EQ(Decoded("&#99999999999;"), "\xFF");  // held at 2^31 - 1
     EXPECT_EQ(Decoded("&#-99999999999;"), std::string(1, '\0'));
 }
 

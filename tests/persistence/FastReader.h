@@ -3,7 +3,6 @@
 #define VELMORA_TESTS_PERSISTENCE_FASTREADER_H
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <set>
 #include <string>
@@ -21,7 +20,7 @@ public:
     size_t Read(char* buffer, size_t size) override
     {
         const size_t count = std::min({size, step_, bytes_.size()});
-        std::memcpy(buffer, bytes_.data(), count);
+        bytes_.copy(buffer, count);
         bytes_.remove_prefix(count);
         return count;
     }

@@ -418,12 +418,12 @@ TEST(BackupAge, TheDifferenceIsReadAsADateSince1601)
     EXPECT_EQ(age(60), 60u);
     EXPECT_EQ(age(370), 370u);
     EXPECT_EQ(age(day), day);
-    EXPECT_EQ(age(30 * day), 30 * day);                      // January 31st
-    EXPECT_EQ(age(31 * day), 30 * day);                      // February 1st: a month of 30
+    EXPECT_EQ(age(30 * day), 30 * day);  // January 31st
+    EXPECT_EQ(age(31 * day), 30 * day);  // February 1st: a month of 30
     EXPECT_EQ(age(31 * day + 61), 30 * day + 61);
-    EXPECT_EQ(age(59 * day), 60 * day);                      // March 1st
-    EXPECT_EQ(age(364 * day), (11 * 30 + 30) * day);         // December 31st
-    EXPECT_EQ(age(365 * day), 365 * day);                    // January 1st, a year on
+    EXPECT_EQ(age(59 * day), 60 * day);                                   // March 1st
+    EXPECT_EQ(age(364 * day), (11 * 30 + 30) * day);                      // December 31st
+    EXPECT_EQ(age(365 * day), 365 * day);                                 // January 1st, a year on
     EXPECT_EQ(age(3 * 365 * day + 59 * day), (3 * 365 + 30 + 28) * day);  // February 29th of a leap year
     EXPECT_EQ(age((4 * 365 + 1) * day), 4 * 365 * day);
 }

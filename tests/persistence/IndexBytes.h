@@ -27,7 +27,8 @@ inline std::string Element(std::string_view id, std::string_view uid, const Prop
 {
     std::string bytes = "<ELEMENT ID=\"";
     bytes.append(id).append("\" UID=\"").append(uid).append("\">");
-    for (const auto& [name, value] : properties) bytes.append("<").append(name).append(">").append(value).append("</").append(name).append(">");
+    for (const auto& [name, value] : properties)
+        bytes.append("<").append(name).append(">").append(value).append("</").append(name).append(">");
     return bytes.append("</ELEMENT>");
 }
 
@@ -36,10 +37,7 @@ inline std::string Element(std::string_view id, uint32_t uid, const PropertyList
     return Element(id, std::to_string(uid), properties);
 }
 
-inline std::string IndexFile(uint32_t lastUid, std::string_view elements)
-{
-    return Header(lastUid).append(elements).append(kRootEnd);
-}
+inline std::string IndexFile(uint32_t lastUid, std::string_view elements) { return Header(lastUid).append(elements).append(kRootEnd); }
 
 }  // namespace velmora::test
 

@@ -42,7 +42,10 @@ private:
 
 // A table that holds what a folder's file holds.
 struct LoadedTable : TestTable {
-    explicit LoadedTable(const IndexFolder& folder, int32_t level = 3, std::string_view selection = {}) { folder.Load(*this, level, selection); }
+    explicit LoadedTable(const IndexFolder& folder, int32_t level = 3, std::string_view selection = {})
+    {
+        folder.Load(*this, level, selection);
+    }
 
     IndexItemPropertyContainer& operator[](std::string_view id) { return *FindLoadedItem(*this, id); }
 };

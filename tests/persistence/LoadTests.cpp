@@ -197,7 +197,8 @@ TEST_F(Load, TombstonesAtTheThresholdTurnAPartialLoadIntoAFullOne)
 
 TEST_F(Load, AnItemsFileMustBeAPlainFileOfExactlyThatName)
 {
-    folder_.Write(IndexFile(9, Element("a.MAI", 1) + Element("B.mai", 2) + Element("dir.MAI", 3) + Element("*.MAI", 4) + Element("sub\\x.MAI", 5)));
+    folder_.Write(
+        IndexFile(9, Element("a.MAI", 1) + Element("B.mai", 2) + Element("dir.MAI", 3) + Element("*.MAI", 4) + Element("sub\\x.MAI", 5)));
     WriteFileBytes(std::filesystem::path(folder_.Folder()) / "a.MAI", "");
     WriteFileBytes(std::filesystem::path(folder_.Folder()) / "b.MAI", "");
     std::filesystem::create_directory(std::filesystem::path(folder_.Folder()) / "dir.MAI");

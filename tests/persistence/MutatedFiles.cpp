@@ -10,12 +10,46 @@ namespace velmora::test {
 namespace {
 
 const char* const kNames[] = {"SUBJECT", "TO", "READ", "UID", "ID", "SEQ", "IDX", "FLAGS", "X", "READ ", "/X", "", "ELEMENT", "Y=\"-\""};
-const char* const kValues[] = {"", "1", "text", "a &lt; b", "&amp;lt;", "&#xe9;&#1;", "&#", "&#38;#60;", "\r\n", " ", "--", "-7 x", "\"", "4294967295"};
-const char* const kPieces[] = {"<",      ">",          "/",          "\"",    "=",           " ",        "-",        "<ELEMENT",   "</ELEMENT>",
-                               "ID=\"",  " UID=\"",    " ID=\"a\"",  "<X>",   "</X>",        "<TO>",     "</TO>",    "</BASEELEMENT>\r\n",
-                               "&#",     "&#x",        ";",          "&lt;",  "LASTUID=\"",  "x",        "0",        "<BASEELEMENT LASTUID=\"x00000007\">",
-                               "<>",     "</>",        "<TO/>",      "\n",    " UID=\"-\"",  " UID=\"3\"", " Id=\"b\"", "<BASEELEMENT LASTUID=\"9\"/>",
-                               "</",     "\"\"",       "'",          "BASE",  "<ELEMENT ID=\"---\" UID=\"-\"></ELEMENT>"};
+const char* const kValues[] = {"",          "1",    "text", "a &lt; b", "&amp;lt;", "&#xe9;&#1;", "&#",
+                               "&#38;#60;", "\r\n", " ",    "--",       "-7 x",     "\"",         "4294967295"};
+const char* const kPieces[] = {"<",
+                               ">",
+                               "/",
+                               "\"",
+                               "=",
+                               " ",
+                               "-",
+                               "<ELEMENT",
+                               "</ELEMENT>",
+                               "ID=\"",
+                               " UID=\"",
+                               " ID=\"a\"",
+                               "<X>",
+                               "</X>",
+                               "<TO>",
+                               "</TO>",
+                               "</BASEELEMENT>\r\n",
+                               "&#",
+                               "&#x",
+                               ";",
+                               "&lt;",
+                               "LASTUID=\"",
+                               "x",
+                               "0",
+                               "<BASEELEMENT LASTUID=\"x00000007\">",
+                               "<>",
+                               "</>",
+                               "<TO/>",
+                               "\n",
+                               " UID=\"-\"",
+                               " UID=\"3\"",
+                               " Id=\"b\"",
+                               "<BASEELEMENT LASTUID=\"9\"/>",
+                               "</",
+                               "\"\"",
+                               "'",
+                               "BASE",
+                               "<ELEMENT ID=\"---\" UID=\"-\"></ELEMENT>"};
 
 template <size_t N>
 std::string OneOf(const char* const (&texts)[N], Dice& dice)
@@ -65,8 +99,13 @@ std::string RandomElement(Dice& dice, uint32_t& uid)
 std::string RandomHeader(Dice& dice)
 {
     if (!dice.OneIn(6)) return Header(dice.OneIn(20) ? UINT32_MAX : dice.Below(200));
-    const char* const headers[] = {"<BASEELEMENT LASTUID=\"17\">", "<BASEELEMENT LASTUID=\"0fF\">", "<BASEELEMENT>", "<BASEELEMENT LASTUID=\"x00000003\"/>",
-                                   "<BASEELEMENT LASTUID=\"\" X=\"\">", "<BASEELEMENT LASTUID=\"x3\">", "<BASEELEMENTS A=\"/\" LASTUID=\"x00000003\">"};
+    const char* const headers[] = {"<BASEELEMENT LASTUID=\"17\">",
+                                   "<BASEELEMENT LASTUID=\"0fF\">",
+                                   "<BASEELEMENT>",
+                                   "<BASEELEMENT LASTUID=\"x00000003\"/>",
+                                   "<BASEELEMENT LASTUID=\"\" X=\"\">",
+                                   "<BASEELEMENT LASTUID=\"x3\">",
+                                   "<BASEELEMENTS A=\"/\" LASTUID=\"x00000003\">"};
     return OneOf(headers, dice);
 }
 
@@ -95,12 +134,24 @@ void Damage(std::string& bytes, Dice& dice)
                 break;
             case 1:
             case 2:
-            case 3: bytes.insert(at, OneOf(kPieces, dice)); break;
-            case 4: bytes.erase(at, length); break;
-            case 5: bytes.insert(dice.Below(bytes.size() + 1), bytes.substr(at, length)); break;
-            case 6: bytes.insert(at, std::string(BufferLength(dice), "x<> \"-"[dice.Below(6)])); break;
-            case 7: bytes.resize(at); break;
-            default: bytes.replace(at, length, OneOf(kPieces, dice)); break;
+            case 3:
+                bytes.insert(at, OneOf(kPieces, dice));
+                break;
+            case 4:
+                bytes.erase(at, length);
+                break;
+            case 5:
+                bytes.insert(dice.Below(bytes.size() + 1), bytes.substr(at, length));
+                break;
+            case 6:
+                bytes.insert(at, std::string(BufferLength(dice), "x<> \"-"[dice.Below(6)]));
+                break;
+            case 7:
+                bytes.resize(at);
+                break;
+            default:
+                bytes.replace(at, length, OneOf(kPieces, dice));
+                break;
         }
     }
 }

@@ -125,10 +125,7 @@ bool Insert(PlainIndex& index, const std::shared_ptr<PlainItem>& item)
 // Any slot behind READ makes READ present, and every item that comes this far has one.
 void MakeReadPresent(PlainItem& item) { item.properties.emplace("READ", "0"); }
 
-bool Contains(const std::set<std::string>& selection, const std::string& id)
-{
-    return selection.contains(id) || selection.contains("*");
-}
+bool Contains(const std::set<std::string>& selection, const std::string& id) { return selection.contains(id) || selection.contains("*"); }
 
 bool EqualsIgnoringCase(std::string_view a, std::string_view b)
 {
@@ -275,8 +272,8 @@ private:
             // Without a sign, as UIDs are everywhere: a folder whose UIDs have passed 2^31 is in order too.
             const uint32_t uid = static_cast<uint32_t>(PlainLong(value));
             if (previousUid_ && uid < *previousUid_)
-                Fault("Encountered element with UID out of order. This UID=" + std::to_string(uid) + ", Previous UID=" +
-                      std::to_string(*previousUid_) + ", Largest/Last UID=" + std::to_string(index_.lastUid));
+                Fault("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
+                      ", Previous UID=" + std::to_string(*previousUid_) + ", Largest/Last UID=" + std::to_string(index_.lastUid));
             previousUid_ = uid;
         }
         if (value.find_first_not_of('-') == std::string::npos) {
@@ -396,7 +393,8 @@ void ReplaceAll(std::string& text, const std::string& what, char by)
 uint32_t PlainUnsigned(std::string_view text, uint32_t base)
 {
     const bool minus = TakeSign(text);
-    if (base == 16 && text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && DigitOf(text[2]) < 16) text.remove_prefix(2);
+    if (base == 16 && text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && DigitOf(text[2]) < 16)
+        text.remove_prefix(2);
     const uint64_t number = Digits(text, base, UINT32_MAX);
     if (number > UINT32_MAX) return UINT32_MAX;
     return minus ? static_cast<uint32_t>(0 - number) : static_cast<uint32_t>(number);

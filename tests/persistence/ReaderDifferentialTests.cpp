@@ -62,8 +62,8 @@ std::string ReadPlain(std::string_view bytes, const Arguments& arguments)
 
 std::string InWords(const Arguments& arguments, uint64_t seed)
 {
-    return "seed " + std::to_string(seed) + " level " + std::to_string(arguments.level) + " selection (" + arguments.selection + ") verify " +
-           std::to_string(arguments.verify) + " threshold " + std::to_string(arguments.threshold);
+    return "seed " + std::to_string(seed) + " level " + std::to_string(arguments.level) + " selection (" + arguments.selection +
+           ") verify " + std::to_string(arguments.verify) + " threshold " + std::to_string(arguments.threshold);
 }
 
 void CompareRounds(uint64_t firstSeed, uint64_t rounds, bool damage)

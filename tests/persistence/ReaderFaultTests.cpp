@@ -19,12 +19,14 @@ std::string FaultOf(std::string_view bytes, int32_t level = 3)
 const std::string kHeader = Header(9);
 const std::string kEnd = kRootEnd;
 
-TEST(ReaderFault, RootEndBeforeRootStart) { EXPECT_EQ(FaultOf("</BASEELEMENT>"), "Encountered root element end tag before root element start tag"); }
+TEST(ReaderFault, RootEndBeforeRootStart)
+{
+    EXPECT_EQ(FaultOf("</BASEELEMENT>"), "Encountered root element end tag before root element start tag");
+}
 
 TEST(ReaderFault, RootEndTwice)
 {
-    EXPECT_EQ(FaultOf(kHeader + kEnd + kEnd),
-              "Encountered root element end tag after already encountering a root element end tag");
+    EXPECT_EQ(FaultOf(kHeader + kEnd + kEnd), "Encountered root element end tag after already encountering a root element end tag");
 }
 
 TEST(ReaderFault, RootEndAfterARootClosedAtOnce)
@@ -35,8 +37,7 @@ TEST(ReaderFault, RootEndAfterARootClosedAtOnce)
 
 TEST(ReaderFault, RootStartTwice)
 {
-    EXPECT_EQ(FaultOf(kHeader + kHeader + kEnd),
-              "Encountered root element start tag after already encountering a root element start tag");
+    EXPECT_EQ(FaultOf(kHeader + kHeader + kEnd), "Encountered root element start tag after already encountering a root element start tag");
 }
 
 TEST(ReaderFault, ElementBeforeRootStart)
@@ -94,7 +95,8 @@ TEST(ReaderFault, AttributeWithNoQuoteGivesTheWholeTag)
 {
     EXPECT_EQ(FaultOf(kHeader + "<ELEMENT ID=a UID=1></ELEMENT>" + kEnd), "Unable to parse ID attribute, Tag=[ELEMENT ID=a UID=1]");
     EXPECT_EQ(FaultOf(kHeader + "<ELEMENT ID=\"a></ELEMENT>" + kEnd), "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a]");
-    EXPECT_EQ(FaultOf(kHeader + "<ELEMENT ID=\"a\" UID=\"></ELEMENT>" + kEnd), "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a\" UID=\"]");
+    EXPECT_EQ(FaultOf(kHeader + "<ELEMENT ID=\"a\" UID=\"></ELEMENT>" + kEnd),
+              "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a\" UID=\"]");
 }
 
 TEST(ReaderFault, AnEmptyLastValueHasNoClosingQuote)
@@ -120,8 +122,10 @@ TEST(ReaderFault, PropertyBeforeRootStart)
 
 TEST(ReaderFault, PropertyAfterRootEnd)
 {
-    EXPECT_EQ(FaultOf(kHeader + kEnd + "<SUBJECT>"), "Encountered property tag (SUBJECT) after already encountering a root element end tag");
-    EXPECT_EQ(FaultOf(kHeader + kEnd + "</SUBJECT>"), "Encountered property tag (/SUBJECT) after already encountering a root element end tag");
+    EXPECT_EQ(FaultOf(kHeader + kEnd + "<SUBJECT>"),
+              "Encountered property tag (SUBJECT) after already encountering a root element end tag");
+    EXPECT_EQ(FaultOf(kHeader + kEnd + "</SUBJECT>"),
+              "Encountered property tag (/SUBJECT) after already encountering a root element end tag");
 }
 
 TEST(ReaderFault, PropertyOutsideAnElement)

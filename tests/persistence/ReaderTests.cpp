@@ -278,8 +278,8 @@ TEST(StreamReader, LastUidHasThreeForms)
 
 TEST(StreamReader, AMissingLastUidLeavesTheNumber)
 {
-    for (const char* tag : {"BASEELEMENT", "BASEELEMENT LASTUID=", "BASEELEMENT LASTUID=\"", "BASEELEMENT LASTUID=\"x12", "BASEELEMENT lastuid=\"x1\"",
-                            "BASEELEMENT LASTUID=\"\""}) {
+    for (const char* tag : {"BASEELEMENT", "BASEELEMENT LASTUID=", "BASEELEMENT LASTUID=\"", "BASEELEMENT LASTUID=\"x12",
+                            "BASEELEMENT lastuid=\"x1\"", "BASEELEMENT LASTUID=\"\""}) {
         uint32_t lastUid = 4711;
         EXPECT_EQ(ParseLastUID(tag, lastUid), RootForm::Old) << tag;
         EXPECT_EQ(lastUid, 4711u) << tag;
@@ -518,7 +518,8 @@ TEST(StreamReader, ATextOfExactly1023BytesAtTheEndOfTheStreamIsDropped)
     EXPECT_EQ(parsed.outcome.result, ParseResult::Good) << parsed.outcome.fault;
     Parsed tag(IndexFile(9, Element("a", 1)) + "<" + std::string(1023, 'T'));
     // 1,023 bytes are a whole read: the end of the stream is not seen, and the tag counts.
-    EXPECT_EQ(tag.outcome.fault, "Encountered property tag (" + std::string(1023, 'T') + ") after already encountering a root element end tag");
+    EXPECT_EQ(tag.outcome.fault,
+              "Encountered property tag (" + std::string(1023, 'T') + ") after already encountering a root element end tag");
     Parsed shorter(IndexFile(9, Element("a", 1)) + "<" + std::string(1022, 'T'));
     EXPECT_EQ(shorter.outcome.result, ParseResult::Good) << shorter.outcome.fault;
 }

@@ -311,11 +311,16 @@ enum class Raise { Com, Standard, OfOurs, Other, Nothing };
 void RaiseIt(Raise what)
 {
     switch (what) {
-        case Raise::Com: throw ComError{0x8000FFFFu, "meaning", "source", "description"};
-        case Raise::Standard: throw std::runtime_error("the reason");
-        case Raise::OfOurs: throw Exception("the message", "Place", 7);
-        case Raise::Other: throw 5;
-        case Raise::Nothing: break;
+        case Raise::Com:
+            throw ComError{0x8000FFFFu, "meaning", "source", "description"};
+        case Raise::Standard:
+            throw std::runtime_error("the reason");
+        case Raise::OfOurs:
+            throw Exception("the message", "Place", 7);
+        case Raise::Other:
+            throw 5;
+        case Raise::Nothing:
+            break;
     }
 }
 
@@ -356,8 +361,8 @@ struct Report {
 std::vector<Report> Reports()
 {
     return {
-        {Raise::Com,
-         " handled a COM error.\nCode = 0x8000ffff\nCode meaning = meaning\nSource = source\nEror Description = description\n", false},
+        {Raise::Com, " handled a COM error.\nCode = 0x8000ffff\nCode meaning = meaning\nSource = source\nEror Description = description\n",
+         false},
         {Raise::Standard, " handled an exception; session will be dropped.\nThe exception was: the reason\n", true},
         {Raise::OfOurs, " handled an exception; session will be dropped.\nThe exception was: the message (Place:7)\n", true},
         {Raise::Other, " raised an exception\n", false},

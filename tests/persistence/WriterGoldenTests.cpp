@@ -105,26 +105,30 @@ TEST_F(WriterGolden, AnAppendToAnEmptyIndex)
 TEST_F(WriterGolden, AChangeOfTheFirstItemThatGrows)
 {
     LoadedTable table(folder_);
-    SetItemKeyProperty(table["2011A.MAI"], "FLAGS", "SEEN ANSWERED FLAGGED and a long text that reaches far beyond the item behind this one");
-    SaveGives(table, kHead +
-                         "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN ANSWERED FLAGGED and a long text that reaches far beyond the item behind "
-                         "this one</FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" +
-                         kB + kC + kTail);
+    SetItemKeyProperty(table["2011A.MAI"], "FLAGS",
+                       "SEEN ANSWERED FLAGGED and a long text that reaches far beyond the item behind this one");
+    SaveGives(
+        table,
+        kHead +
+            "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN ANSWERED FLAGGED and a long text that reaches far beyond the item behind "
+            "this one</FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" +
+            kB + kC + kTail);
 }
 
 TEST_F(WriterGolden, AChangeOfTheFirstItemThatShrinksTrimsTheFile)
 {
     LoadedTable table(folder_);
     SetItemKeyProperty(table["2011A.MAI"], "FLAGS", "");
-    SaveGives(table, kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS></FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" + kB + kC + kTail);
+    SaveGives(table,
+              kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS></FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" + kB + kC + kTail);
 }
 
 TEST_F(WriterGolden, AChangeOfTheMiddleItem)
 {
     LoadedTable table(folder_);
     SetItemKeyProperty(table["b.MAI"], "SUBJECT", "<\xE9\x01>\r\n");
-    SaveGives(table, kHead + kA +
-                         "<ELEMENT ID=\"b.MAI\" UID=\"20\"><READ>0</READ><SUBJECT>&lt;&#xe9;&#x1;&gt;\r\n</SUBJECT></ELEMENT>" + kC + kTail);
+    SaveGives(table, kHead + kA + "<ELEMENT ID=\"b.MAI\" UID=\"20\"><READ>0</READ><SUBJECT>&lt;&#xe9;&#x1;&gt;\r\n</SUBJECT></ELEMENT>" +
+                         kC + kTail);
 }
 
 TEST_F(WriterGolden, AChangeOfTheLastItemLeavesWhatStandsBeforeIt)
@@ -180,7 +184,8 @@ TEST_F(WriterGolden, ARemovalBehindAChangeVanishesWithTheRewriteOfWhatFollows)
     LoadedTable table(folder_);
     ASSERT_EQ(RemoveItems(table, "b.MAI"), 1u);
     SetItemKeyProperty(table["2011A.MAI"], kRead, "0");
-    SaveGives(table, kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>0</READ><SIZE>2048</SIZE></ELEMENT>" + kC + kTail);
+    SaveGives(table,
+              kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>0</READ><SIZE>2048</SIZE></ELEMENT>" + kC + kTail);
 }
 
 TEST_F(WriterGolden, AChangeAndAnAppendInOneSave)
@@ -234,7 +239,8 @@ TEST_F(WriterGolden, AGapIsCarriedBehindAnItemThatShrinks)
 {
     LoadedTable table(folder_, 3, "2011A.MAI");
     SetItemKeyProperty(table["2011A.MAI"], "SIZE", "");
-    SaveGives(table, kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>1</READ><SIZE></SIZE></ELEMENT>" + kB + kC + kTail);
+    SaveGives(table,
+              kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>1</READ><SIZE></SIZE></ELEMENT>" + kB + kC + kTail);
 }
 
 TEST_F(WriterGolden, AGapBetweenTwoLoadedItems)
@@ -251,8 +257,10 @@ TEST_F(WriterGolden, AnAppendBehindAGap)
     LoadedTable table(folder_, 3, "2011A.MAI");
     SetItemKeyProperty(table["2011A.MAI"], "FLAGS", "");
     Add(table, "d.MAI");
-    SaveGives(table, "<BASEELEMENT LASTUID=\"x00000016\"><ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS></FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" +
-                         kB + kC + "<ELEMENT ID=\"d.MAI\" UID=\"22\"><READ>0</READ></ELEMENT>" + kTail);
+    SaveGives(
+        table,
+        "<BASEELEMENT LASTUID=\"x00000016\"><ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS></FLAGS><READ>1</READ><SIZE>2048</SIZE></ELEMENT>" +
+            kB + kC + "<ELEMENT ID=\"d.MAI\" UID=\"22\"><READ>0</READ></ELEMENT>" + kTail);
 }
 
 TEST_F(WriterGolden, AnItemRemovedFromAPartIsATombstoneInTheGap)
@@ -270,8 +278,8 @@ TEST_F(WriterGolden, TombstonesLieInGapsToo)
     folder_.Write(kHead + kA + tombstone + kC + kTail);
     LoadedTable table(folder_, 3, "2011A.MAI");
     SetItemKeyProperty(table["2011A.MAI"], kRead, "0");
-    SaveGives(table, kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>0</READ><SIZE>2048</SIZE></ELEMENT>" + tombstone +
-                         kC + kTail);
+    SaveGives(table, kHead + "<ELEMENT ID=\"2011A.MAI\" UID=\"17\"><FLAGS>SEEN</FLAGS><READ>0</READ><SIZE>2048</SIZE></ELEMENT>" +
+                         tombstone + kC + kTail);
 }
 
 }  // namespace

@@ -113,7 +113,8 @@ TEST_F(Writer, AFileChangedSinceThenAbortsTheSaveOfAPart)
         EXPECT_EQ(folder_.Save(table), 0u);
         EXPECT_EQ(folder_.Bytes(), others);
         ASSERT_EQ(log.Events().size(), 1u);
-        EXPECT_TRUE(log.HasEvent("Index file modified since load (" + folder_.Folder() + "\\_index.xml). Index was not fully loaded: aborting save."));
+        EXPECT_TRUE(log.HasEvent("Index file modified since load (" + folder_.Folder() +
+                                 "\\_index.xml). Index was not fully loaded: aborting save."));
         EXPECT_NE(table.FirstDirtyUID, 0);
     }
 }
@@ -195,8 +196,8 @@ TEST_F(Writer, ARemovalWritesOnlyTheDigitsAndTheDashes)
 
 TEST_F(Writer, AHeaderOfOtherLengthIsReplacedAndNotWrittenInto)
 {
-    for (const char* header : {"<BASEELEMENT LASTUID=\"x15\">", "<BASEELEMENT  LASTUID=\"x00000015\">", "<BASEELEMENT LASTUID=\"x0000000015\">",
-                               "<BASEELEMENT A=\"1\" LASTUID=\"x15\">"}) {
+    for (const char* header : {"<BASEELEMENT LASTUID=\"x15\">", "<BASEELEMENT  LASTUID=\"x00000015\">",
+                               "<BASEELEMENT LASTUID=\"x0000000015\">", "<BASEELEMENT A=\"1\" LASTUID=\"x15\">"}) {
         folder_.Write(header + kA + kB + kC + kTail);
         LoadedTable table(folder_);
         ASSERT_EQ(table.LoadLevel, 3);
@@ -275,12 +276,14 @@ TEST_F(Writer, AnUidOutOfOrderIsReportedAndWritten)
 
 TEST_F(Writer, TheEndTagIsFoundWithAnyLineEndBehindIt)
 {
-    for (const std::string tail : {"</BASEELEMENT>", "</BASEELEMENT>\n", "</BASEELEMENT>\r\n\r\n", "</BASEELEMENT>\r\n               ", "</BASEELEMENT>  \r\n"}) {
+    for (const std::string tail :
+         {"</BASEELEMENT>", "</BASEELEMENT>\n", "</BASEELEMENT>\r\n\r\n", "</BASEELEMENT>\r\n               ", "</BASEELEMENT>  \r\n"}) {
         folder_.Write(kHead + kA + kB + kC + tail);
         LoadedTable table(folder_, 1);
         Add(table, "d");
         ASSERT_EQ(folder_.Save(table), 1u);
-        EXPECT_EQ(folder_.Bytes(), "<BASEELEMENT LASTUID=\"x00000016\">" + kA + kB + kC + Element("d", 22, {{"READ", "0"}}) + kTail) << tail;
+        EXPECT_EQ(folder_.Bytes(), "<BASEELEMENT LASTUID=\"x00000016\">" + kA + kB + kC + Element("d", 22, {{"READ", "0"}}) + kTail)
+            << tail;
     }
 }
 
@@ -301,7 +304,8 @@ TEST_F(Writer, AGapThatDoesNotStartOrEndAtAnElementIsReportedAndCarried)
     LoadedTable table(folder_, 3, "a,c");
     SetItemKeyProperty(table["a"], "SUBJECT", "first and longer");
     ASSERT_EQ(folder_.Save(table), 1u);
-    EXPECT_EQ(folder_.Bytes(), kHead + Element("a", 17, {{"READ", "0"}, {"SUBJECT", "first and longer"}}) + "\r\n" + kB + "\r\n" + kC + kTail);
+    EXPECT_EQ(folder_.Bytes(),
+              kHead + Element("a", 17, {{"READ", "0"}, {"SUBJECT", "first and longer"}}) + "\r\n" + kB + "\r\n" + kC + kTail);
     ASSERT_EQ(log_.Events().size(), 2u);
     const std::string front = "Corrupting index " + folder_.Folder() + ". Gap ";
     EXPECT_TRUE(log_.HasEvent(front + "after a does not start at the start of an element."));
@@ -398,8 +402,9 @@ TEST_F(Writer, AFileInUseIsTriedAgainTwentyTimesAndGivenUp)
     EXPECT_EQ(clock.Sleeps(), std::vector<uint32_t>(20, 2000));
     EXPECT_EQ(seam.count[FileOperation::Open] - opensBeforeTheFirstPause, 20);
     EXPECT_GE(opensBeforeTheFirstPause, 1);
-    const std::string message = "Failed to deserialise index: " + folder_.Folder() +
-                                ". A File Access error occured when opening the file (was retried for 40 seconds). No data can be written.\n";
+    const std::string message =
+        "Failed to deserialise index: " + folder_.Folder() +
+        ". A File Access error occured when opening the file (was retried for 40 seconds). No data can be written.\n";
     EXPECT_TRUE(log_.HasTrace(message));
     EXPECT_TRUE(log_.HasEvent(message));
     EXPECT_EQ(log_.Events().size(), 1u);

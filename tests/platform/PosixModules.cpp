@@ -35,7 +35,7 @@ TEST_F(PosixModules, ADirectoryAndANameGiveTheLibraryThere)
         const HMODULE module = LoadLibraryA(At(name).c_str());
         ASSERT_NE(module, nullptr) << name << " " << GetLastError();
         using Function = double (*)(double);
-        const auto cosine = reinterpret_cast<Function>(GetProcAddress(module, "cos"));
+        const auto cosine = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, "cos")));
         ASSERT_NE(cosine, nullptr);
         EXPECT_EQ(cosine(0.0), 1.0);
         EXPECT_EQ(GetProcAddress(module, "NoSuchFunction"), nullptr);

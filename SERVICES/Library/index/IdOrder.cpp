@@ -29,7 +29,7 @@ uint32_t HashOf(std::string_view id)
         id.remove_prefix(8);
     }
     uint64_t rest = 0;
-    std::memcpy(&rest, id.data(), id.size());
+    if (!id.empty()) std::memcpy(&rest, id.data(), id.size());
     hash = (hash ^ rest) * 0xC4CEB9FE1A85EC53ull;
     hash ^= hash >> 29;
     return static_cast<uint32_t>(hash);

@@ -83,7 +83,7 @@ void IndexItemPropertyContainer::SetText(IndexPropertyRef ref, std::string_view 
     auto* text = static_cast<ItemText*>(std::malloc(ItemText::BytesFor(value.size()) + 1));
     if (!text) throw std::bad_alloc();
     text->Size = static_cast<uint32_t>(value.size());
-    std::memcpy(text->Bytes, value.data(), value.size());
+    value.copy(text->Bytes, value.size());
     // The old text goes last: `value` may be a part of it.
     void*& entry = Values.Begin()[ref.Slot];
     Release(entry);

@@ -23,6 +23,7 @@ struct ParseState {
     MessageHeader& header;
     const HeaderParseOptions& options;
     bool dispositionSettled = false;
+    bool dateRead = false;  // the last Date line gave MessageDate its value
 };
 
 // A header line: where it begins, what it does, and what its continuation lines do (null: they are not followed).
@@ -116,7 +117,7 @@ bool TakePriority(ParseState& state, std::string_view, std::string_view rest)
 // A date that cannot be read leaves its field as it is.
 bool TakeDate(ParseState& state, std::string_view, std::string_view rest)
 {
-    (void)!ParseMessageDate(rest, state.header.MessageDate, sizeof state.header.MessageDate);
+    state.dateRead = ParseMessageDate(rest, state.header.MessageDate, sizeof state.header.MessageDate);
     return false;
 }
 
@@ -140,22 +141,21 @@ bool TakeDisposition(ParseState& state, std::string_view, std::string_view rest)
     return false;
 }
 
-void SetReceived(MessageHeader& header, std::string_view date)
-{
-    if (header.Received[0] == '\0') (void)!ParseMessageDate(date, header.Received, sizeof header.Received);
-}
-
 // Kept: a line whose date is folded to the next one gives none; the next Received line has its turn.
 bool TakeReceived(ParseState& state, std::string_view, std::string_view rest)
 {
+    MessageHeader& header = state.header;
     const size_t mark = rest.find("; ");
-    if (mark != std::string_view::npos) SetReceived(state.header, rest.substr(mark + 2));
+    if (header.Received[0] == '\0' && mark != std::string_view::npos)
+        (void)!ParseMessageDate(rest.substr(mark + 2), header.Received, sizeof header.Received);
     return false;
 }
 
-bool TakeDateAsReceived(ParseState& state, std::string_view, std::string_view rest)
+// Tried right behind the other Date row, on the same line.
+bool TakeDateAsReceived(ParseState& state, std::string_view, std::string_view)
 {
-    SetReceived(state.header, rest);
+    MessageHeader& header = state.header;
+    if (header.Received[0] == '\0' && state.dateRead) CopyBounded(header.Received, header.MessageDate);
     return false;
 }
 

@@ -390,7 +390,7 @@ void Parser::StoreValue(IndexPropertyRef ref, std::string_view raw)
 ItemText* Parser::MakeText(std::string_view text)
 {
     ItemText* const made = ContentOf(table_).Texts.Allocate(text.size());
-    std::memcpy(made->Bytes, text.data(), text.size());
+    text.copy(made->Bytes, text.size());
     return made;
 }
 
@@ -406,7 +406,7 @@ ItemText* Parser::MakeNumberText(uint32_t number)
 size_t MemorySource::Read(char* buffer, size_t size)
 {
     const size_t given = std::min(size, bytes_.size());
-    std::memcpy(buffer, bytes_.data(), given);
+    bytes_.copy(buffer, given);
     bytes_.remove_prefix(given);
     return given;
 }
