@@ -20,6 +20,7 @@ public:
     }
     // 0 to `bound` - 1; 0 for a bound of 0.
     uint32_t Below(size_t bound) { return bound == 0 ? 0 : static_cast<uint32_t>(Next() % bound); }
+    char Byte() { return static_cast<char>(Below(256)); }
     bool OneIn(uint32_t chances) { return Below(chances) == 0; }
 
     template <typename Container>

@@ -106,8 +106,8 @@ TEST(IndexTable, ALoadedItemMarksNothingDirtyAndIsNotInTheSequenceYet)
     EXPECT_EQ(table.FirstDirtyUID, 0);
     EXPECT_EQ(given->Owner, &table);
     EXPECT_EQ(ItemCountOf(table), 0u);
-    AppendToSequence(table, given.release(), 1);
-    AppendToSequence(table, numbered.release(), 2);
+    ContentOf(table).Sequence.push_back(given.release());
+    ContentOf(table).Sequence.push_back(numbered.release());
     EXPECT_EQ(IdsInSequence(table), "1.MAI 2.MAI");
     EXPECT_EQ(TextOf(*FindLoadedItem(table, "2.MAI"), kSeq), "2");
     EXPECT_EQ(table.FirstDirtyUID, 0);

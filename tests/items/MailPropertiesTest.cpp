@@ -385,7 +385,8 @@ TEST(Backends, AnAbsentKindHasNoFilesAndNoProperties)
         handle.Item = &item;
         void* value = &handle;
         uint64_t size = 5;
-        EXPECT_EQ(backend.getProperty(handle, "PR_SUBJECT", &value, &size), kNoProperty) << kind;
+        // A class above the files has no properties at all, so its answer does not send the caller on to the folder's.
+        EXPECT_EQ(backend.getProperty(handle, "PR_SUBJECT", &value, &size), kind > kKindFiles ? 0 : kNoProperty) << kind;
         EXPECT_EQ(value, nullptr) << kind;
         EXPECT_EQ(backend.saveItem(nullptr, handle), 1u) << kind;
         EXPECT_FALSE(backend.deleteItemFile(handle, "x")) << kind;

@@ -130,7 +130,7 @@ void Damage(std::string& bytes, Dice& dice)
         const size_t length = std::min<size_t>(bytes.size() - at, dice.Below(dice.OneIn(4) ? bytes.size() + 1 : 12));
         switch (dice.Below(9)) {
             case 0:
-                if (at < bytes.size()) bytes[at] = static_cast<char>(dice.OneIn(4) ? dice.Below(256) : "<>/\"= -&#;x0"[dice.Below(12)]);
+                if (at < bytes.size()) bytes[at] = dice.OneIn(4) ? dice.Byte() : "<>/\"= -&#;x0"[dice.Below(12)];
                 break;
             case 1:
             case 2:

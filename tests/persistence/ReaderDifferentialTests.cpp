@@ -135,8 +135,7 @@ TEST(ReaderDifferential, RandomBytes)
     for (uint64_t seed = 800000; seed < 801000; ++seed) {
         Dice dice(seed);
         std::string bytes;
-        for (uint32_t size = dice.Below(4000); bytes.size() < size;)
-            bytes += static_cast<char>(dice.OneIn(3) ? "<>/\"=EL "[dice.Below(8)] : dice.Below(256));
+        for (uint32_t size = dice.Below(4000); bytes.size() < size;) bytes += dice.OneIn(3) ? "<>/\"=EL "[dice.Below(8)] : dice.Byte();
         if (dice.OneIn(2)) bytes.insert(0, "<BASEELEMENT LASTUID=\"x00000001\">");
         const Arguments arguments = RandomArguments(dice);
         ASSERT_EQ(ReadFast(bytes, arguments, SIZE_MAX), ReadPlain(bytes, arguments)) << InWords(arguments, seed);

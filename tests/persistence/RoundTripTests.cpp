@@ -22,7 +22,7 @@ std::string RandomText(Dice& dice)
 {
     std::string text;
     const uint32_t size = dice.OneIn(20) ? dice.Below(3000) : dice.Below(40);
-    while (text.size() < size) text += static_cast<char>(dice.OneIn(3) ? dice.Below(256) : "ab<>&;#x\r\n\t \""[dice.Below(13)]);
+    while (text.size() < size) text += dice.OneIn(3) ? dice.Byte() : "ab<>&;#x\r\n\t \""[dice.Below(13)];
     return text;
 }
 

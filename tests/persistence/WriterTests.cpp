@@ -474,6 +474,21 @@ TEST_F(Writer, AFullDiskIsReportedAtEveryPlaceItCanStrikeAndTheFileNeverLoadsAsI
     }
 }
 
+TEST_F(Writer, AFailedWriteIsReportedWithItsStateItsPlaceAndItsSite)
+{
+    LoadedTable table(folder_);
+    SetItemKeyProperty(table["a"], "SUBJECT", std::string(500000, 'x'));
+    CountingSeam seam;
+    seam.room = 1000;
+    EXPECT_EQ(folder_.Save(table), 0u);
+    ASSERT_FALSE(log_.Events().empty());
+    const std::string offset = std::to_string(33 + Element("a", 17, {{"READ", "0"}, {"SUBJECT", std::string(500000, 'x')}}).size());
+    EXPECT_TRUE(log_.HasEvent("Warning. File contention occured when accessing index file (bad{CurrentOffset: " + offset +
+                              "File=" + folder_.Folder() + "}).Contention in Function: LIBStoreIndexSerialisation, Module Line: "));
+    EXPECT_TRUE(log_.HasEvent("Info: Insertion attempt at Position: " + offset + " with Stream Length: "));
+    EXPECT_TRUE(log_.HasEvent(".File Pointer will is positioned to end of file, so as to allow diagnosis. Check .bad file\n"));
+}
+
 TEST_F(Writer, AFullDiskAtAFullRewriteIsAFailure)
 {
     IndexFolder empty;

@@ -38,8 +38,8 @@ void Decode(const FileImage& image, uint32_t (&details)[kDetailWords])
 class DetailsFile {
 public:
     DetailsFile(const std::string& path, DWORD access, DWORD disposition)
-        : handle_(CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, disposition,
-                              FILE_ATTRIBUTE_NORMAL, nullptr))
+        : handle_(
+              CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr))
     {
     }
     ~DetailsFile()

@@ -25,8 +25,8 @@ inline constexpr char kSize[] = "SIZE";
 inline constexpr char kVlStatus[] = "VL_STATUS";
 inline constexpr char kModifiedDate[] = "MODIFIEDDATE";
 
-// A property is present when its slot lies inside the values and, for text, its value is set. Integers count as present
-// as soon as the slot exists, also with the value 0.
+// A property is present when its slot lies inside the values and, for text, its value is set.
+// Kept: integers count as present as soon as the slot exists, also with the value 0, so nearly every item has a READ.
 //
 // An item has no lock; whoever reaches it through a shared record holds that record's Mutex.
 class IndexItemPropertyContainer {

@@ -21,6 +21,14 @@ size_t HashOf(std::string_view name)
     return static_cast<size_t>(hash ^ (hash >> 29));
 }
 
+// The columns that the library's back-ends keep. They are few, so they need no bound.
+constexpr std::string_view kOwnColumns[] = {
+    "ATTACHMENTS", "CC",       "CLASS", "FLAGSTATUS", "FROM",  "IDX",     "IMPORTANCE",  "MESSAGEDATE", "MODIFIEDDATE",
+    "NAME",        "RECEIVED", "SEQ",   "SIZE",       "STATE", "SUBJECT", "SENSITIVITY", "TO",          "VL_STATUS",
+};
+
+bool IsOwnColumn(std::string_view name) { return std::find(std::begin(kOwnColumns), std::end(kOwnColumns), name) != std::end(kOwnColumns); }
+
 // An open hash that only grows: entries are published with a release store and never change, so readers need no lock.
 class Names {
 public:
@@ -45,7 +53,7 @@ public:
         if (const Entry* entry = Find(name, hash)) return entry->property.Ref;
         const std::lock_guard<std::mutex> lock(mutex_);
         if (const Entry* entry = Find(name, hash)) return entry->property.Ref;
-        if (entries_.size() >= kMaxPropertyNames) return {};
+        if (entries_.size() >= kMaxPropertyNames && !IsOwnColumn(name)) return {};
         return Intern(name, 0);
     }
 

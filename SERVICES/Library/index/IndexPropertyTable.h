@@ -6,7 +6,7 @@
 //
 // The table takes at most kMaxPropertyNames names. An item's values are as wide as the highest slot it uses, so a file
 // that invents names without end would otherwise take memory without end. A name beyond the bound has slot -1: reads
-// find nothing, writes are dropped.
+// find nothing, writes are dropped. The columns that the library itself uses always find a place, whatever came before.
 //
 // Any thread may look up at any time; a look-up of a known name takes no lock.
 #ifndef VELMORA_INDEX_INDEXPROPERTYTABLE_H

@@ -14,6 +14,12 @@ namespace {
 // Words of _FOLDER.DAT that a full computation fills.
 constexpr unsigned kAnswered = 3, kFlagged = 4, kFirstSeen = 5, kItems = 6, kSeen = 7, kRecent = 8, kLastUid = 11;
 
+IndexPropertyRef SeqRef()
+{
+    static const IndexPropertyRef ref = IndexPropertyTable::LookUp(kSeq);
+    return ref;
+}
+
 // Gives the item its UID, if it has none, and enters it in the two maps.
 bool EnterInMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 {
@@ -27,13 +33,20 @@ bool EnterInMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
         table.LastUID = given;
     }
     IndexTableContent& content = ContentOf(table);
-    if (!content.ByID.Insert(item)) return false;
-    if (!content.ByUID.Insert(item->Uid(), item)) {
-        content.ByID.Erase(item->Id());
-        return false;
+    // Room in the sequence comes first, so that nothing can fail once the item is in the maps.
+    if (content.Sequence.size() == content.Sequence.capacity()) content.Sequence.reserve(std::max<size_t>(16, content.Sequence.size() * 2));
+    if (!content.ByUID.Insert(item->Uid(), item)) return false;
+    try {
+        if (content.ByID.Insert(item)) {
+            item->Owner = &table;
+            return true;
+        }
+    } catch (...) {
+        content.ByUID.Erase(item->Uid());
+        throw;
     }
-    item->Owner = &table;
-    return true;
+    content.ByUID.Erase(item->Uid());
+    return false;
 }
 
 void TakeFromMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
@@ -50,6 +63,8 @@ void RemoveItemSet(SORTEDSTOREINDEXTYPE& table, const SelectionSet& set)
     for (const std::string& id : set) {
         IndexItemPropertyContainer* const item = content.ByID.Find(id);
         if (!item) continue;
+        // Kept: the mark goes with its item, so changes to later items that were not saved yet are not written by the next
+        // save in place; they live on in memory only.
         if (static_cast<int32_t>(item->Uid()) == table.FirstDirtyUID) table.FirstDirtyUID = 0;
         TakeFromMaps(table, item);
     }
@@ -59,7 +74,7 @@ void RemoveItemSet(SORTEDSTOREINDEXTYPE& table, const SelectionSet& set)
     for (IndexItemPropertyContainer* const item : content.Sequence) {
         if (all && content.ByID.Find(item->Id()) == item) TakeFromMaps(table, item);
         if (all || set.contains(item->Id())) continue;
-        item->SetNumber(kSeq, static_cast<int32_t>(++seq));
+        item->SetNumber(SeqRef(), static_cast<int32_t>(++seq));
         content.Sequence[kept++] = item;
     }
     content.Sequence.resize(kept);
@@ -94,20 +109,14 @@ uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table)
 
 bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 {
+    item->SetNumber(SeqRef(), static_cast<int32_t>(ItemCountOf(table) + 1));
     if (!EnterInMaps(table, item)) return false;
-    AppendToSequence(table, item, ItemCountOf(table) + 1);
+    ContentOf(table).Sequence.push_back(item);
     MarkItemChanged(*item);
     return true;
 }
 
 bool InsertLoadedItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item) { return EnterInMaps(table, item); }
-
-void AppendToSequence(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item, uint32_t seq)
-{
-    static const IndexPropertyRef seqRef = IndexPropertyTable::LookUp(kSeq);
-    ContentOf(table).Sequence.push_back(item);
-    item->SetNumber(seqRef, static_cast<int32_t>(seq));
-}
 
 IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::string_view id)
 {

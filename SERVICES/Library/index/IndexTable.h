@@ -34,13 +34,16 @@ IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table);
 uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table);
 
 // Takes `item` into the table: gives it a UID if it has none, enters it in all three orderings, sets SEQ. On success the
-// table owns the item. False on a duplicate ID or UID: the item stays with the caller, and LastUID keeps what it became.
+// table owns the item. False on a duplicate ID or UID, or when no UID is left: the item stays with the caller.
+// Kept: LastUID keeps what it became, so the UID of a refused item is skipped for good.
+//
+// A table below level 3 takes items too. Whoever does that looks nothing up before the save: a look-up raises the level,
+// and a load starts from the file, without the new item.
 [[nodiscard]] bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item);
 
-// The same without the sequence, for a reader that orders the sequence itself; a UID given here marks nothing dirty.
+// The same for a reader, which then puts the item into the sequence itself (there is room, so that cannot fail) and sets
+// SEQ; a UID given here marks nothing dirty.
 [[nodiscard]] bool InsertLoadedItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item);
-// The other half: appends an item that is in the two maps to the sequence and sets its SEQ.
-void AppendToSequence(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item, uint32_t seq);
 
 // Looks an ID up, loading the table in full first. Null when there is none.
 IndexItemPropertyContainer* FindItem(SORTEDSTOREINDEXTYPE& table, std::string_view id);

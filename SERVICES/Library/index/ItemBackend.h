@@ -60,9 +60,6 @@ struct ItemBackend {
     // False for a kind whose folders an open never scans: only a forced rebuild brings them in step with their files.
     bool scannedByOpen = true;
 
-    // True when StoreIndex_Scan hands `scan` an empty table that counts as loaded in full.
-    bool scanStartsEmpty = false;
-
     IndexGet indexGet = IndexGet::Open;
 
     // Makes a table agree with the folder's own files, from what it holds already or from nothing. The caller holds the

@@ -161,6 +161,8 @@ void GetRecord(STOREINDEXTYPE& index)
         ::StoreIndex_Open(&index, kOpenReload);
         return;
     }
+    // As in an open: no folder, no block file.
+    if (!*index.Path) return;
     const xMutexLock lock(index.Mutex);
     IndexLoadArguments arguments = LoadArgumentsOf(index);
     arguments.SkipIfLoaded = how == IndexGet::LoadOnce;

@@ -27,6 +27,9 @@ namespace {
 void EmptyRecord(STOREINDEXTYPE& index)
 {
     UnInit(index.Table);
+    // The next load of this record is of another folder.
+    index.Table.LastLoad = {};
+    index.Table.LoadSelection.clear();
     for (char* const text : {index.Path, index.Postoffice, index.Mailbox, index.Folder}) *text = 0;
 
     STOREITEMTYPE& insert = index.InsertItem;

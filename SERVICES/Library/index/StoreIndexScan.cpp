@@ -23,12 +23,7 @@ uint64_t ScanStoreIndex(STOREINDEXTYPE* index, uint32_t scanMode)
     // Kept: the name alone decides. A record that was opened for group items becomes a mail folder here, and a folder
     // below a contacts folder is mail.
     index->IndexKind = ClassifyFolderName(index->Folder);
-    const ItemBackend& backend = BackendFor(index->IndexKind);
-    if (backend.scanStartsEmpty) {
-        UnInit(index->Table);
-        index->Table.LoadLevel = 3;
-    }
-    return backend.scan(index, index->Table, index->Path, scanMode, 0);
+    return BackendFor(index->IndexKind).scan(index, index->Table, index->Path, scanMode, 0);
 }
 
 }  // namespace velmora

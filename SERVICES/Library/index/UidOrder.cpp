@@ -1,6 +1,7 @@
 #include "index/UidOrder.h"
 
 #include <algorithm>
+#include <new>
 
 namespace velmora {
 
@@ -21,11 +22,14 @@ bool UidOrder::Insert(uint32_t uid, IndexItemPropertyContainer* item)
 {
     if (chunks_.empty() || uid > chunks_.back().back().uid) {
         if (chunks_.empty() || chunks_.back().size() == kChunkEntries) {
-            chunks_.emplace_back();
+            std::vector<Entry> chunk;
             // The first chunk of a small folder grows as it needs; later ones will be filled.
-            if (chunks_.size() > 1) chunks_.back().reserve(kChunkEntries);
+            if (!chunks_.empty()) chunk.reserve(kChunkEntries);
+            chunk.push_back({uid, item});
+            chunks_.push_back(std::move(chunk));
+        } else {
+            chunks_.back().push_back({uid, item});
         }
-        chunks_.back().push_back({uid, item});
         ++count_;
         return true;
     }
@@ -35,12 +39,21 @@ bool UidOrder::Insert(uint32_t uid, IndexItemPropertyContainer* item)
     if (at->uid == uid) return false;
     chunk.insert(at, {uid, item});
     ++count_;
-    if (chunk.size() > kChunkEntries) {
+    if (chunk.size() > kChunkEntries) Split(c);
+    return true;
+}
+
+// A chunk that cannot be split for want of memory stays as it is; it is only slower.
+void UidOrder::Split(size_t c) noexcept
+{
+    try {
+        chunks_.reserve(chunks_.size() + 1);
+        std::vector<Entry>& chunk = chunks_[c];
         std::vector<Entry> upper(chunk.begin() + static_cast<ptrdiff_t>(kChunkEntries / 2), chunk.end());
         chunk.resize(kChunkEntries / 2);
         chunks_.insert(chunks_.begin() + static_cast<ptrdiff_t>(c) + 1, std::move(upper));
+    } catch (const std::bad_alloc&) {
     }
-    return true;
 }
 
 IndexItemPropertyContainer* UidOrder::Find(uint32_t uid) const

@@ -50,6 +50,7 @@ private:
 
     // The first chunk whose last UID is not below `uid`; the number of chunks when there is none.
     size_t ChunkFor(uint32_t uid) const;
+    void Split(size_t c) noexcept;
 
     std::vector<std::vector<Entry>> chunks_;  // none of them empty
     size_t count_ = 0;

@@ -10,7 +10,8 @@ namespace velmora {
 
 namespace {
 
-// What a kind without a back-end of its own answers: it has no files, and no property names.
+// What a kind without a back-end of its own answers: it has no files, and no property names. Its folders are left alone
+// by opens and scans, because a save behind a scan that saw nothing would put an old copy over what others wrote.
 
 uint64_t NoProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
 {
@@ -51,7 +52,8 @@ constexpr ItemBackend Absent()
             .scan = NothingToScan,
             .saveItem = NothingToSave,
             .deleteItemFile = NoItemFile,
-            .stampsFromFile = false};
+            .stampsFromFile = false,
+            .scannedByOpen = false};
 }
 
 // Contacts, calendar and tasks have tables of names, so that an unknown name is refused, and an index that can be
@@ -76,8 +78,6 @@ constexpr ItemBackend AbsentCalendar()
 {
     ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
     backend.stampsFromFile = true;
-    backend.scannedByOpen = false;
-    backend.scanStartsEmpty = true;
     return backend;
 }
 
@@ -85,13 +85,27 @@ constexpr ItemBackend AbsentTasks()
 {
     ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
     backend.scan = ScanNotNeeded;
-    backend.scannedByOpen = false;
+    return backend;
+}
+
+// A class that has no properties at all answers 0, and no place in the store is looked for behind it.
+uint64_t NoProperties(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
+{
+    *value = nullptr;
+    *size = 0;
+    return 0;
+}
+
+constexpr ItemBackend AbsentUnknown()
+{
+    ItemBackend backend = Absent();
+    backend.getProperty = NoProperties;
     return backend;
 }
 
 constexpr ItemBackend AbsentGroups()
 {
-    ItemBackend backend = Absent();
+    ItemBackend backend = AbsentUnknown();
     backend.rebuild = EmptyTable;
     return backend;
 }
@@ -100,18 +114,20 @@ constexpr ItemBackend kContacts = AbsentContacts();
 constexpr ItemBackend kCalendar = AbsentCalendar();
 constexpr ItemBackend kTasks = AbsentTasks();
 constexpr ItemBackend kGroups = AbsentGroups();
-constexpr ItemBackend kOther = Absent();
+constexpr ItemBackend kFiles = Absent();
+constexpr ItemBackend kOther = AbsentUnknown();
 
 struct KindEntry {
     uint32_t kind;
     const ItemBackend& backend;
 };
 
-const std::array<KindEntry, 5> kBackends = {{
+const std::array<KindEntry, 6> kBackends = {{
     {kKindMail, kMailBackend},
     {kKindContacts, kContacts},
     {kKindCalendar, kCalendar},
     {kKindTasks, kTasks},
+    {kKindFiles, kFiles},
     {kKindGroups, kGroups},
 }};
 

@@ -65,7 +65,6 @@ constinit const ItemBackend kMailBackend = {
     .deleteItemFile = DeleteItemFile,
     .stampsFromFile = false,
     .scannedByOpen = true,
-    .scanStartsEmpty = false,
     .indexGet = IndexGet::Open,
     .rebuild = Rebuild,
 };

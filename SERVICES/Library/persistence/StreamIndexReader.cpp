@@ -285,7 +285,6 @@ void Parser::HandleElementEnd()
 
 void Parser::EnterSequence(Item* item)
 {
-    // Room first: the sequence must own the item, whatever happens to the other list.
     ContentOf(table_).Sequence.push_back(item);
     if (!newFormat_) {
         unsequenced_.push_back(item);

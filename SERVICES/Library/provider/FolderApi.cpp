@@ -141,12 +141,14 @@ bool IsLoaded(TLSStoreIndex& context)
     return folder.Index() && folder.Index()->Table.LoadLevel != 0;
 }
 
-// An empty table that counts as loaded, so that the item functions work on it.
-void MakeEmptyIndex(SharedIndex& index)
+// An empty table that counts as loaded, so that the item functions work on it. It stands for one item and not for the
+// folder, and says so by its selection: otherwise a save would put it in the place of the whole index.
+void MakeEmptyIndex(SharedIndex& index, const char* itemId)
 {
     const RecordLock lock(index.Mutex);
     UnInit(index.Table);
     index.Table.LoadLevel = kFullLoad;
+    index.Table.LoadSelection = itemId && *itemId ? itemId : "*";
 }
 
 uint64_t OpenItem(TLSStoreIndex& context, const FolderName& name, const char* itemId)
@@ -173,7 +175,7 @@ uint64_t OpenItem(TLSStoreIndex& context, const FolderName& name, const char* it
     const ProcessLock opens(OpenMutex());
     if (!opens.Held()) return 1;
     SharedIndex& index = *context.Index;
-    if (PlaceRecord(index, name)) MakeEmptyIndex(index);
+    if (PlaceRecord(index, name)) MakeEmptyIndex(index, itemId);
     STOREITEMTYPE& item = context.CurrentFolderItem;
     CopyBounded(item.Postoffice, context.Postoffice);
     CopyBounded(item.Mailbox, context.Mailbox);
