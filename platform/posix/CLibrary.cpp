@@ -29,6 +29,22 @@ errno_t ToParts(struct tm* parts, const __time64_t* time, Convert convert)
     return EINVAL;
 }
 
+// The seconds of a time that the zone has in its standard time, and only there: true in nearly every case. The C library's
+// mktime looks at the zone's file at every call where TZ is not set, which costs more than reading a message's header.
+bool PlainStandardSeconds(struct tm& parts, int64_t& seconds)
+{
+    if (parts.tm_isdst != 0) return false;
+    struct tm wall = parts;
+    const time_t asUtc = timegm(&wall);
+    struct tm local {};
+    if (!localtime_r(&asUtc, &local)) return false;
+    const time_t guess = asUtc - local.tm_gmtoff;
+    if (!localtime_r(&guess, &local) || local.tm_isdst != 0 || guess + local.tm_gmtoff != asUtc) return false;
+    parts = local;
+    seconds = guess;
+    return true;
+}
+
 }  // namespace
 
 }  // namespace velmora::platform
@@ -39,7 +55,8 @@ __time64_t _mktime64(struct tm* parts)
 {
     if (parts) {
         struct tm copy = *parts;
-        const auto seconds = static_cast<int64_t>(mktime(&copy));
+        int64_t seconds = 0;
+        if (!PlainStandardSeconds(copy, seconds)) seconds = static_cast<int64_t>(mktime(&copy));
         if (InRange(seconds)) {
             *parts = copy;
             return seconds;

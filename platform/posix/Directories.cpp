@@ -26,15 +26,18 @@ DWORD MakeDirectory(PathText& path)
     return 0;
 }
 
-// A file in a directory's place is error 267.
+// A link to a directory is removed itself, what it leads to stays. A file in a directory's place is error 267.
 int RemoveEmptyDirectory(const char* path, DWORD& error)
 {
     error = 0;
     if (rmdir(path) == 0) return 0;
     if (errno == EEXIST) errno = ENOTEMPTY;
     struct stat info;
-    if (errno == ENOTDIR && lstat(path, &info) == 0) error = ERROR_DIRECTORY;
-    if (error != 0) errno = ENOTDIR;
+    if (errno != ENOTDIR || lstat(path, &info) != 0) return -1;
+    struct stat target;
+    if (S_ISLNK(info.st_mode) && stat(path, &target) == 0 && S_ISDIR(target.st_mode)) return unlink(path);
+    error = ERROR_DIRECTORY;
+    errno = ENOTDIR;
     return -1;
 }
 

@@ -26,6 +26,15 @@ DWORD AttributesOf(mode_t mode)
     return (S_ISDIR(mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE) | readOnly;
 }
 
+// A link to a directory is a directory that bears a mark, so that whoever walks a tree can stop there. Only directories
+// cost this second look.
+DWORD LinkAttribute(int directory, const char* name)
+{
+    struct stat info;
+    const bool isLink = fstatat(directory, name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(info.st_mode);
+    return isLink ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
+}
+
 constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_ATIME | STATX_BTIME;
 
 }  // namespace
@@ -38,6 +47,7 @@ int DescribeAt(int directory, const char* name, WIN32_FIND_DATAA& found)
         if (statx(directory, name, AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW, kWanted, &info) != 0) return -1;
     }
     found.dwFileAttributes = AttributesOf(info.stx_mode);
+    if (S_ISDIR(info.stx_mode)) found.dwFileAttributes |= LinkAttribute(directory, name);
     found.ftCreationTime = CreationOf(info);
     found.ftLastAccessTime = TimeOf(info.stx_atime);
     found.ftLastWriteTime = TimeOf(info.stx_mtime);
@@ -68,7 +78,8 @@ DWORD GetFileAttributesA(LPCSTR path)
     struct stat info;
     if (error == 0) {
         native.DropTrailingSeparators();
-        if (WithSpelling(native, error, [&](const char* name) { return stat(name, &info); }) == 0) return AttributesOf(info.st_mode);
+        if (WithSpelling(native, error, [&](const char* name) { return stat(name, &info); }) == 0)
+            return AttributesOf(info.st_mode) | (S_ISDIR(info.st_mode) ? LinkAttribute(AT_FDCWD, native.text) : 0);
     }
     SetLastError(error);
     return INVALID_FILE_ATTRIBUTES;

@@ -9,8 +9,9 @@
 namespace velmora::platform {
 
 // One system call: type, size and times (creation is the file system's birth time, or the last write where it has none)
-// of a name relative to a directory descriptor; a link that leads nowhere is described itself. 0, or -1 with errno. The
-// name is not filled in.
+// of a name relative to a directory descriptor; a link that leads nowhere is described itself. A directory costs a second
+// call, which tells whether a link leads to it (FILE_ATTRIBUTE_REPARSE_POINT). 0, or -1 with errno. The name is not filled
+// in.
 int DescribeAt(int directory, const char* name, WIN32_FIND_DATAA& found);
 
 void SetFoundName(WIN32_FIND_DATAA& found, std::string_view name);

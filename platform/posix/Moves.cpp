@@ -93,7 +93,8 @@ DWORD OpenForCopy(PathText& path, Descriptor& opened)
 }
 
 // Opens or makes the target of a copy, empty and held by us alone.
-DWORD OpenCopyTarget(PathText& path, bool failIfExists, Descriptor& opened)
+// `taken`: the name was free when it was looked for and is not any more.
+DWORD OpenCopyTargetOnce(PathText& path, bool failIfExists, Descriptor& opened, bool& taken)
 {
     const NameSearch search = FindSpelling(path, Purpose::Create);
     if (search.error != 0 && search.error != ERROR_FILE_NOT_FOUND) return search.error;
@@ -110,9 +111,24 @@ DWORD OpenCopyTarget(PathText& path, bool failIfExists, Descriptor& opened)
     }
     if (const DWORD error = CheckNewName(path.Leaf()); error != 0) return error;
     opened = Descriptor(OpenFile(path.text, O_WRONLY | O_CREAT | O_EXCL, 0666));
-    if (!opened.IsOpen()) return PresentError();
+    if (!opened.IsOpen()) {
+        taken = errno == EEXIST;
+        return PresentError();
+    }
     OwnChange(search).Note(path, true);
     return LockFor(opened.Get(), Share::None);
+}
+
+DWORD OpenCopyTarget(PathText& path, bool failIfExists, Descriptor& opened)
+{
+    constexpr int kRounds = 10;
+    DWORD error = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        bool taken = false;
+        error = OpenCopyTargetOnce(path, failIfExists, opened, taken);
+        if (!taken) break;
+    }
+    return error;
 }
 
 DWORD Copy(PathText& from, PathText& to, bool failIfExists)

@@ -292,6 +292,46 @@ TEST_F(FileManagementTest, CopyTreeQuietlyAnswersFalse)
     EXPECT_EQ(seam.calls, 1);
 }
 
+TEST_F(FileManagementTest, RemoveTreeRemovesALinkAndNotWhatItLeadsTo)
+{
+    MakeTree();
+    std::filesystem::create_directories(directory_ / "outside/deep");
+    WriteFileBytes(directory_ / "outside/kept", "k");
+    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "a/b/link");
+    std::filesystem::create_symlink(directory_ / "outside/kept", directory_ / "a/file-link");
+    std::filesystem::create_directory_symlink(directory_ / "a", directory_ / "a/b/loop");
+    FileManagement::RemoveTree(Path("a"));
+    EXPECT_FALSE(FileExists(directory_ / "a"));
+    EXPECT_EQ(ReadFileBytes(directory_ / "outside/kept"), "k");
+    EXPECT_TRUE(std::filesystem::is_directory(directory_ / "outside/deep"));
+
+    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "link");
+    FileManagement::RemoveTree(Path("link"));
+    EXPECT_FALSE(std::filesystem::is_symlink(directory_ / "link"));
+    EXPECT_EQ(ReadFileBytes(directory_ / "outside/kept"), "k");
+}
+
+TEST_F(FileManagementTest, CopyTreeDoesNotFollowALinkOutOfTheTree)
+{
+    MakeTree();
+    std::filesystem::create_directories(directory_ / "outside");
+    WriteFileBytes(directory_ / "outside/secret", "s");
+    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "a/link");
+    EXPECT_EQ(MessageOf([&] { FileManagement::CopyTree(Path("a"), Path("copy")); }), "Call to CopyFile failed (GetLastError() returned 5)");
+    EXPECT_FALSE(FileExists(directory_ / "copy/link"));
+    EXPECT_FALSE(FileManagement::CopyTree(Path("a/link"), Path("other"), true));
+    EXPECT_FALSE(FileExists(directory_ / "other"));
+    EXPECT_EQ(ReadFileBytes(directory_ / "outside/secret"), "s");
+}
+
+TEST_F(FileManagementTest, CopyTreeOfALoopOfLinksEnds)
+{
+    MakeTree();
+    std::filesystem::create_directory_symlink(directory_ / "a", directory_ / "a/b/loop");
+    EXPECT_FALSE(FileManagement::CopyTree(Path("a"), Path("copy"), true));
+    EXPECT_FALSE(FileExists(directory_ / "copy/b/loop"));
+}
+
 TEST_F(FileManagementTest, IteratorReturnsEveryNameAndThenEmpty)
 {
     MakeTree();

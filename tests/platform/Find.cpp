@@ -109,6 +109,68 @@ TEST_F(Find, OneNameGivesItsDetailsAndEnds)
     EXPECT_TRUE(FindClose(search));
 }
 
+TEST_F(Find, ASearchWithNoWildcardFindsOneEntryOfThatNameOnly)
+{
+    MakeFile("Name");
+    MakeFile("Name.txt");
+    MakeFile("NameX");
+    MakeDirectory("Sub");
+    DWORD end = 0;
+    EXPECT_EQ(Search(At("name"), &end), Names{"Name"});
+    EXPECT_EQ(end, ERROR_NO_MORE_FILES);
+    EXPECT_EQ(Search(At("sub")), Names{"Sub"});
+    EXPECT_TRUE(Search(At("nam"), &end).empty());
+    EXPECT_EQ(end, ERROR_FILE_NOT_FOUND);
+}
+
+uint64_t CreationOf(const std::string& path)
+{
+    WIN32_FIND_DATAA found{};
+    const HANDLE search = FindFirstFileA(path.c_str(), &found);
+    EXPECT_NE(search, INVALID_HANDLE_VALUE) << path << " error " << GetLastError();
+    EXPECT_TRUE(FindClose(search));
+    return Number(found.ftCreationTime);
+}
+
+TEST_F(Find, TheCreationTimeIsNotTheLastWrite)
+{
+    const std::string path = MakeFile("f", "text");
+    const uint64_t created = CreationOf(path);
+    const uint64_t hour = uint64_t{3600} * 10'000'000;
+    {
+        Opened file(OpenToUpdate(path));
+        const FILETIME written = FileTime(created - hour);
+        ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &written));
+        FILETIME creation{};
+        ASSERT_TRUE(GetFileTime(file.Get(), &creation, nullptr, nullptr));
+        EXPECT_EQ(Number(creation), created);
+    }
+    EXPECT_EQ(LastWriteOf(path), created - hour);
+    EXPECT_EQ(CreationOf(path), created);
+}
+
+TEST_F(Find, ADirectorysOwnCreationTimeDoesNotMoveWhenFilesComeAndGo)
+{
+    MakeDirectory("d");
+    const std::string itself = At("d\\.");
+    const uint64_t created = CreationOf(itself);
+    EXPECT_NE(created, 0u);
+    for (int i = 0; i < 3; ++i) {
+        // Long enough for the directory's last write to be another one.
+        const auto lastWrite = [&] {
+            WIN32_FIND_DATAA found{};
+            FindClose(FindFirstFileA(itself.c_str(), &found));
+            return Number(found.ftLastWriteTime);
+        };
+        const uint64_t before = lastWrite();
+        do {
+            MakeFile("d\\f");
+            EXPECT_TRUE(DeleteFileA(At("d\\f").c_str()));
+        } while (lastWrite() == before);
+        EXPECT_EQ(CreationOf(itself), created);
+    }
+}
+
 TEST_F(Find, ADirectoryIsToldByItsAttribute)
 {
     MakeDirectory("sub");

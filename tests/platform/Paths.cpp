@@ -36,6 +36,22 @@ TEST_F(Paths, DirectoriesOnTheWayAreFoundInAnySpelling)
     EXPECT_EQ(ErrorOfHandle(OpenToRead(At("POST\\home\\_index.xml"))), ERROR_PATH_NOT_FOUND);
 }
 
+TEST_F(Paths, OneDirectoryInTheMiddleMayBeSpelledInAnotherCase)
+{
+    MakeDirectory("Post");
+    MakeDirectory("Post\\Office");
+    MakeDirectory("Post\\Office\\Box");
+    MakeFile("Post\\Office\\Box\\Message.MAI", "text");
+    EXPECT_EQ(Contents(At("Post\\OFFICE\\Box\\Message.MAI")), "text");
+    EXPECT_TRUE(IsThere(At("Post\\office\\Box")));
+    EXPECT_EQ(Search(At("Post\\OFFICE\\Box\\*.mai")), std::vector<std::string>{"Message.MAI"});
+    MakeFile("Post\\oFFICE\\Box\\_index.xml", "index");
+    EXPECT_EQ(Contents(At("Post\\Office\\Box\\_index.xml")), "index");
+    EXPECT_EQ(Search(At("Post\\*")), (std::vector<std::string>{".", "..", "Office"})) << "no second directory is made";
+    EXPECT_TRUE(DeleteFileA(At("Post\\OFFICE\\Box\\Message.MAI").c_str()));
+    EXPECT_FALSE(IsThere(At("Post\\Office\\Box\\Message.MAI")));
+}
+
 TEST_F(Paths, PrivateFilesAreFoundInTheSpellingsTheyAreKnownBy)
 {
     for (const char* name : {"_change.dty", "_CACHED.DTY", "_FOLDER.DAT", "_index.xml", "_Shares.xml", "_Access.XML", "_groups.blk"}) {

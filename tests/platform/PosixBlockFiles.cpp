@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,6 +9,8 @@
 
 #include "platform/posix/OpenFiles.h"
 #include "tests/platform/PlatformTest.h"
+#include "tests/platform/PosixProcess.h"
+#include "tests/platform/PosixSystemCalls.h"
 
 namespace velmora::test {
 
@@ -18,22 +19,6 @@ namespace {
 using platform::Birth;
 using platform::Descriptor;
 using platform::PathText;
-
-// Runs `body` in a child process, whose exit status it gives.
-template <typename Body>
-pid_t StartProcess(Body body)
-{
-    const pid_t child = fork();
-    if (child == 0) _exit(body());
-    return child;
-}
-
-int ExitStatus(pid_t child)
-{
-    int status = 0;
-    if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-    return WEXITSTATUS(status);
-}
 
 class PosixBlockFiles : public PlatformTest {
 protected:
@@ -163,6 +148,31 @@ TEST_P(PosixBirths, AMissingDirectoryIsMissing)
     EXPECT_EQ(platform::CreateLocked(Native(At("no\\_block")), GetParam(), made), ERROR_FILE_NOT_FOUND);
 }
 
+TEST_F(PosixBlockFiles, WhereUnnamedFilesAreRefusedABlockIsLinkedFromANeighbour)
+{
+    // What file systems without them answer, and an old kernel.
+    for (const int refusal : {EOPNOTSUPP, EISDIR, EINVAL}) {
+        const std::string path = At("_index.blk");
+        SystemCalls calls;
+        calls.refuseUnnamedFiles = refusal;
+        Opened block(CreateBlock(path));
+        ASSERT_TRUE(block.IsOpen()) << refusal << " " << GetLastError();
+        EXPECT_EQ(calls.Count("link"), 1u);
+        EXPECT_EQ(calls.Count("linkat"), 0u);
+        EXPECT_TRUE(WriteText(block.Get(), "text"));
+        EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), ERROR_FILE_EXISTS);
+        EXPECT_EQ(ErrorOf(DeleteFileA(path.c_str())), ERROR_SHARING_VIOLATION);
+        EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "_index.blk"})) << "the neighbour is gone";
+        block.Close();
+        EXPECT_EQ(Contents(path), "text");
+        EXPECT_TRUE(DeleteFileA(path.c_str()));
+    }
+    SystemCalls calls;
+    Opened block(CreateBlock(At("_index.blk")));
+    EXPECT_EQ(calls.Count("link"), 0u) << "where they are had, nothing is linked from a neighbour";
+    EXPECT_EQ(calls.Count("linkat"), 1u);
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, PosixBirths, testing::Values(Birth::Unnamed, Birth::NamedThenLinked),
                          [](const auto& way) { return std::string(way.param == Birth::Unnamed ? "Unnamed" : "NamedThenLinked"); });
 
@@ -205,6 +215,42 @@ TEST_F(PosixBlockFiles, ALinkThatLeadsNowhereIsMissingAndCanBeDeleted)
     EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "Link"}));
     EXPECT_TRUE(DeleteFileA(path.c_str()));
     EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", ".."}));
+}
+
+TEST_F(PosixBlockFiles, ALinkToADirectoryIsMarkedAndRemovedItself)
+{
+    MakeDirectory("target");
+    MakeFile("target\\kept", "text");
+    MakeFile("file");
+    std::string link = At("Link");
+    std::string linkToFile = At("file-link");
+    for (std::string* path : {&link, &linkToFile})
+        for (char& c : *path) c = c == '\\' ? '/' : c;
+    ASSERT_EQ(symlink("target", link.c_str()), 0);
+    ASSERT_EQ(symlink("file", linkToFile.c_str()), 0);
+
+    constexpr DWORD kBoth = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    const auto attributesFound = [](const std::string& pattern) {
+        WIN32_FIND_DATAA found{};
+        const HANDLE search = FindFirstFileA(pattern.c_str(), &found);
+        EXPECT_NE(search, INVALID_HANDLE_VALUE) << pattern;
+        FindClose(search);
+        return found.dwFileAttributes;
+    };
+    EXPECT_EQ(attributesFound(At("link")) & kBoth, kBoth) << "by its name, in any case";
+    EXPECT_EQ(attributesFound(At("lin*")) & kBoth, kBoth) << "in a listing";
+    EXPECT_EQ(GetFileAttributesA(At("LINK").c_str()) & kBoth, kBoth);
+    EXPECT_EQ(attributesFound(At("target")) & kBoth, FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(attributesFound(At("tar*")) & kBoth, FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(GetFileAttributesA(At("target").c_str()) & kBoth, FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(attributesFound(At("link\\kept")) & kBoth, 0u) << "what is reached through it bears no mark";
+    EXPECT_EQ(attributesFound(At("file-link")) & kBoth, 0u) << "a link to a file is a file";
+
+    EXPECT_EQ(ErrorOf(RemoveDirectoryA(At("file-link").c_str())), ERROR_DIRECTORY);
+    EXPECT_TRUE(RemoveDirectoryA(At("LINK").c_str())) << GetLastError();
+    EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "file", "file-link", "target"}));
+    EXPECT_EQ(Contents(At("target\\kept")), "text");
+    EXPECT_EQ(ErrorOf(RemoveDirectoryA(At("target").c_str())), ERROR_DIR_NOT_EMPTY);
 }
 
 TEST_F(PosixBlockFiles, AFullDiskIs112)

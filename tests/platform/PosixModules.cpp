@@ -45,6 +45,21 @@ TEST_F(PosixModules, ADirectoryAndANameGiveTheLibraryThere)
     }
 }
 
+TEST_F(PosixModules, ABareNameIsLookedForWhereTheLoaderLooks)
+{
+    for (const char* name : {"VLABARE.DLL", "vlabare.dll", "VlaBare"}) {
+        const HMODULE module = LoadLibraryA(name);
+        ASSERT_NE(module, nullptr) << name << " " << GetLastError();
+        using Function = int (*)();
+        const auto tell = reinterpret_cast<Function>(GetProcAddress(module, "TellNumber"));
+        ASSERT_NE(tell, nullptr);
+        EXPECT_EQ(tell(), 4711);
+        EXPECT_TRUE(FreeLibrary(module));
+    }
+    // A directory is asked for itself, and nowhere else.
+    EXPECT_EQ(LoadLibraryA(At("VLABARE.DLL").c_str()), nullptr);
+}
+
 TEST_F(PosixModules, AMissingOneIs126)
 {
     MakeFile("libtext.so", "no library");

@@ -5,6 +5,7 @@
 
 #include "platform/posix/DirectoryNames.h"
 #include "tests/platform/PlatformTest.h"
+#include "tests/platform/PosixSystemCalls.h"
 
 namespace velmora::test {
 
@@ -25,6 +26,71 @@ TEST_F(PosixNames, AnExactHitListsNothing)
     EXPECT_EQ(Contents(At("File.txt")), "text");
     EXPECT_TRUE(IsThere(At("File.txt")));
     EXPECT_EQ(DirectoryListings(), before);
+}
+
+// Calls by path only: what is asked of an opened file is not counted.
+TEST_F(PosixNames, AnExactHitCostsOneSystemCall)
+{
+    const std::string path = MakeFile("File.txt", "text");
+    const std::string privatePath = MakeFile("_INDEX.XML", "text");
+    for (const std::string& name : {path, privatePath}) {
+        SystemCalls calls;
+        WIN32_FIND_DATAA found;
+        const HANDLE search = FindFirstFileA(name.c_str(), &found);
+        EXPECT_NE(search, INVALID_HANDLE_VALUE);
+        EXPECT_EQ(calls.Count(), 1u) << "a search with no wildcard";
+        EXPECT_EQ(ErrorOf(FindNextFileA(search, &found)), ERROR_NO_MORE_FILES);
+        EXPECT_TRUE(FindClose(search));
+        EXPECT_EQ(calls.Count(), 1u) << "and the end of it";
+        EXPECT_TRUE(IsThere(name));
+        EXPECT_EQ(calls.Count(), 2u);
+        Opened opened(OpenToRead(name));
+        EXPECT_TRUE(opened.IsOpen());
+        EXPECT_EQ(calls.Count(), 3u);
+    }
+}
+
+// Whatever the directory holds: flag files are asked for at every open of large folders.
+TEST_F(PosixNames, AMissOnAPrivateNameCostsAHandfulOfProbes)
+{
+    constexpr size_t kHandful = 8;
+    for (const int files : {0, 200}) {
+        for (int i = 0; i < files; ++i) MakeFile("f" + std::to_string(i));
+        LetItSettle();
+        for (const char* name : {"_CHANGE.DTY", "_change.dty", "_INDEX.XML", "_index.xml", "_Some_Mixed.Name"}) {
+            SystemCalls calls;
+            EXPECT_FALSE(IsThere(At(name)));
+            EXPECT_LE(calls.Count(), kHandful) << name;
+            calls.made.clear();
+            EXPECT_TRUE(Search(At(name)).empty());
+            EXPECT_LE(calls.Count(), kHandful) << name;
+            calls.made.clear();
+            EXPECT_EQ(ErrorOfHandle(OpenToRead(At(name))), ERROR_FILE_NOT_FOUND);
+            EXPECT_LE(calls.Count(), kHandful) << name;
+            calls.made.clear();
+            EXPECT_EQ(ErrorOf(DeleteFileA(At(name).c_str())), ERROR_FILE_NOT_FOUND);
+            EXPECT_LE(calls.Count(), kHandful) << name;
+            EXPECT_EQ(calls.Count("opendir") + calls.Count("openat"), 0u) << "no listing";
+        }
+    }
+}
+
+TEST_F(PosixNames, NamesThatDifferOnlyInBytesAbove127AreTwo)
+{
+    // The two letters of one pair: small and capital u with two dots, in UTF-8 and in an 8-bit code.
+    const std::pair<std::string, std::string> pairs[] = {{"m\xC3\xBC.txt", "m\xC3\x9C.txt"}, {"_m\xFC.txt", "_m\xDC.txt"}};
+    for (const auto& [lower, upper] : pairs) {
+        MakeFile(lower, "lower");
+        EXPECT_FALSE(IsThere(At(upper)));
+        Opened made(CreateBlock(At(upper)));
+        ASSERT_TRUE(made.IsOpen()) << GetLastError();
+        EXPECT_TRUE(WriteText(made.Get(), "upper"));
+        made.Close();
+        EXPECT_EQ(Contents(At(lower)), "lower");
+        EXPECT_EQ(Contents(At(upper)), "upper");
+        EXPECT_TRUE(DeleteFileA(At(upper).c_str()));
+        EXPECT_EQ(Contents(At(lower)), "lower");
+    }
 }
 
 TEST_F(PosixNames, APrivateNameIsNeverLookedForInAListing)

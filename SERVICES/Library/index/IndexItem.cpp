@@ -10,10 +10,13 @@ namespace velmora {
 
 namespace {
 
-constexpr uintptr_t kInArena = 1;
+constexpr uintptr_t kInArena = 1;  // or in the item's own block
 
 ItemText* TextOf(void* entry) { return reinterpret_cast<ItemText*>(reinterpret_cast<uintptr_t>(entry) & ~kInArena); }
 bool IsInArena(void* entry) { return (reinterpret_cast<uintptr_t>(entry) & kInArena) != 0; }
+
+// Bytes of a text, with the next one's length aligned behind it.
+size_t RoomFor(size_t size) { return (ItemText::BytesFor(size) + alignof(ItemText)) & ~(alignof(ItemText) - 1); }
 
 // An integer lies in the entry itself.
 int32_t NumberOf(void* entry) { return static_cast<int32_t>(reinterpret_cast<intptr_t>(entry)); }
@@ -80,14 +83,38 @@ void IndexItemPropertyContainer::SetText(IndexPropertyRef ref, std::string_view 
     if (ref.Kind == 1) return SetNumber(ref, ParseLong(value));
     if (value.size() > UINT32_MAX - sizeof(ItemText)) throw Exception("Out of memory", "IndexItem");
     Extend(ref.Slot);
-    auto* text = static_cast<ItemText*>(std::malloc(ItemText::BytesFor(value.size()) + 1));
-    if (!text) throw std::bad_alloc();
-    text->Size = static_cast<uint32_t>(value.size());
+    uintptr_t mark = 0;
+    ItemText* const text = MakeText(value.size(), mark);
     value.copy(text->Bytes, value.size());
     // The old text goes last: `value` may be a part of it.
     void*& entry = Values.Begin()[ref.Slot];
     Release(entry);
-    entry = text;
+    entry = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(text) | mark);
+}
+
+ItemText* IndexItemPropertyContainer::MakeText(size_t size, uintptr_t& mark)
+{
+    const size_t bytes = RoomFor(size);
+    ItemText* text = nullptr;
+    if (bytes <= blockSize_ - blockUsed_) {
+        text = reinterpret_cast<ItemText*>(block_.get() + blockUsed_);
+        blockUsed_ += static_cast<uint32_t>(bytes);
+        mark = kInArena;
+    } else {
+        text = static_cast<ItemText*>(std::malloc(bytes));
+        if (!text) throw std::bad_alloc();
+        mark = 0;
+    }
+    text->Size = static_cast<uint32_t>(size);
+    return text;
+}
+
+void IndexItemPropertyContainer::ReserveTexts(size_t count, size_t bytes)
+{
+    const size_t size = bytes + count * RoomFor(0);
+    if (block_ || size > UINT32_MAX) return;
+    block_.reset(new char[size]);
+    blockSize_ = static_cast<uint32_t>(size);
 }
 
 void IndexItemPropertyContainer::SetNumber(IndexPropertyRef ref, int32_t value)

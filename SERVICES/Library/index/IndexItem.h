@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -59,6 +60,9 @@ public:
     void SetText(IndexPropertyRef ref, std::string_view value);
     void SetNumber(std::string_view name, int32_t value) { SetNumber(IndexPropertyTable::LookUp(name), value); }
     void SetNumber(IndexPropertyRef ref, int32_t value);
+    // One block of memory for texts that are about to be set: those that fit take no memory of their own. For the first
+    // texts of a new item, whose sizes are known; the block lives as long as the item.
+    void ReserveTexts(size_t count, size_t bytes);
     // For loaders: the text lies in the arena of the table that will own the item. Replaces like SetText.
     void AdoptText(IndexPropertyRef ref, ItemText* text);
     void Remove(IndexPropertyRef ref);
@@ -74,10 +78,16 @@ public:
 
 private:
     void Extend(int32_t slot);
-    void Release(void* entry);
+    static void Release(void* entry);
+    // Memory for a text of that size, and how the entry of it is marked.
+    ItemText* MakeText(size_t size, uintptr_t& mark);
 
-    // By slot: an integer itself, or an ItemText. The lowest bit of the pointer is set when the text lies in an arena.
+    // By slot: an integer itself, or an ItemText. The lowest bit of the pointer is set when the text is not to be freed by
+    // itself, because it lies in the block or in a table's arena.
     Array<void*> Values;
+    std::unique_ptr<char[]> block_;
+    uint32_t blockSize_ = 0;
+    uint32_t blockUsed_ = 0;
 };
 
 // Notes in the item's table that the item changed; an item outside a table notes nothing.

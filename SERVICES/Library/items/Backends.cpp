@@ -10,8 +10,7 @@ namespace velmora {
 
 namespace {
 
-// What a kind without a back-end of its own answers: it has no files, and no property names. Its folders are left alone
-// by opens and scans, because a save behind a scan that saw nothing would put an old copy over what others wrote.
+// What a kind without a back-end of its own answers: it has no files, and no property names.
 
 uint64_t NoProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
 {
@@ -52,17 +51,18 @@ constexpr ItemBackend Absent()
             .scan = NothingToScan,
             .saveItem = NothingToSave,
             .deleteItemFile = NoItemFile,
-            .stampsFromFile = false,
-            .scannedByOpen = false};
+            .stampsFromFile = false};
 }
 
 // Contacts, calendar and tasks have tables of names, so that an unknown name is refused, and an index that can be
-// rebuilt; until their back-ends stand the rebuild leaves it as it is.
+// rebuilt; until their back-ends stand the rebuild leaves it as it is. Opens leave their folders alone: a save behind a scan
+// that saw nothing would put an old copy over what others wrote.
 constexpr ItemBackend AbsentWithNames(IndexGet indexGet)
 {
     ItemBackend backend = Absent();
     backend.setProperty = RefuseProperty;
     backend.rebuild = KeepTable;
+    backend.scannedByOpen = false;
     backend.indexGet = indexGet;
     return backend;
 }

@@ -10,8 +10,7 @@
 
 namespace velmora {
 
-// Opened so that others may read, write, rename and delete the file meanwhile: a scan must not be in the way of a
-// delivery agent, and an open with nothing to lock is the cheapest one.
+// Shared as C streams share: others may read and write the file meanwhile, and delete it a moment later.
 class MessageFile : public ByteSource {
 public:
     explicit MessageFile(const std::string& path);

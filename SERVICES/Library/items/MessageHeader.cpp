@@ -41,6 +41,18 @@ std::string_view BuildFlagStatus(MessageHeader& header)
     return header.TempFlags;
 }
 
+// Memory for every column in one piece.
+void ReserveForAll(IndexItemPropertyContainer& item, const MessageHeader& header)
+{
+    constexpr size_t kColumns = 16;
+    constexpr size_t kNumbers = 6 * 12;  // MODIFIEDDATE, IMPORTANCE, ATTACHMENTS, SIZE, and SEQ behind them; STATE
+    constexpr size_t kFlag = 8;          // "RECENT" or "SEEN", which may still be added
+    const auto length = [](const char* text) { return std::string_view(text).size(); };
+    item.ReserveTexts(kColumns, kNumbers + kFlag + header.TempFlags.size() + header.To.size() + header.Cc.size() + length(header.ItemId) +
+                                    length(header.MessageDate) + length(header.From) + length(header.Subject) + length(header.Received) +
+                                    length(header.Class));
+}
+
 }  // namespace
 
 void MessageHeader_Reset(MessageHeader& header)
@@ -81,6 +93,7 @@ bool AddFlagStatus(std::string& list, std::string_view flag)
 void MessageHeader_SetItemProperties(IndexItemPropertyContainer& item, MessageHeader& header, bool identityOnly)
 {
     const MailColumns& columns = Columns();
+    if (!identityOnly) ReserveForAll(item, header);
     item.SetText(columns.id, header.ItemId);
     item.SetNumber(columns.uid, header.Uid);
     if (!identityOnly) {

@@ -57,6 +57,7 @@ private:
 
     enum class Start { Write, NothingToDo, Refused };
     Start Prepare();
+    void MarkForgottenItems();
     bool OffsetsCanBeTrusted();
     bool NewItemsStandLast() const;
     std::string BytesAt(uint64_t offset, size_t size);
@@ -136,6 +137,7 @@ Writer::Start Writer::Prepare()
             index_.RewriteRequired = 1;
         }
     }
+    MarkForgottenItems();
     if (NothingToDo()) return Start::NothingToDo;
     // A part of the file cannot take the place of the whole.
     if (index_.RewriteRequired && !StandsForFile()) return Start::Refused;
@@ -149,6 +151,16 @@ Writer::Start Writer::Prepare()
         if (!Open()) return Start::Refused;
     }
     return Start::Write;
+}
+
+// The removal of the first dirty item takes the mark with it. New items behind it are in no file yet and would be missed,
+// so the mark goes back to the first of them.
+void Writer::MarkForgottenItems()
+{
+    if (index_.RewriteRequired || index_.FirstDirtyUID >= 1 || content_.RemovedItems.empty()) return;
+    content_.ByUID.ForEach([&](uint32_t uid, const Item* item) {
+        if (item->FileOffset == 0 && index_.FirstDirtyUID < 1) index_.FirstDirtyUID = static_cast<int32_t>(uid);
+    });
 }
 
 // Whether the places that are about to be written over hold what the writer puts there. Where they do not (a header of
