@@ -25,7 +25,7 @@ extern "C" {
  *
  * 1 opened. 2 when this thread has the folder open already, under the same spelling: nothing on disk is looked at and the
  * current item stays; or with VELMORA_OPEN_UNLOADED. 0 when a name is null, which changes nothing, or when the index cannot
- * be loaded. A folder that does not exist is made, and is empty.
+ * be loaded, as that of a folder that does not exist: an open makes no mail folder.
  *
  * A thread that had another folder open has closed it, in every case but a null name: its unsaved changes are lost.
  * May wait for minutes, and while it does every other open of the process waits with it. */

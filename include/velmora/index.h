@@ -12,12 +12,15 @@
 extern "C" {
 #endif
 
-/* Makes a record empty: no items, no names, kind 0. 1, or 0 for a null record. A record that was in use before must have
- * been released, since its mutex is forgotten and not closed. */
+/* Makes a record empty: no items, no names, no directory, kind 0, nothing to save, no load selection. What is not cleared:
+ * Table.IndexFileSize, which counts only behind a load; a block file that the record holds; and InsertItem.Class. 1, or 0
+ * for a null record. A record that was in use before must have been released, since its mutex is forgotten and not
+ * closed. */
 VELMORA_API uint64_t StoreIndex_Init(STOREINDEXTYPE* index);
 
-/* Places a record: computes its directory from its three names, unless it has one already. Looks at no file. Always 1 for
- * a record, 0 for null. */
+/* Places a record: computes its directory from its three names, unless it has one already. Looks at no file,
+ * but makes the directories that $VCFROOT, $FILEROOT and Public names lead to, one level each; that of any other folder is
+ * not touched. Always 1 for a record, 0 for null. */
 VELMORA_API uint64_t StoreIndex_SetPaths(STOREINDEXTYPE* index);
 
 /* Deletes all items of a record and closes its mutex. Names and directory stay, and the record may be opened again.
@@ -31,17 +34,21 @@ VELMORA_API uint64_t StoreIndex_Release(STOREINDEXTYPE* index);
  * and loads in any case. 5 loads at once. Any other value loads if the file has changed since.
  *
  * 1 when the index was loaded, 2 when the copy in memory is still good, 0 on a null record, a record that has no
- * directory, or a file that cannot be loaded; the record is then empty. After 1 every item pointer from before is
- * invalid and unsaved changes are lost. May wait for minutes, see vlaisp.h.
+ * directory, or a file that cannot be loaded. After 0 the load level of the record's table is 0; a damaged file may have
+ * left the items that were read before the fault, which are not to be used. After 1 and after 0 every item pointer from
+ * before is invalid and unsaved changes are lost. May wait for minutes, see vlaisp.h.
  *
  * Throws: an exception from below is reported to the event log and goes on to the caller. A host that is not written in
  * C++ uses StoreFolder_Open, which answers 0 in that case. */
 VELMORA_API uint64_t StoreIndex_Open(STOREINDEXTYPE* index, uint32_t mode);
 
 /* Makes the folder's directory if it is missing, sets the record's kind from its folder name and brings the index in step
- * with the folder's files, under the folder's block file, which it takes with a single attempt. Writes the index of a mail
- * folder when something was found. The result is that of the scan: 1, also when another process holds the folder; 0 for a
- * null record. */
+ * with the folder's files.
+ *
+ * A mail folder is scanned under its block file, which is taken with a single attempt, and its index is written when it is
+ * missing or something was found: 1, also when another process holds the folder; 0 when the record has no directory. A
+ * tasks folder needs no scan: 1. Contacts and calendars cannot be scanned yet: 0, and the record keeps its items. 0 as well
+ * for a null record, and after an exception from below, which is reported. */
 VELMORA_API uint64_t StoreIndex_Scan(STOREINDEXTYPE* index);
 
 /* Loads a placed record without looking for marks. 1 whatever the load did, 0 for null: the load level of the record's

@@ -3,7 +3,8 @@
 // A C host sees STOREINDEXTYPE and STOREITEMTYPE as opaque names (vlaisp.h) and works through the StoreFolder_* family,
 // where the library owns every record. A C++ host may hold a STOREINDEXTYPE of its own: it declares one, calls
 // StoreIndex_Init, fills the three names, and gives everything back with StoreIndex_Release before the record goes out
-// of scope. What Content points to belongs to the library; nothing but StoreIndex_Release frees it.
+// of scope. What Content points to belongs to the library: StoreIndex_Release frees it, and so does everything that begins
+// anew (StoreIndex_Init, every load of an open, a get or a scan).
 //
 // None of these records may be copied or shared between processes; their layout is not a file format.
 #ifndef VELMORA_INDEX_RECORDS_H

@@ -29,11 +29,11 @@ extern "C" {
 VELMORA_API uint64_t StoreItem_GetProperty(const char* name, void** value, uint64_t* size);
 
 /* Writes a property of the item `itemId`, which becomes the current one and is made if the folder has no such item; with
- * `itemId` null or empty, of the current item. `value` is text, or what the property's type asks for; null counts as an
- * empty text. The change is in memory, and StoreFolder_Save writes it.
+ * `itemId` null or empty, of the current item. `value` is text, or what the property's type asks for. The change is in
+ * memory, and StoreFolder_Save writes it.
  *
- * 1 whatever became of it: a name that a mail folder does not know and a missing item are silently not stored. 0 without an
- * open folder. */
+ * 1 whatever became of it: a null value, a name that a mail folder does not know and a missing item are silently not
+ * stored. 0 without an open folder. */
 VELMORA_API uint64_t StoreItem_SetProperty(const char* itemId, const char* name, const void* value);
 
 /* Gives back a value of StoreItem_GetProperty; null is allowed. Always 1. */

@@ -23,13 +23,15 @@ extern "C" {
 #endif
 
 /* Reads the counts of a folder into `details`, an array of exactly 13 words that the caller owns. `folder` may be empty for
- * the mailbox itself. 1 when anything was read, 0 otherwise; words that the file does not have keep what the caller put
- * there. In every case words 1, 3, 7, 8 and 9 are lowered to word 6 where they are above it, compared as signed numbers.
- * Takes no lock: the counts are a cache, and may be older than the index. A null pointer answers 0. */
+ * the mailbox itself. A null pointer answers 0 and changes nothing.
+ *
+ * 1 when anything was read, 0 otherwise; words that the file does not have keep what the caller put there. In both cases
+ * words 1, 3, 7, 8 and 9 are lowered to word 6 where they are above it, compared as signed numbers. Takes no lock: the
+ * counts are a cache, and may be older than the index. */
 VELMORA_API uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
 
-/* Writes the counts of a folder; `details` as above, lowered in place in the same manner. 1 when all of it was written, 0
- * when one of the names is null or empty or the file cannot be written. */
+/* Writes the counts of a folder; `details` as above. A null pointer and an empty name answer 0 and change nothing. Else the
+ * words are lowered in place in the same manner: 1 when all of it was written, 0 when the file cannot be written. */
 VELMORA_API uint64_t SetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
 
 #ifdef __cplusplus

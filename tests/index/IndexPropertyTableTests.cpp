@@ -122,6 +122,27 @@ TEST(IndexPropertyTable, EightThreadsInterningTheSameNamesAgreeOnEverySlot)
     std::_Exit(good ? 0 : 1);
 }
 
+// A process that has met more names than the table takes, and then works on a folder of messages.
+[[noreturn]] void FillTheTableAndWorkOnMessages()
+{
+    for (int i = 0; i < 1100; ++i) IndexPropertyTable::LookUp("BOUNDTEST_" + std::to_string(i));
+    IndexItemPropertyContainer item;
+    bool good = SetItemProperty(item, kFlagStatus, "\\SEEN") && TextOf(item, kFlagStatus) == "\\SEEN" && item.GetNumber(kRead) == 1;
+    for (const char* const column : {"ATTACHMENTS", "CC", "CLASS", "FROM", "IMPORTANCE", "MESSAGEDATE", "MODIFIEDDATE", "RECEIVED", "SIZE",
+                                     "SUBJECT", "TO", "VL_STATUS"})
+        good = good && SetItemProperty(item, column, column) && TextOf(item, column) == column;
+    TestTable table;
+    for (const char* const id : {"1.MAI", "2.MAI"}) good = good && Add(table, id);
+    good = good && FindLoadedItem(table, "2.MAI")->GetNumber(kSeq) == 2;
+    good = good && IndexPropertyTable::LookUp("BOUNDTEST_BEYOND").Slot == -1;
+    std::_Exit(good ? 0 : 1);
+}
+
+TEST(IndexPropertyTableDeathTest, TheLibrarysOwnColumnsHaveAPlaceInAFullTable)
+{
+    EXPECT_EXIT(FillTheTableAndWorkOnMessages(), testing::ExitedWithCode(0), "");
+}
+
 TEST(IndexPropertyTableDeathTest, ANameBeyondTheBoundIsNeverPresentAndIsNotStored)
 {
     EXPECT_EXIT(FillTheTableAndLookBeyond(), testing::ExitedWithCode(0), "");

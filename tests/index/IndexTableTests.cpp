@@ -84,6 +84,41 @@ TEST(IndexTable, SeqIsThePositionAmongTheInsertsNotAmongTheUids)
     EXPECT_EQ(IdsByUid(table), "low high");
 }
 
+TEST(IndexTable, WithTheLargestLastUidNoneIsLeftToGive)
+{
+    TestTable table;
+    table.LastUID = 0xFFFFFFFEu;
+    const auto* last = Add(table, "last");
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->Uid(), 0xFFFFFFFFu);
+    const auto refused = NewItem("refused");
+    EXPECT_FALSE(InsertItem(table, refused.get()));
+    EXPECT_EQ(table.LastUID, 0xFFFFFFFFu);
+    EXPECT_EQ(FindLoadedItem(table, "refused"), nullptr);
+    EXPECT_EQ(refused->Owner, nullptr);
+    EXPECT_NE(Add(table, "given", 7), nullptr) << "one that brings its own is taken";
+}
+
+TEST(IndexTable, AChangeBeyondTheSignedUidsAsksForAFullRewrite)
+{
+    TestTable table;
+    auto* inside = Add(table, "inside", 0x7FFFFFFFu);
+    EXPECT_EQ(table.FirstDirtyUID, 0x7FFFFFFF);
+    EXPECT_EQ(table.RewriteRequired, 0);
+    auto* beyond = Add(table, "beyond");
+    ASSERT_EQ(beyond->Uid(), 0x80000000u);
+    EXPECT_EQ(table.RewriteRequired, 1) << "an insert is a change";
+    EXPECT_EQ(table.FirstDirtyUID, 0x7FFFFFFF) << "the mark has no place for such a UID";
+
+    table.RewriteRequired = 0;
+    table.FirstDirtyUID = 0;
+    MarkItemChanged(*inside);
+    EXPECT_EQ(table.RewriteRequired, 0);
+    MarkItemChanged(*beyond);
+    EXPECT_EQ(table.RewriteRequired, 1);
+    EXPECT_EQ(table.FirstDirtyUID, 0x7FFFFFFF);
+}
+
 TEST(IndexTable, InsertLowersTheDirtyMarkAndNeverRaisesIt)
 {
     TestTable table;
@@ -315,6 +350,20 @@ TEST(FolderDetails, ReadOneWithAnEmptyFlagStatusIsSeen)
     ASSERT_EQ(GetFolderDetails(table, details), 1u);
     EXPECT_EQ(details[7], 1u);
     EXPECT_EQ(details[5], 1u);
+}
+
+TEST(FolderDetails, SeenInLowerCaseIsSeen)
+{
+    TestTable table;
+    Add(table, "1.MAI");
+    auto* item = Add(table, "2.MAI");
+    item->SetText(kFlagStatus, "\\seen");
+    item->SetNumber(kRead, 0);
+    uint32_t details[13];
+    ASSERT_EQ(GetFolderDetails(table, details), 1u);
+    EXPECT_EQ(details[6], 2u);
+    EXPECT_EQ(details[7], 1u);
+    EXPECT_EQ(details[5], 2u);
 }
 
 TEST(FolderDetails, AnEmptyTableGivesOnlyLastUid)

@@ -258,16 +258,97 @@ TEST_F(OpenLife, AnyOtherModeReloadsWithTheDirtyFlagWhenTheCacheFails)
 
 TEST_F(OpenLife, CalendarAndTaskFoldersAreNeverScannedByAnOpen)
 {
-    store.MakeFolder("Calendar");
-    store.MakeFolder("Tasks");
+    const std::pair<const char*, uint32_t> kinds[] = {{"Calendar", 2}, {"Tasks", 3}};
+    for (const auto& [name, kind] : kinds) {
+        const fs::path folder = store.MakeFolder(name);
+        PutIndex(folder, 1, Element("a", 1));
+        WriteFileBytes(folder / "a", "an item's own file");
+        PutMail(folder, "1.MAI");  // what a scan as of mail would bring in
+    }
     Attach();
-    HostRecord calendar("Calendar", 2);
-    HostRecord tasks("Tasks", 3);
-    StoreIndex_Open(&calendar, 1);
-    StoreIndex_Open(&tasks, 1);
+    for (const auto& [name, kind] : kinds) {
+        const fs::path folder = store.MakeFolder(name);
+        WriteFileBytes(folder / "_CHANGE.DTY", "");
+        for (const uint32_t mode : kCheckingModes) {
+            HostRecord record(name, kind);
+            EXPECT_EQ(StoreIndex_Open(&record, mode), 1u);
+            EXPECT_EQ(record->IndexKind, kind);
+            EXPECT_EQ(record.Count(), 1u) << name;
+            EXPECT_NE(record.Item("a"), nullptr) << name;
+        }
+        EXPECT_FALSE(FileExists(folder / "_CHANGE.DTY")) << name << ": the load itself takes the flag";
+    }
     EXPECT_FALSE(HasLinePart("Performing StoreIndex_Scan"));
-    EXPECT_EQ(calendar->IndexKind, 2u);
-    EXPECT_EQ(tasks->IndexKind, 3u);
+}
+
+TEST_F(OpenLife, TheFlagOfACalendarOrTasksFolderStaysWhileTheCopyInMemoryIsGood)
+{
+    const std::pair<const char*, uint32_t> kinds[] = {{"Calendar", 2}, {"Tasks", 3}};
+    for (const auto& [name, kind] : kinds) PutIndex(store.MakeFolder(name), 1, Element("a", 1));
+    Attach();
+    for (const auto& [name, kind] : kinds) {
+        const fs::path folder = store.MakeFolder(name);
+        Age(folder / "_index.xml");
+        HostRecord record(name, kind);
+        ASSERT_EQ(StoreIndex_Open(&record, 1), 1u);
+        WriteFileBytes(folder / "_CHANGE.DTY", "");
+        for (const uint32_t mode : kCheckingModes) EXPECT_EQ(StoreIndex_Open(&record, mode), 2u) << name;
+        EXPECT_TRUE(FileExists(folder / "_CHANGE.DTY")) << name;
+    }
+    EXPECT_FALSE(HasLinePart("Performing StoreIndex_Scan"));
+}
+
+TEST_F(OpenLife, AContactsFolderWithAFlagIsLoadedAndNotOverwrittenFromMemory)
+{
+    inbox = store.MakeFolder("Contacts");
+    for (const char* const name : {"a.vcf", "b.vcf"}) WriteFileBytes(inbox / name, "BEGIN:VCARD\r\nEND:VCARD\r\n");
+    PutIndex(inbox, 1, Element("a.vcf", 1));
+    Age(inbox / "_index.xml", 3);
+    Attach();
+    HostRecord stale("Contacts", 1);
+    ASSERT_EQ(StoreIndex_Open(&stale, 1), 1u);
+    PutIndex(inbox, 2, Element("a.vcf", 1) + Element("b.vcf", 2));
+    WriteFileBytes(inbox / "_CHANGE.DTY", "");
+    EXPECT_EQ(StoreIndex_Open(&stale, 1), 1u);
+    EXPECT_EQ(stale.Count(), 2u);
+    EXPECT_NE(ReadFileBytes(inbox / "_index.xml").find("b.vcf"), std::string::npos);
+    EXPECT_FALSE(FileExists(inbox / "_CHANGE.DTY"));
+}
+
+// The flag is taken before the scan that it asks for.
+TEST_F(OpenLife, AScanThatFailsIsNotDoneAgainWithoutAnotherFlag)
+{
+    MakeIndexedInbox();
+    PutMail(inbox, "3.MAI");
+    WriteFileBytes(inbox / "_CHANGE.DTY", "");
+    HostRecord record("INBOX");
+    {
+        WatchedFiles files;
+        files.fail = [](FileOperation operation, std::string_view path) {
+            return operation == FileOperation::Search && path.ends_with("*.MAI") ? uint32_t{5} : 0u;
+        };
+        EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+    }
+    EXPECT_TRUE(HasLineAt(8, CheckDirtyLine(record)));
+    EXPECT_EQ(record.Count(), 2u);
+    EXPECT_FALSE(FileExists(inbox / "_CHANGE.DTY"));
+    ForgetLines();
+    StoreIndex_Open(&record, 1);
+    EXPECT_EQ(record.Count(), 2u);
+    EXPECT_FALSE(HasLinePart("Performing StoreIndex_Scan"));
+    WriteFileBytes(inbox / "_CHANGE.DTY", "");
+    EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+    EXPECT_EQ(record.Count(), 3u);
+}
+
+TEST_F(OpenLife, ADamagedFileLeavesTheRecordUnloaded)
+{
+    inbox = store.MakeFolder("INBOX");
+    PutIndex(inbox, 2, Element("1.MAI", 1) + "<ELEMENT ID=\"2.MAI\" UID=");
+    Attach();
+    HostRecord record("INBOX");
+    EXPECT_EQ(StoreIndex_Open(&record, 5), 0u);
+    EXPECT_EQ(record->Table.LoadLevel, 0);
 }
 
 TEST_F(OpenLife, GroupItemsHaveAFileOfTheirOwn)

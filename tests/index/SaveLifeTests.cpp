@@ -79,6 +79,32 @@ TEST_F(SaveLife, AChangeReachesTheFile)
     EXPECT_FALSE(HasLinePart("StoreIndex_Save::"));
 }
 
+// The mark of the first change goes with its item. What is new behind it is written all the same, what was changed is not.
+TEST_F(SaveLife, RemovingTheFirstChangedItemLeavesChangesBehindItUnwrittenAndLosesNoNewItem)
+{
+    PutIndex(inbox, 3,
+             Element("1.MAI", 1, "<SUBJECT>one</SUBJECT>") + Element("2.MAI", 2, "<SUBJECT>two</SUBJECT>") +
+                 Element("3.MAI", 3, "<SUBJECT>three</SUBJECT>"));
+    Age(inbox / "_index.xml");
+    HostRecord record("INBOX");
+    ASSERT_EQ(StoreIndex_Open(&record, 5), 1u);
+    record.Change("2.MAI", "SUBJECT", "TWO");
+    record.Change("3.MAI", "SUBJECT", "THREE");
+    record.Add("4.MAI");
+    ASSERT_EQ(RemoveItems(record->Table, "2.MAI"), 1u);
+    EXPECT_EQ(StoreIndex_Save(&record), 1u);
+
+    HostRecord reader("INBOX");
+    ASSERT_EQ(StoreIndex_Open(&reader, 5), 1u);
+    EXPECT_EQ(reader.Count(), 3u);
+    EXPECT_EQ(reader.Item("2.MAI"), nullptr);
+    ASSERT_NE(reader.Item("3.MAI"), nullptr);
+    EXPECT_EQ(reader.Item("3.MAI")->View("SUBJECT"), "three");
+    ASSERT_NE(reader.Item("4.MAI"), nullptr);
+    EXPECT_EQ(reader.Item("4.MAI")->Uid(), 4u);
+    EXPECT_EQ(record.Item("3.MAI")->View("SUBJECT"), "THREE") << "the change lives on in memory";
+}
+
 TEST_F(SaveLife, ADirectoryThatWentIsMadeAgain)
 {
     HostRecord record("INBOX");
@@ -133,6 +159,31 @@ TEST_F(SaveLife, AFileThatSomebodyWroteMeanwhileIsWarnedOf)
     record.Change("1.MAI", "SUBJECT", "changed");
     EXPECT_EQ(StoreIndex_Save(&record), 1u);
     EXPECT_TRUE(HasLineAt(9, Line("StoreIndex_Save::Warning: Store Index was modified while being transacted for folder: %s\n", record)));
+}
+
+// In a process of its own, since the table of names stays full.
+TEST_F(SaveLife, ARewriteKeepsTheColumnsOfAFolderThoughAnotherHasFilledTheTableOfNames)
+{
+    std::string names;
+    for (int i = 0; i < 1100; ++i) names += FormatText("<N%d>x</N%d>", i, i);
+    const fs::path greedy = store.MakeFolder("Greedy");
+    PutIndex(greedy, 1, Element("1.MAI", 1, names));
+    const std::string values =
+        "<FLAGSTATUS>\\SEEN \\FLAGGED</FLAGSTATUS><FROM>a</FROM><READ>1</READ><SIZE>7</SIZE><SUBJECT>s</SUBJECT><TO>b</TO>";
+    PutIndex(inbox, 1, Element("1.MAI", 1, values));
+    const auto work = [&] {
+        HostRecord other("Greedy");
+        bool good = StoreIndex_Open(&other, 5) == 1 && IndexPropertyTable::Count() >= kMaxPropertyNames;
+        HostRecord record("INBOX");
+        good = good && StoreIndex_Open(&record, 5) == 1;
+        record.Add("2.MAI");
+        record->Table.RewriteRequired = 1;
+        good = good && StoreIndex_Save(&record) == 1;
+        std::_Exit(good ? 0 : 1);
+    };
+    EXPECT_EXIT(work(), testing::ExitedWithCode(0), "");
+    EXPECT_NE(IndexBytes().find(values), std::string::npos) << IndexBytes();
+    EXPECT_NE(IndexBytes().find("2.MAI"), std::string::npos);
 }
 
 TEST_F(SaveLife, AGroupsRecordIsSavedToTheMailIndex)

@@ -1,3 +1,4 @@
+#include "frame/ProcessState.h"
 #include "index/CachedDetails.h"
 #include "index/StoreIndexLife.h"
 #include "tests/index/LifeFixture.h"
@@ -113,11 +114,28 @@ TEST_F(TransactionLife, TheKindFollowsTheNameExceptForGroups)
 
 TEST_F(TransactionLife, BeginAnnouncesInEveryNotificationMode)
 {
+    const NoticeLog::Notice notice{store.MailRoot().string() + "\\po\\MAILROOT\\box", "INBOX", "COMMIT", 255u};
+    for (const uint32_t mode : {0u, 1u, 2u, 3u, 4u, 5u}) {
+        Process().StoreEventNotificationMode = mode;
+        Transaction transaction;
+        NoticeLog notices;
+        ASSERT_EQ(transaction.Begin(1, 1), 1u);
+        transaction.End(false, 1);
+        EXPECT_EQ(notices.Seen(), std::vector{notice}) << mode;
+    }
+}
+
+TEST_F(TransactionLife, BeginForgetsTheMutexWithoutClosingIt)
+{
     Transaction transaction;
-    NoticeLog notices;
+    const HANDLE mutex = CreateMutexA(nullptr, 0, nullptr);
+    transaction.record.Mutex = mutex;
     ASSERT_EQ(transaction.Begin(1, 1), 1u);
+    EXPECT_EQ(transaction.record.Mutex, nullptr);
     transaction.End(false, 1);
-    EXPECT_EQ(notices.Seen(), (std::vector{NoticeLog::Notice{store.MailRoot().string() + "\\po\\MAILROOT\\box", "INBOX", "COMMIT", 255u}}));
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0) << "still open";
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_TRUE(CloseHandle(mutex));
 }
 
 TEST_F(TransactionLife, WithoutAMailboxNothingIsAnnounced)
@@ -251,6 +269,29 @@ TEST_F(TransactionLife, AFileRootFolderHasNoDetails)
     EXPECT_TRUE(FileExists(postoffice / "FILEROOT" / "box" / "_index.xml"));
     EXPECT_TRUE(FileNames(asMail).empty());
     EXPECT_FALSE(FileExists(postoffice / "FILEROOT" / "box" / "_FOLDER.DAT"));
+}
+
+TEST_F(TransactionLife, DetailsGoBelowTheMailboxAlsoForAFolderThatStandsElsewhere)
+{
+    const fs::path postoffice = inbox.parent_path().parent_path().parent_path();
+    const std::pair<const char*, const char*> folders[] = {{"$VCFROOT", "VCFROOT"}, {"Public", "PUBROOT"}};
+    for (const auto& [folder, root] : folders) {
+        // First with no directory of that name in the mailbox, then with one.
+        for (const char* const id : {"1", "2"}) {
+            Transaction transaction(folder);
+            ASSERT_EQ(transaction.Begin(1, 3), 1u) << folder;
+            transaction.Add(id);
+            uint32_t details[13] = {};
+            details[6] = 5;
+            EXPECT_EQ(transaction.End(true, 1, &details), 1u);
+            EXPECT_TRUE(FileExists(postoffice / root / "_index.xml")) << folder;
+            EXPECT_FALSE(FileExists(postoffice / root / "_FOLDER.DAT")) << folder;
+            EXPECT_FALSE(FileExists(postoffice / root / "_CHANGE.DTY")) << "details that have no place are no failure";
+            const fs::path inMailbox = inbox.parent_path() / folder;
+            EXPECT_EQ(FileExists(inMailbox / "_FOLDER.DAT"), *id == '2') << folder;
+            fs::create_directories(inMailbox);
+        }
+    }
 }
 
 TEST_F(TransactionLife, AnIndexThatChangedMeanwhileLeavesTheFolderDirty)

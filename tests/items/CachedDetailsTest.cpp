@@ -6,6 +6,7 @@
 
 #include "common/Text.h"
 #include "frame/ProcessState.h"
+#include "tests/items/HookedSeam.h"
 #include "tests/support/TestStore.h"
 #include "velmora/status.h"
 
@@ -77,6 +78,19 @@ TEST(CachedDetails, AShortFileLeavesTheWordsItDoesNotHave)
     EXPECT_EQ(Words(details), (std::vector<uint32_t>{0, 0, 0, 0, 0, 0, 5, 2, 5, 5, 9, 9, 9}));
 }
 
+TEST(CachedDetails, AFileThatEndsInsideAWordGivesTheBytesThatItHas)
+{
+    const TempDirectory directory;
+    const std::string path = directory.Str() + "/_FOLDER.DAT";
+    // Seven words and the two low bytes of the eighth.
+    WriteFileBytes(path, std::string(24, '\0') + std::string("\xFF\xFF\xFF\x7F\x22\x11", 6));
+    Details details = {};
+    details[7] = 0x44339999u;
+    details[8] = 8;
+    EXPECT_TRUE(ReadCachedDetails(path, details));
+    EXPECT_EQ(Words(details), (std::vector<uint32_t>{0, 0, 0, 0, 0, 0, 0x7FFFFFFFu, 0x44331122u, 8, 0, 0, 0, 0}));
+}
+
 TEST(CachedDetails, WithoutAFileTheWordsAreTheCallersClamped)
 {
     const TempDirectory directory;
@@ -120,6 +134,22 @@ TEST_F(CachedStatus, OfTheMailboxItselfIsReadAndNeverWritten)
     EXPECT_EQ(SetCachedStatus("po", "box", "", details), 0u);
     EXPECT_EQ(SetCachedStatus("po", "", "Inbox", details), 0u);
     EXPECT_EQ(SetCachedStatus("", "box", "Inbox", details), 0u);
+}
+
+TEST_F(CachedStatus, OfTheMailboxItselfHasOneSeparatorBeforeTheFile)
+{
+    std::vector<std::string> asked;
+    const HookedSeam seam([&](platform::FileOperation, std::string_view path, uint64_t) {
+        if (!path.empty()) asked.emplace_back(path);
+        return platform::FileVerdict();
+    });
+    Details details = {};
+    const std::string box = store_.MailRoot().string() + "\\po\\MAILROOT\\box";
+    GetCachedStatus("po", "box", "", details);
+    EXPECT_EQ(asked, (std::vector<std::string>{box + "\\_FOLDER.DAT"}));
+    asked.clear();
+    GetCachedStatus("po", "box", "Inbox", details);
+    EXPECT_EQ(asked, (std::vector<std::string>{box + "\\Inbox\\_FOLDER.DAT"}));
 }
 
 TEST_F(CachedStatus, OfAMissingFolderKeepsTheCallersWords)

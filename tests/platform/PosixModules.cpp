@@ -51,7 +51,7 @@ TEST_F(PosixModules, ABareNameIsLookedForWhereTheLoaderLooks)
         const HMODULE module = LoadLibraryA(name);
         ASSERT_NE(module, nullptr) << name << " " << GetLastError();
         using Function = int (*)();
-        const auto tell = reinterpret_cast<Function>(GetProcAddress(module, "TellNumber"));
+        const auto tell = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, "TellNumber")));
         ASSERT_NE(tell, nullptr);
         EXPECT_EQ(tell(), 4711);
         EXPECT_TRUE(FreeLibrary(module));

@@ -120,6 +120,75 @@ TEST_F(TwoProcessFolder, ASaveOnTopOfAnothersSaveKeepsBoth)
     StoreFolder_Close();
 }
 
+// Columns that only these two tests know, looked up in one order or the other.
+void InternInOrder(std::initializer_list<const char*> names)
+{
+    for (const char* const name : names) IndexPropertyTable::LookUp(name);
+}
+
+bool RewriteFolder(const char* folder)
+{
+    HostRecord record(folder);
+    if (StoreIndex_Open(&record, 5) != 1) return false;
+    SetItemProperty(*record.Item("1.MAI"), "SUBJECT", "rewritten");
+    SetItemProperty(*record.Item("2.MAI"), "SLOT_B", "new");
+    record->Table.RewriteRequired = 1;
+    return StoreIndex_Save(&record) == 1;
+}
+
+TEST_F(TwoProcessFolder, SlotsDifferBetweenProcessesAndFilesDoNot)
+{
+    const fs::path theirs = store.MakeFolder("Theirs");
+    const fs::path ours = store.MakeFolder("Ours");
+    for (const fs::path& folder : {theirs, ours})
+        WriteFileBytes(folder / "_index.xml",
+                       "<BASEELEMENT LASTUID=\"x00000002\">"
+                       "<ELEMENT ID=\"1.MAI\" UID=\"1\"><READ>0</READ><SLOT_A>a</SLOT_A><SLOT_B>b</SLOT_B><SUBJECT>s</SUBJECT></ELEMENT>"
+                       "<ELEMENT ID=\"2.MAI\" UID=\"2\"><READ>1</READ><SLOT_A>aa</SLOT_A><SUBJECT>t</SUBJECT></ELEMENT>"
+                       "</BASEELEMENT>\r\n");
+    const auto slotOf = [](const char* name) { return IndexPropertyTable::LookUp(name).Slot; };
+    Begin([&](Peer::Line& line) {
+        InternInOrder({"SLOT_B", "SLOT_X", "SUBJECT", "SLOT_A"});
+        while (line.NextOrder()) line.Answer(slotOf("SLOT_B") < slotOf("SLOT_A") && RewriteFolder("Theirs"));
+    });
+    InternInOrder({"SUBJECT", "SLOT_A", "SLOT_B"});
+    ASSERT_LT(slotOf("SLOT_A"), slotOf("SLOT_B"));
+    ASSERT_TRUE(peer->Do('r'));
+    ASSERT_TRUE(RewriteFolder("Ours"));
+    const std::string bytes = ReadFileBytes(ours / "_index.xml");
+    EXPECT_EQ(ReadFileBytes(theirs / "_index.xml"), bytes);
+    EXPECT_NE(bytes.find("<SLOT_A>a</SLOT_A><SLOT_B>b</SLOT_B><SUBJECT>rewritten</SUBJECT>"), std::string::npos) << bytes;
+    EXPECT_NE(bytes.find("<SLOT_A>aa</SLOT_A><SLOT_B>new</SLOT_B><SUBJECT>t</SUBJECT>"), std::string::npos) << bytes;
+}
+
+// No back-end scans contacts here, and an open that saved what it has in memory would undo what others wrote.
+TEST_F(TwoProcessFolder, AFlaggedContactsFolderKeepsWhatAnotherProcessWrote)
+{
+    const fs::path contacts = store.MakeFolder("Contacts");
+    for (const char* const name : {"a.vcf", "b.vcf"}) WriteFileBytes(contacts / name, "BEGIN:VCARD\r\nEND:VCARD\r\n");
+    WriteFileBytes(contacts / "_index.xml",
+                   "<BASEELEMENT LASTUID=\"x00000001\"><ELEMENT ID=\"a.vcf\" UID=\"1\"><READ>0</READ></ELEMENT></BASEELEMENT>\r\n");
+    fs::last_write_time(contacts / "_index.xml", fs::file_time_type::clock::now() - std::chrono::hours(1));
+    Begin([contacts](Peer::Line& line) {
+        while (line.NextOrder()) {
+            HostRecord record("Contacts", 1);
+            const bool opened = StoreIndex_Open(&record, 1) == 1;
+            record.Add("b.vcf");
+            const bool saved = StoreIndex_Save(&record) == 1;
+            WriteFileBytes(contacts / "_CHANGE.DTY", "");
+            line.Answer(opened && saved);
+        }
+    });
+    HostRecord stale("Contacts", 1);
+    ASSERT_EQ(StoreIndex_Open(&stale, 1), 1u);
+    ASSERT_EQ(stale.Count(), 1u);
+    ASSERT_TRUE(peer->Do('w'));
+    EXPECT_EQ(StoreIndex_Open(&stale, 1), 1u);
+    EXPECT_NE(stale.Item("b.vcf"), nullptr);
+    EXPECT_NE(ReadFileBytes(contacts / "_index.xml").find("b.vcf"), std::string::npos);
+    EXPECT_FALSE(FileExists(contacts / "_CHANGE.DTY"));
+}
+
 // Adds `count` items in transactions of their own, each begun again until the block is had.
 void AddItems(const std::string& prefix, int count)
 {

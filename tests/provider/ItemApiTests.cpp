@@ -28,6 +28,18 @@ TEST_F(ItemApi, WithoutAFolderEveryCallAnswersZeroAndTouchesNothing)
     EXPECT_EQ(StoreItem_FreeProperty(nullptr), 1u);
 }
 
+TEST_F(ItemApi, ANullValueIsNotStored)
+{
+    OpenInbox();
+    EXPECT_EQ(StoreItem_SetProperty("1.MAI", "PR_SUBJECT", nullptr), 1u);
+    EXPECT_EQ(Changed(), 0u);
+    ASSERT_EQ(StoreFolder_SelectItem("1.MAI"), 1u);
+    EXPECT_EQ(Property("PR_SUBJECT"), "one");
+    EXPECT_EQ(StoreItem_SetProperty("1.MAI", "PR_SUBJECT", ""), 1u);
+    EXPECT_EQ(Changed(), 1u);
+    EXPECT_EQ(Property("PR_SUBJECT"), "") << "an empty text is";
+}
+
 TEST_F(ItemApi, AWalkGoesThroughAllItemsInTheOrderOfTheirUids)
 {
     OpenInbox();

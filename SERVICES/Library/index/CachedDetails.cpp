@@ -122,6 +122,8 @@ uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char
 
 uint64_t SetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details)
 {
+    // Kept: the mailbox itself, an empty folder, is refused here although GetCachedStatus reads it: an open without a
+    // folder's name is of the INBOX, and its commit must not write beside it.
     if (IsEmpty(postoffice) || IsEmpty(mailbox) || IsEmpty(folder) || !details) return 0;
     return GuardedEntry("SetCachedStatus", uint64_t{0},
                         [&] { return uint64_t{WriteCachedDetails(DetailsPath(postoffice, mailbox, folder), WordsOf(details))}; });

@@ -49,9 +49,18 @@ bool EnterInMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
     return false;
 }
 
-void TakeFromMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
+// Whether an index file can carry the ID: it stands there unescaped between quotes, in a tag of at most 1,023 bytes, and
+// dashes alone mark an element as removed.
+bool IsWritableId(std::string_view id)
 {
-    IndexTableContent& content = ContentOf(table);
+    constexpr size_t kLongest = 980;
+    return !id.empty() && id.size() <= kLongest && id.find_first_of("\">") == std::string_view::npos &&
+           id.find_first_not_of('-') != std::string_view::npos;
+}
+
+// There is room in RemovedItems, so that nothing fails between the maps and the sequence.
+void TakeFromMaps(IndexTableContent& content, IndexItemPropertyContainer* item) noexcept
+{
     content.RemovedItems.push_back(item);
     content.ByUID.Erase(item->Uid());
     content.ByID.Erase(item->Id());
@@ -60,24 +69,24 @@ void TakeFromMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 void RemoveItemSet(SORTEDSTOREINDEXTYPE& table, const SelectionSet& set)
 {
     IndexTableContent& content = ContentOf(table);
+    const bool all = set.contains("*");
+    content.RemovedItems.reserve(content.RemovedItems.size() + (all ? content.Sequence.size() : set.size()));
     for (const std::string& id : set) {
         IndexItemPropertyContainer* const item = content.ByID.Find(id);
         if (!item) continue;
         // Kept: the mark goes with its item, so changes to later items that were not saved yet are not written by the next
-        // save in place; they live on in memory only.
+        // save in place; they live on in memory only. New items are found again by the writer.
         if (static_cast<int32_t>(item->Uid()) == table.FirstDirtyUID) table.FirstDirtyUID = 0;
-        TakeFromMaps(table, item);
+        TakeFromMaps(content, item);
     }
-    const bool all = set.contains("*");
-    uint32_t seq = 0;
     size_t kept = 0;
     for (IndexItemPropertyContainer* const item : content.Sequence) {
-        if (all && content.ByID.Find(item->Id()) == item) TakeFromMaps(table, item);
-        if (all || set.contains(item->Id())) continue;
-        item->SetNumber(SeqRef(), static_cast<int32_t>(++seq));
-        content.Sequence[kept++] = item;
+        if (all && content.ByID.Find(item->Id()) == item) TakeFromMaps(content, item);
+        if (!all && !set.contains(item->Id())) content.Sequence[kept++] = item;
     }
     content.Sequence.resize(kept);
+    uint32_t seq = 0;
+    for (IndexItemPropertyContainer* const item : content.Sequence) item->SetNumber(SeqRef(), static_cast<int32_t>(++seq));
 }
 
 void CountItem(const IndexItemPropertyContainer& item, IndexPropertyRef flagStatus, uint32_t (&details)[13])
@@ -109,6 +118,7 @@ uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table)
 
 bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 {
+    if (!IsWritableId(item->Id())) return false;
     item->SetNumber(SeqRef(), static_cast<int32_t>(ItemCountOf(table) + 1));
     if (!EnterInMaps(table, item)) return false;
     ContentOf(table).Sequence.push_back(item);

@@ -25,7 +25,8 @@ struct IndexTableContent {
     UidOrder ByUID;
     IdOrder ByID;
     std::vector<IndexItemPropertyContainer*> RemovedItems;
-    TextArena Texts;  // texts of loaded items; emptied with the table
+    TextArena Texts;           // texts of loaded items; emptied with the table
+    bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
 };
 
 // The content of a table, made at its first use.
@@ -34,7 +35,8 @@ IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table);
 uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table);
 
 // Takes `item` into the table: gives it a UID if it has none, enters it in all three orderings, sets SEQ. On success the
-// table owns the item. False on a duplicate ID or UID, or when no UID is left: the item stays with the caller.
+// table owns the item. False on a duplicate ID or UID, when no UID is left, or for an ID that an index file cannot carry
+// (empty, over 980 bytes, with a quote or ">", of dashes alone): the item stays with the caller.
 // Kept: LastUID keeps what it became, so the UID of a refused item is skipped for good.
 //
 // A table below level 3 takes items too. Whoever does that looks nothing up before the save: a look-up raises the level,

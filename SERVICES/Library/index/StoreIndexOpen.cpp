@@ -89,6 +89,8 @@ bool CheckFolder(STOREINDEXTYPE& index)
     const xMutexLock lock(index.Mutex);
     const bool scanned = ScanIfDirty(index, newCount);
     // Mutex is still held here, so another thread that gets it finds the block free.
+    // Kept: the line speaks of the scan, which need not have run, and comes also when the block has gone by itself; who
+    // reads the output knows it so.
     if (block.Release() != BlockDelete::Deleted) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
     return scanned;
 }
@@ -113,6 +115,7 @@ uint64_t Reload(STOREINDEXTYPE& index, bool checkDirty)
         return 0;
     }
 
+    // Kept: a change that was not saved is lost here without a word; hosts save before they open again.
     index.Changed = 0;
     IndexLoadArguments arguments = LoadArgumentsOf(index);
     arguments.CheckDirty = checkDirty;

@@ -43,7 +43,7 @@ void EmptyRecord(STOREINDEXTYPE& index)
     index.IndexFileBytes = 0;
     index.RefCount = 0;
     for (uint32_t& word : index.CachedDetails) word = 0;
-    index.Mutex = nullptr;  // not closed: the record does not own one before it joins the registry
+    index.Mutex = nullptr;  // Kept: forgotten and not closed; a record that has one is released first
 }
 
 }  // namespace

@@ -134,6 +134,7 @@ uint64_t SaveRecord(STOREINDEXTYPE& index)
 {
     const xMutexLock lock(index.Mutex);
     if (index.Table.LoadLevel == 0) return 0;
+    // Kept: a record with no directory has nowhere to be saved to. That counts as saved, and hosts go on.
     if (!*index.Path) {
         index.Changed = 0;
         return 1;

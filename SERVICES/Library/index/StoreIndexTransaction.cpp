@@ -38,7 +38,7 @@ void PlaceRecord(STOREINDEXTYPE& index, const char* postoffice, const char* mail
     index.Changed = 0;
     index.Path[0] = 0;
     index.LoadedLastUID = 0;
-    index.Mutex = nullptr;
+    index.Mutex = nullptr;  // Kept: not closed, whoever made it has it still; a direct change's own record never has one
     ::StoreIndex_SetPaths(&index);
 }
 
@@ -49,6 +49,8 @@ std::string MailboxDirectory(const char* postoffice, const char* mailbox)
     return std::string(root) + "\\MAILROOT\\" + mailbox;
 }
 
+// Kept: always below the mailbox, by the folder's name as it was given. The counts of a folder that stands elsewhere
+// ($VCFROOT, Public) do not go there, and nowhere at all when the mailbox has no directory of that name.
 void WriteDetails(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
 {
     if (ContainsNoCase(index.Folder, "$FILEROOT")) return;
@@ -111,6 +113,7 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
                                      uint32_t keepHandle, void*& handle, int32_t level)
 {
     PlaceRecord(index, postoffice, mailbox, folder);
+    // Kept: in every notification mode, where an open announces only in mode 4. Clients learn of deliveries by this alone.
     if (mailbox) NotifyClients(MailboxDirectory(index.Postoffice, mailbox).c_str(), index.Folder, "COMMIT", kTransactionNoticeFlags);
 
     const std::string blockPath = BlockFilePath(index.Path, index.IndexKind);

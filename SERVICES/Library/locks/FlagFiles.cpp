@@ -91,6 +91,8 @@ uint64_t ClearCachedTransactions(const char* folderPath)
 bool StoreIndex_FolderNeedsScan(const char* folderPath)
 {
     ClearCachedTransactions(folderPath);
+    // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. When the
+    // scan then fails, it stays undone until the next flag.
     const bool flagged = TakeFlag(folderPath, kChangeFlag);
     if (Switches().DirtyTrackingEnabled == 0 || flagged) return true;
     // A folder that was never indexed is scanned once.

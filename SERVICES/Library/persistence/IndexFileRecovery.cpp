@@ -16,23 +16,29 @@ std::string IndexPath(const std::string& folderPath) { return folderPath + "\\_i
 std::string BackupPath(const std::string& folderPath) { return folderPath + "\\_index.xml.bak"; }
 std::string DamagedPath(const std::string& folderPath) { return folderPath + "\\_index.xml.bad"; }
 
-void CopyOver(const std::string& from, const std::string& to) { CopyFileA(from.c_str(), to.c_str(), FALSE); }
+bool CopyOver(const std::string& from, const std::string& to) { return CopyFileA(from.c_str(), to.c_str(), FALSE) != FALSE; }
 
 }  // namespace
 
-void IndexFileSerialiser::BackupIndex(const std::string& folderPath) { CopyOver(IndexPath(folderPath), BackupPath(folderPath)); }
+// The last good backup stays until the new one is whole.
+void IndexFileSerialiser::BackupIndex(const std::string& folderPath)
+{
+    const std::string whole = folderPath + "\\_index.xml.bak.tmp";
+    if (!CopyOver(IndexPath(folderPath), whole) || !MoveFileExA(whole.c_str(), BackupPath(folderPath).c_str(), MOVEFILE_REPLACE_EXISTING))
+        DeleteFileA(whole.c_str());
+}
 
 bool IndexFileSerialiser::RestoreBackup(const std::string& folderPath)
 {
     if (!HasBackup(folderPath)) return false;
     CopyOver(IndexPath(folderPath), DamagedPath(folderPath));
-    CopyOver(BackupPath(folderPath), IndexPath(folderPath));
-    return true;
+    return CopyOver(BackupPath(folderPath), IndexPath(folderPath));
 }
 
+// Only a file that has been put aside is deleted: one that cannot be read now may be a good one.
 bool IndexFileSerialiser::QuarantineIndex(const std::string& folderPath)
 {
-    CopyOver(IndexPath(folderPath), DamagedPath(folderPath));
+    if (!CopyOver(IndexPath(folderPath), DamagedPath(folderPath))) return false;
     DeleteFileA(IndexPath(folderPath).c_str());
     return true;
 }

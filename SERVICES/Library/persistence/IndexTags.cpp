@@ -28,6 +28,16 @@ bool IsWrittenHeader(std::string_view bytes)
     return bytes.substr(kHeaderSize - kHeaderEnd.size(), kHeaderEnd.size()) == kHeaderEnd;
 }
 
+bool IsWrittenForm(std::string_view tag)
+{
+    constexpr std::string_view kBegin = "ELEMENT ID=\"";
+    constexpr std::string_view kMiddle = "\" UID=\"";
+    if (!tag.starts_with(kBegin) || !tag.ends_with('"')) return false;
+    const size_t middle = tag.find('"', kBegin.size());
+    if (middle == kNone || tag.substr(middle, kMiddle.size()) != kMiddle) return false;
+    return tag.find('"', middle + kMiddle.size()) == tag.size() - 1;
+}
+
 AttributeWalk::Step AttributeWalk::Next(TagAttribute& attribute)
 {
     const size_t blank = Find(tag_, ' ', at_);

@@ -27,6 +27,9 @@ bool IsWrittenHeader(std::string_view bytes);
 // Whether an attribute value marks its element as removed: nothing but "-", or nothing.
 inline bool IsTombstone(std::string_view value) { return value.find_first_not_of('-') == std::string_view::npos; }
 
+// Whether an element's start tag is of the form ELEMENT ID="..." UID="...", with nothing else in it.
+bool IsWrittenForm(std::string_view tag);
+
 struct TagAttribute {
     std::string_view name;
     std::string_view value;

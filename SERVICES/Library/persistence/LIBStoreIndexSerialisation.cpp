@@ -12,6 +12,7 @@
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
 #include "locks/BlockFile.h"
+#include "locks/FlagFiles.h"
 #include "platform/win32.h"
 
 namespace velmora {
@@ -57,7 +58,8 @@ std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& 
         serialiser.QuarantineIndex(request.folderPath);
         return ". Unable to find recovery index. Recovering Index (there may be some flag loss)\n";
     }
-    serialiser.RestoreBackup(request.folderPath);
+    // A backup that could not be put in place has not been tried; it stays for the next load.
+    if (!serialiser.RestoreBackup(request.folderPath)) return "\n";
     UnindexedStoreIndexSerialiser rebuild(serialiser);
     if (DispatchDeserialise(rebuild, index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level, 0, 1,
                             true) != 0)
@@ -76,6 +78,8 @@ int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& i
                                                  request.reserved, request.verifyItemFiles);
         if (index.LoadLevel == kFullLoad) {
             if (request.checkDirty) DeleteFileA((request.folderPath + "\\_change.dty").c_str());
+            // What a rebuild found and could not save is in this process's memory alone.
+            if (serialiser.LeftUnsaved()) MarkFolderDirty(request.folderPath.c_str());
             KeepBackup(serialiser, request.folderPath);
         } else if (index.LoadLevel == 0) {
             const std::string message = "Failed to deserialise index: " + request.folderPath +
@@ -100,14 +104,16 @@ std::unique_ptr<StoreIndexSerialiser> ChooseSerialiser() { return MakeFileSerial
 std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& folderPath, uint32_t indexKind, bool checkDirty,
                                                          bool forceRebuild)
 {
+    const bool rebuildsCalendar = indexKind == kKindCalendar && SettingValue(Setting::CalendarReIndexMode) != 0;
     std::unique_ptr<StoreIndexSerialiser> chosen;
-    bool rebuild = forceRebuild || (indexKind == kKindCalendar && SettingValue(Setting::CalendarReIndexMode) != 0);
+    bool rebuild = forceRebuild || rebuildsCalendar;
     if (FileManagement::Exists(IndexFilePath(folderPath, indexKind))) {
         chosen = MakeFileSerialiser(Setting::StreamDeserialisation);
         rebuild = rebuild || (checkDirty && FileManagement::Exists(folderPath + "\\_change.dty"));
     } else if (checkDirty) {
-        // Kept: with a forced rebuild this one is wrapped in another of its kind.
         chosen = std::make_unique<UnindexedStoreIndexSerialiser>(nullptr);
+        // Kept: for a calendar this one is wrapped in another of its kind.
+        rebuild = rebuildsCalendar;
     } else {
         chosen = std::make_unique<NullStoreIndexDeserialiser>();
     }
@@ -145,17 +151,15 @@ bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments,
 {
     if (&arguments != &table.LastLoad) table.LastLoad = arguments;
     const IndexLoadArguments& load = table.LastLoad;
+    // Kept: whatever is loaded is enough here, also below the level asked for, now and at every later raise.
     if (load.SkipIfLoaded && table.LoadLevel != 0) return true;
     if (load.Owner) CopyBounded(load.Owner->Path, load.FolderPath);
     const std::unique_ptr<StoreIndexSerialiser> serialiser =
         ChooseDeserialiser(load.FolderPath, load.IndexKind, load.CheckDirty != 0, load.ForceRebuild != 0);
     if (!load.NoBlock && (!load.Owner || !AcquireIndexBlock(*load.Owner))) return false;
-    // A rebuild loads once more inside this load and records its own arguments; ours come back afterwards.
-    const IndexLoadArguments ours = load;
-    table.LoadLevel = DispatchDeserialise(*serialiser, table, ours.FolderPath, ours.IndexKind, ours.Postoffice, ours.Mailbox, level, 0,
-                                          ours.VerifyItemFiles, ours.CheckDirty != 0);
-    table.LastLoad = ours;
-    if (!ours.NoBlock) ReleaseIndexBlock(*ours.Owner);
+    table.LoadLevel = DispatchDeserialise(*serialiser, table, load.FolderPath, load.IndexKind, load.Postoffice, load.Mailbox, level, 0,
+                                          load.VerifyItemFiles, load.CheckDirty != 0);
+    if (!load.NoBlock) ReleaseIndexBlock(*load.Owner);
     return table.LoadLevel >= level;
 }
 
@@ -187,7 +191,7 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
     if (known) backend.rebuild(index.LastLoad.Owner, index, folderPath.c_str());
     index.RewriteRequired = 1;
     if (!known) return 0;
-    SaveIndex(index, folderPath.c_str(), indexKind);
+    saved_ = SaveIndex(index, folderPath.c_str(), indexKind) == 1;
     return kFullLoad;
 }
 

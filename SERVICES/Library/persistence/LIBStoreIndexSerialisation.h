@@ -30,6 +30,12 @@ public:
     virtual bool HasBackup(const std::string& folderPath) = 0;
     virtual uint64_t BackupAgeMinutes(const std::string& folderPath) = 0;
     virtual void DeleteBackup(const std::string& folderPath) = 0;
+
+    // Whether the last load made something that could not be written.
+    bool LeftUnsaved() const { return !saved_; }
+
+protected:
+    bool saved_ = true;
 };
 
 // Operations on _index.xml, _index.xml.bak and _index.xml.bad that the two file formats share.

@@ -72,6 +72,8 @@ private:
     void HandleElementStart();
     void HandleElementEnd();
     void HandlePropertyTag();
+    // The pass has met something that the writer never writes.
+    void NoteUnusual() { ContentOf(table_).UnusualFile = true; }
     bool CheckElementPlacement();
     void ReadExpectedProperties();
 
@@ -148,6 +150,7 @@ bool Parser::NextTag()
         }
         if (!window_.More()) return false;
     }
+    if (!closed) NoteUnusual();
     text_ = {window_.Begin(), textSize};
     tag_ = {window_.Begin() + textSize + 1, tagSize};
     tagStart_ = position_ + textSize;
@@ -177,6 +180,7 @@ void Parser::HandleRootTag()
             Fault("Encountered root element end tag before root element start tag");
         else if (rootEndSeen_)
             Fault("Encountered root element end tag after already encountering a root element end tag");
+        if (elementOpen_) NoteUnusual();
         rootEndSeen_ = true;
         return;
     }
@@ -216,7 +220,9 @@ void Parser::HandleElementStart()
 
     bool idSeen = false;
     TagAttribute attribute;
-    for (AttributeWalk walk(tag_);;) {
+    AttributeWalk walk(tag_);
+    if (!IsWrittenForm(tag_)) NoteUnusual();
+    for (;;) {
         const AttributeWalk::Step step = walk.Next(attribute);
         if (step == AttributeWalk::Step::NoQuote) Fault("Unable to parse ID attribute, Tag=[" + std::string(tag_) + "]");
         if (step != AttributeWalk::Step::Attribute) break;
@@ -273,6 +279,8 @@ void Parser::HandleElementEnd()
     currentItem_->FileLength = static_cast<uint32_t>(position_) - currentItem_->FileOffset;
     ItemText* const idx = MakeNumberText(nextIdx_);
     currentItem_->AdoptText(idxRef_, idx);
+    // Elements stand in the order of their UIDs; one that does not takes its UID from elsewhere.
+    if (currentItem_->Uid() <= ContentOf(table_).ByUID.LastUid() && ContentOf(table_).ByUID.Count() > 0) NoteUnusual();
     if (InsertLoadedItem(table_, currentItem_.get())) {
         Item* const item = currentItem_.release();
         if (newFormat_ && nextSeq_ == nextIdx_) item->AdoptText(seqRef_, idx);
@@ -368,6 +376,8 @@ void Parser::ReadExpectedProperties()
 void Parser::StoreValue(IndexPropertyRef ref, std::string_view raw)
 {
     if (ref.Slot < 0) return;
+    // A child that is called like an attribute gives the item another name than its tag has.
+    if (ref.Slot == kIdSlot || ref.Slot == kUidSlot) NoteUnusual();
     if (ref.Kind == 1) {
         std::string value(raw);
         DecodeEntities(value);

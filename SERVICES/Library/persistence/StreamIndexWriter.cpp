@@ -1,7 +1,6 @@
 #include "persistence/StreamIndexWriter.h"
 
-#include <algorithm>
-#include <vector>
+#include <string_view>
 
 #include "common/FileManagement.h"
 #include "common/FileStream.h"
@@ -10,7 +9,9 @@
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
 #include "persistence/ElementText.h"
+#include "persistence/InPlacePlan.h"
 #include "persistence/IndexTags.h"
+#include "persistence/StreamCheck.h"
 #include "platform/Clock.h"
 #include "platform/win32.h"
 
@@ -20,26 +21,8 @@ namespace {
 
 using Item = IndexItemPropertyContainer;
 
-constexpr int32_t kFullLevel = 3;
 // A gap shorter than this cannot hold an element, so there is nothing to test in it.
 constexpr size_t kShortestTestedGap = 11;
-
-// Places in the code where the stream is checked; they only have to differ.
-enum class Site : uint32_t {
-    Header = 1,
-    StrikeOutSeek,
-    StrikeOutWrite,
-    FirstSeek,
-    FirstFlush,
-    EndSeek,
-    TrailerSeek,
-    GapEnd,
-    GapSeek,
-    GapRead,
-    ElementSeek,
-    GapWrite,
-    LastFlush,
-};
 
 class Writer {
 public:
@@ -51,29 +34,23 @@ public:
     uint64_t Run();
 
 private:
-    // An index that is loaded in full stands for the whole file; any other knows only a part of it.
-    bool StandsForFile() const { return index_.LoadLevel == kFullLevel && index_.LoadSelection.empty(); }
     bool NothingToDo() const { return !index_.RewriteRequired && index_.FirstDirtyUID < 1 && content_.RemovedItems.empty(); }
 
     enum class Start { Write, NothingToDo, Refused };
     Start Prepare();
+    enum class Stamp { AsLoaded, Changed };
+    Stamp CompareStamp();
+    bool MayReplaceChangedFile();
     void MarkForgottenItems();
-    bool OffsetsCanBeTrusted();
-    bool NewItemsStandLast() const;
-    std::string BytesAt(uint64_t offset, size_t size);
     bool Open();
+    Start OpenInPlace();
+    Start OpenForRewrite();
     void WriteHeader();
     void StrikeOutRemovedItems();
-    bool ChooseFirstItem();
     void WriteItems();
-    template <typename Visit>
-    void ForEachItemAndNext(Visit visit) const;
     void ReportUidOrder(const Item& item, uint32_t& uidBefore) const;
-    uint64_t WriteItemAndGap(Item& item, const Item* nextItem, uint64_t position, const std::string& gap);
-    std::string ReadGap(const Item& item, const Item* nextItem, bool itemIsNew);
-    void TestGap(const std::string& gap, const Item& item, const Item* nextItem) const;
-    uint64_t FindEndOfItems();
-    bool CheckStreamState(Site site, const std::string& context = {});
+    uint64_t WriteItemAndGap(Item& item, const Item* nextItem, uint64_t position, std::string_view gap);
+    void TestGap(std::string_view gap, const Item& item, const Item* nextItem) const;
     void Trim(uint64_t length) const;
     void MakeTimeDiffer() const;
 
@@ -85,8 +62,8 @@ private:
     FileStream stream_;
     std::string element_;
     bool inPlace_ = false;
-    uint64_t position_ = kHeaderSize;
-    uint32_t firstUid_ = 0;
+    bool waited_ = false;  // others had the file open
+    InPlacePlan plan_;
     uint64_t timeBefore_ = 0;  // last-write time of the file before the save; 0 when there was none
 };
 
@@ -102,14 +79,19 @@ uint64_t Writer::Run()
     }
     WriteHeader();
     if (inPlace_) StrikeOutRemovedItems();
+    if (inPlace_ && !plan_.ReadGaps()) {
+        stream_.Close();
+        MakeTimeDiffer();
+        return 0;
+    }
     uint64_t newLength = 0;
-    if (ChooseFirstItem()) {
+    if (!inPlace_ || plan_.WritesItems()) {
         WriteItems();
         stream_.Write(kRootEnd);
         if (inPlace_) newLength = stream_.Position();
     }
     stream_.Flush();
-    CheckStreamState(Site::LastFlush);
+    CheckStreamState(stream_, StreamSite::LastFlush);
     const bool written = stream_.Close();
     if (newLength > 0) Trim(newLength);
     MakeTimeDiffer();
@@ -122,84 +104,69 @@ Writer::Start Writer::Prepare()
 {
     const bool exists = FileManagement::Exists(path_);
     if (!exists) {
-        if (!StandsForFile()) return Start::Refused;
+        if (!StandsForFile(index_)) return Start::Refused;
         index_.RewriteRequired = 1;
-    } else {
-        const FileStamp stamp = ReadFileStamp(path_);
-        timeBefore_ = stamp.lastWrite;
-        if (stamp.lastWrite != index_.IndexFileTime || static_cast<uint32_t>(stamp.size) != index_.IndexFileSize) {
-            if (!StandsForFile()) {
-                LogIndexEvent("Index file modified since load (" + path_ + "). Index was not fully loaded: aborting save.");
-                return Start::Refused;
-            }
-            DebugTrace("Index file has changed: " + folder_ +
-                       ". Cached offset information is now inaccurate. Index will be rewritten in full.\n");
-            index_.RewriteRequired = 1;
-        }
+    } else if (CompareStamp() == Stamp::Changed && !MayReplaceChangedFile()) {
+        return Start::Refused;
     }
     MarkForgottenItems();
     if (NothingToDo()) return Start::NothingToDo;
-    // A part of the file cannot take the place of the whole.
-    if (index_.RewriteRequired && !StandsForFile()) return Start::Refused;
-    inPlace_ = exists && !index_.RewriteRequired;
-    if (!Open()) return Start::Refused;
-    if (inPlace_ && !OffsetsCanBeTrusted()) {
-        if (!StandsForFile()) return Start::Refused;
-        index_.RewriteRequired = 1;
-        inPlace_ = false;
-        stream_.Close();
-        if (!Open()) return Start::Refused;
+    return exists && !index_.RewriteRequired ? OpenInPlace() : OpenForRewrite();
+}
+
+// Kept: the stamp is that of the load for the life of the load, so a table's own save counts as a change too.
+Writer::Stamp Writer::CompareStamp()
+{
+    const FileStamp stamp = ReadFileStamp(path_);
+    timeBefore_ = stamp.lastWrite;
+    const bool asLoaded = stamp.lastWrite == index_.IndexFileTime && static_cast<uint32_t>(stamp.size) == index_.IndexFileSize;
+    return asLoaded ? Stamp::AsLoaded : Stamp::Changed;
+}
+
+bool Writer::MayReplaceChangedFile()
+{
+    if (!StandsForFile(index_)) {
+        LogIndexEvent("Index file modified since load (" + path_ + "). Index was not fully loaded: aborting save.");
+        return false;
     }
-    return Start::Write;
+    DebugTrace("Index file has changed: " + folder_ + ". Cached offset information is now inaccurate. Index will be rewritten in full.\n");
+    index_.RewriteRequired = 1;
+    return true;
+}
+
+Writer::Start Writer::OpenInPlace()
+{
+    inPlace_ = true;
+    if (!Open()) return Start::Refused;
+    // Whoever had the file open may have written it.
+    const bool changed = waited_ && CompareStamp() == Stamp::Changed;
+    if (!changed && plan_.Read(index_, stream_)) return Start::Write;
+    stream_.Close();
+    if (changed && !MayReplaceChangedFile()) return Start::Refused;
+    return OpenForRewrite();
+}
+
+Writer::Start Writer::OpenForRewrite()
+{
+    // A part of the file cannot take the place of the whole.
+    if (!StandsForFile(index_)) return Start::Refused;
+    index_.RewriteRequired = 1;
+    inPlace_ = false;
+    return Open() ? Start::Write : Start::Refused;
 }
 
 // The removal of the first dirty item takes the mark with it. New items behind it are in no file yet and would be missed,
-// so the mark goes back to the first of them.
+// so the mark goes down to the first of them.
 void Writer::MarkForgottenItems()
 {
-    if (index_.RewriteRequired || index_.FirstDirtyUID >= 1 || content_.RemovedItems.empty()) return;
-    content_.ByUID.ForEach([&](uint32_t uid, const Item* item) {
-        if (item->FileOffset == 0 && index_.FirstDirtyUID < 1) index_.FirstDirtyUID = static_cast<int32_t>(uid);
+    if (index_.RewriteRequired || content_.RemovedItems.empty()) return;
+    const Item* firstNew = nullptr;
+    content_.ByUID.ForEach([&](uint32_t, const Item* item) {
+        if (!firstNew && item->FileOffset == 0) firstNew = item;
     });
-}
-
-// Whether the places that are about to be written over hold what the writer puts there. Where they do not (a header of
-// other bytes, an element that something else wrote) nothing may be overwritten in part.
-bool Writer::OffsetsCanBeTrusted()
-{
-    if (!IsWrittenHeader(BytesAt(0, kHeaderSize)) || !NewItemsStandLast()) return false;
-    const auto standsInFile = [&](const Item& item) {
-        const std::string start = ElementStart(item) + ">";
-        return BytesAt(item.FileOffset, start.size()) == start;
-    };
-    for (const Item* const item : content_.RemovedItems)
-        if (item->FileOffset != 0 && !standsInFile(*item)) return false;
-    if (index_.FirstDirtyUID < 1) return true;
-    const Item* const first = content_.ByUID.FirstFrom(static_cast<uint32_t>(index_.FirstDirtyUID));
-    return !first || first->FileOffset == 0 || standsInFile(*first);
-}
-
-// An item that has never been in the file goes to its end, so none that is in the file may stand behind it.
-bool Writer::NewItemsStandLast() const
-{
-    if (index_.FirstDirtyUID < 1) return true;
-    bool newSeen = false, inOrder = true;
-    content_.ByUID.ForEachFrom(static_cast<uint32_t>(index_.FirstDirtyUID), [&](uint32_t, const Item* item) {
-        if (item->FileOffset == 0)
-            newSeen = true;
-        else if (newSeen)
-            inOrder = false;
-    });
-    return inOrder;
-}
-
-std::string Writer::BytesAt(uint64_t offset, size_t size)
-{
-    std::string bytes(size, '\0');
-    stream_.SeekTo(offset);
-    bytes.resize(stream_.Read(bytes.data(), size));
-    stream_.ClearState();
-    return bytes;
+    if (!firstNew) return;
+    const auto uid = static_cast<int32_t>(firstNew->Uid());
+    if (index_.FirstDirtyUID < 1 || index_.FirstDirtyUID > uid) index_.FirstDirtyUID = uid;
 }
 
 // Opens exclusively. A reader in another process holds the file for the time of its load, so this is tried again.
@@ -210,8 +177,10 @@ bool Writer::Open()
             return true;
         if (round == kOpenRetryLimit) break;
         stream_.ClearState();
+        waited_ = true;
         platform::SleepMs(kOpenRetryPauseMs);
     }
+    // Kept: the text speaks of a load.
     const std::string message =
         "Failed to deserialise index: " + folder_ +
         ". A File Access error occured when opening the file (was retried for 40 seconds). No data can be written.\n";
@@ -228,7 +197,7 @@ void Writer::WriteHeader()
         stream_.Write(digits);
     else
         stream_.Write(std::string(kHeaderBegin) + digits + std::string(kHeaderEnd));
-    CheckStreamState(Site::Header);
+    CheckStreamState(stream_, StreamSite::Header);
 }
 
 void Writer::StrikeOutRemovedItems()
@@ -237,69 +206,30 @@ void Writer::StrikeOutRemovedItems()
         // An item that never was in the file has nothing there to strike out.
         if (item->FileOffset == 0) continue;
         stream_.SeekTo(item->FileOffset);
-        CheckStreamState(Site::StrikeOutSeek);
+        CheckStreamState(stream_, StreamSite::StrikeOutSeek);
         stream_.Write(StruckOutStart(*item));
-        CheckStreamState(Site::StrikeOutWrite);
+        CheckStreamState(stream_, StreamSite::StrikeOutWrite);
     }
-}
-
-// Sets where writing begins; false when only removals were asked for, which move nothing.
-bool Writer::ChooseFirstItem()
-{
-    if (!inPlace_) {
-        position_ = kHeaderSize;
-        firstUid_ = 0;
-        return true;
-    }
-    if (index_.FirstDirtyUID < 1) return false;
-    firstUid_ = static_cast<uint32_t>(index_.FirstDirtyUID);
-    if (const Item* const first = content_.ByUID.FirstFrom(firstUid_)) {
-        position_ = first->FileOffset != 0 ? first->FileOffset : FindEndOfItems();
-        return true;
-    }
-    // The dirty item has gone. Whoever knows the whole file writes it from its first element on; whoever knows a part
-    // would write over elements that are not in memory, and has nothing to write.
-    if (!StandsForFile()) return false;
-    firstUid_ = 0;
-    position_ = kHeaderSize;
-    return true;
 }
 
 void Writer::WriteItems()
 {
-    stream_.SeekTo(position_);
-    CheckStreamState(Site::FirstSeek);
+    const uint32_t firstUid = inPlace_ ? plan_.FirstUid() : 0;
+    uint64_t position = inPlace_ ? plan_.Position() : kHeaderSize;
+    if (inPlace_) stream_.SeekTo(position);
+    CheckStreamState(stream_, StreamSite::FirstSeek);
     stream_.Flush();
-    CheckStreamState(Site::FirstFlush);
-    // All gaps are read before anything is written: an item that grows may reach beyond the next item, into a gap behind
-    // it or over the end tag.
-    std::vector<std::string> gaps;
-    if (inPlace_ && !StandsForFile())
-        ForEachItemAndNext([&](Item& item, Item* nextItem, bool itemIsNew) { gaps.push_back(ReadGap(item, nextItem, itemIsNew)); });
+    CheckStreamState(stream_, StreamSite::FirstFlush);
     uint32_t uidBefore = 0;
     size_t step = 0;
-    ForEachItemAndNext([&](Item& item, Item* nextItem, bool) {
+    ForEachItemAndNext(content_.ByUID, firstUid, [&](Item& item, const Item* nextItem, bool) {
         if (step == 0) ReportUidOrder(item, uidBefore);
         if (nextItem) ReportUidOrder(*nextItem, uidBefore);
-        position_ = WriteItemAndGap(item, nextItem, position_, step < gaps.size() ? gaps[step] : std::string());
+        position = WriteItemAndGap(item, nextItem, position, inPlace_ ? plan_.Gap(step) : std::string_view());
         ++step;
     });
-}
-
-// One behind: an item's gap ends where the next item stood. `visit` takes (item, next item or null, whether the item is
-// a later one that was never in the file).
-template <typename Visit>
-void Writer::ForEachItemAndNext(Visit visit) const
-{
-    Item* waiting = nullptr;
-    bool waitingIsNew = false;
-    content_.ByUID.ForEachFrom(firstUid_, [&](uint32_t, Item* item) {
-        const bool itemIsNew = waiting && item->FileOffset == 0;
-        if (waiting) visit(*waiting, item, waitingIsNew);
-        waiting = item;
-        waitingIsNew = itemIsNew;
-    });
-    if (waiting) visit(*waiting, static_cast<Item*>(nullptr), waitingIsNew);
+    // With no item left, the end tag stands right behind the header.
+    if (step == 0 && inPlace_) stream_.SeekTo(position);
 }
 
 void Writer::ReportUidOrder(const Item& item, uint32_t& uidBefore) const
@@ -313,17 +243,16 @@ void Writer::ReportUidOrder(const Item& item, uint32_t& uidBefore) const
     uidBefore = uid;
 }
 
-uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t position, const std::string& gap)
+uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t position, std::string_view gap)
 {
     if (gap.size() >= kShortestTestedGap) TestGap(gap, item, nextItem);
     // A full rewrite only ever goes on where it stands.
-    if (inPlace_) {
-        stream_.SeekTo(position);
-        CheckStreamState(Site::ElementSeek, "CurrentOffset: " + FormatSigned(static_cast<int64_t>(position)) + "File=" + folder_);
-    }
+    if (inPlace_) stream_.SeekTo(position);
     if (stream_.Failed()) {
+        const std::string at = FormatSigned(static_cast<int64_t>(position));
+        CheckStreamState(stream_, StreamSite::ElementSeek, "CurrentOffset: " + at + "File=" + folder_);
         stream_.SeekToEnd();
-        LogIndexEvent("Info: Insertion attempt at Position: " + FormatSigned(static_cast<int64_t>(position)) +
+        LogIndexEvent("Info: Insertion attempt at Position: " + at +
                       " with Stream Length: " + FormatSigned(static_cast<int64_t>(stream_.Position())) +
                       ".File Pointer will is positioned to end of file, so as to allow diagnosis. Check .bad file\n");
         stream_.ClearState();
@@ -341,34 +270,12 @@ uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t posi
     item.FileLength = newLength;
     if (!gap.empty()) {
         stream_.Write(gap);
-        CheckStreamState(Site::GapWrite);
+        CheckStreamState(stream_, StreamSite::GapWrite);
     }
     return position + newLength + gap.size();
 }
 
-// The bytes of elements that are not in memory, between this item and the next that is.
-std::string Writer::ReadGap(const Item& item, const Item* nextItem, bool itemIsNew)
-{
-    if (itemIsNew) return {};
-    uint64_t gapEnd = 0;
-    if (nextItem && nextItem->FileOffset > 0) {
-        gapEnd = nextItem->FileOffset;
-    } else {
-        gapEnd = FindEndOfItems();
-        CheckStreamState(Site::GapEnd);
-    }
-    const uint64_t oldEnd = uint64_t{item.FileOffset} + item.FileLength;
-    if (oldEnd == 0 || gapEnd <= oldEnd) return {};
-    std::string gap(gapEnd - oldEnd, '\0');
-    stream_.SeekTo(oldEnd);
-    CheckStreamState(Site::GapSeek);
-    gap.resize(stream_.Read(gap.data(), gap.size()));
-    CheckStreamState(Site::GapRead);
-    stream_.ClearState();
-    return gap;
-}
-
-void Writer::TestGap(const std::string& gap, const Item& item, const Item* nextItem) const
+void Writer::TestGap(std::string_view gap, const Item& item, const Item* nextItem) const
 {
     if (!gap.starts_with("<ELEMENT"))
         LogIndexEvent("Corrupting index " + folder_ + ". Gap after " + std::string(item.Id()) +
@@ -378,34 +285,6 @@ void Writer::TestGap(const std::string& gap, const Item& item, const Item* nextI
             "Corrupting index " + folder_ + ". Gap " +
             (nextItem && nextItem->FileOffset >= 1 ? "before " + std::string(nextItem->Id()) : "after " + std::string(item.Id())) +
             " does not end at the end of an element.");
-}
-
-// The offset at which the end tag stands, also when it has no line end behind it.
-uint64_t Writer::FindEndOfItems()
-{
-    constexpr uint64_t kLongestTail = 31;
-    constexpr std::string_view kBareEnd = "</BASEELEMENT>";
-    stream_.SeekToEnd();
-    CheckStreamState(Site::EndSeek);
-    const uint64_t size = stream_.Position();
-    if (size <= kRootEnd.size()) return 0;
-    if (BytesAt(size - kRootEnd.size(), kRootEnd.size()) == kRootEnd) return size - kRootEnd.size();
-    const uint64_t tailStart = size - std::min(size, kLongestTail);
-    const std::string tail = BytesAt(tailStart, static_cast<size_t>(size - tailStart));
-    CheckStreamState(Site::TrailerSeek);
-    const size_t found = tail.find(kBareEnd);
-    return found == std::string::npos ? size : tailStart + found;
-}
-
-// A report, not a control: whatever it finds, the save goes on with the stream as it stands.
-bool Writer::CheckStreamState(Site site, const std::string& context)
-{
-    if (!stream_.Failed()) return true;
-    std::string state = stream_.Bad() ? "bad" : "fail";
-    if (!context.empty()) state += "{" + context + "}";
-    LogIndexEvent("Warning. File contention occured when accessing index file (" + state +
-                  ").Contention in Function: LIBStoreIndexSerialisation, Module Line: " + FormatSigned(static_cast<uint32_t>(site)));
-    return false;
 }
 
 void Writer::Trim(uint64_t length) const

@@ -20,11 +20,18 @@ namespace {
 constexpr int32_t kHeaderLevel = 1;
 constexpr int32_t kFullLevel = 3;
 
-// A file as a source; one that does not open is an empty one.
+// A file as a source; one that does not open is an empty one. A read that fails is not the end of the file: it throws, so
+// that nobody takes a good file for a damaged one.
 class FileSource : public ByteSource {
 public:
     explicit FileSource(const std::string& path) { stream_.OpenRead(path); }
-    size_t Read(char* buffer, size_t size) override { return stream_.IsOpen() ? stream_.Read(buffer, size) : 0; }
+
+    size_t Read(char* buffer, size_t size) override
+    {
+        const size_t got = stream_.IsOpen() ? stream_.Read(buffer, size) : 0;
+        if (stream_.Bad()) throw Exception("An index file could not be read", "LIBStoreIndexSerialisation");
+        return got;
+    }
 
 private:
     FileStream stream_;
