@@ -101,6 +101,8 @@ void FileStream::WriteThrough(const char* bytes, size_t size)
 
 void FileStream::SeekTo(uint64_t offset)
 {
+    // To go on where the last write ended, the buffer can stay.
+    if (!Failed() && offset == position_ + used_) return;
     FlushBuffer();
     if (!Failed() && offset != position_) MoveTo(offset, FILE_BEGIN);
 }
