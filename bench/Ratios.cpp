@@ -38,6 +38,7 @@ constexpr Row kRows[] = {
     {"rate of a first scan, to opening and reading each file", "FirstScan", kMedian, "HeaderLinesFloor", true, Goal::AtLeast, 0.3, ""},
     {"rescan with nothing new, to a first scan", "RescanNothingNew", kMedian, "FirstScan", false, Goal::None, 0, ""},
     {"open of an unchanged folder, to a full load", "OpenFolder", kMedian, "FullLoad", false, Goal::None, 0, ""},
+    {"reopen with nothing changed", "Reopen", kMedian, nullptr, false, Goal::None, 0, " us"},
     {"walk with three properties, to a full load", "WalkThreeProperties", kMedian, "FullLoad", false, Goal::None, 0, ""},
     {"cached counts", "CachedCounts", kMedian, nullptr, false, Goal::None, 0, " us"},
 };

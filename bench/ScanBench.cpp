@@ -145,6 +145,18 @@ void BenchOpen(benchmark::State& state, uint32_t size)
     StoreFolder_Close();
 }
 
+// The same folder again by the same record: a look at the flags and at the index file's time, and no file is read.
+void BenchReopen(benchmark::State& state, uint32_t size)
+{
+    EnsureScanned(size);
+    STOREINDEXTYPE record;
+    StoreIndex_Init(&record);
+    std::strncpy(record.Path, MailFolder(size).c_str(), sizeof record.Path - 1);
+    Require(StoreIndex_Open(&record, 1) == 1, "no folder");
+    Measure(state, {}, [&] { Require(StoreIndex_Open(&record, 1) == 2, "the copy in memory is not good any more"); });
+    StoreIndex_Release(&record);
+}
+
 void BenchCachedCounts(benchmark::State& state, uint32_t size)
 {
     EnsureScanned(size);
@@ -170,6 +182,7 @@ void RegisterScanBenchmarks()
         Register("FirstScan", size, rounds, [size](benchmark::State& state) { BenchFirstScan(state, size); });
         Register("RescanNothingNew", size, rounds, [size](benchmark::State& state) { BenchRescan(state, size); });
         Register("OpenFolder", size, rounds, [size](benchmark::State& state) { BenchOpen(state, size); });
+        Register("Reopen", size, rounds, [size](benchmark::State& state) { BenchReopen(state, size); });
         Register("WalkThreeProperties", size, rounds, [size](benchmark::State& state) { BenchWalk(state, size); });
         Register("CachedCounts", size, 1001, [size](benchmark::State& state) { BenchCachedCounts(state, size); });
     }

@@ -22,9 +22,13 @@ FileIterator::~FileIterator() { CloseSearch(); }
 std::string FileIterator::First()
 {
     CloseSearch();
+    error_ = 0;
     FoundEntry entry;
     HANDLE handle = FindFirstFileA(pattern_.c_str(), &entry.data);
-    if (handle == INVALID_HANDLE_VALUE) return {};
+    if (handle == INVALID_HANDLE_VALUE) {
+        if (GetLastError() != ERROR_FILE_NOT_FOUND) error_ = GetLastError();
+        return {};
+    }
     searchHandle_ = handle;
     return AcceptFrom(entry, true);
 }
@@ -43,6 +47,7 @@ std::string FileIterator::AcceptFrom(FoundEntry& entry, bool found)
     while (found && filterEnabled_ && (entry.data.dwFileAttributes & attributeMask_) == 0)
         found = FindNextFileA(searchHandle_, &entry.data) != 0;
     if (!found) {
+        if (GetLastError() != ERROR_NO_MORE_FILES) error_ = GetLastError();
         CloseSearch();
         return {};
     }

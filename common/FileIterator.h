@@ -26,6 +26,8 @@ public:
     std::string Next();
     // True while the search is open and stands on an entry.
     bool HasMore() const { return hasMore_; }
+    // Why the search gave nothing or ended early, as a Windows error number; 0 when it has told all that there is.
+    uint32_t Error() const { return error_; }
     // The attributes of the entry that was returned last.
     uint32_t Attributes() const { return attributes_; }
 
@@ -40,6 +42,7 @@ private:
     void* searchHandle_ = nullptr;
     bool hasMore_ = false;
     uint32_t attributes_ = 0;
+    uint32_t error_ = 0;
 };
 
 }  // namespace velmora

@@ -14,11 +14,12 @@ namespace velmora {
 namespace {
 
 constexpr uint32_t kLinkAttribute = 0x400;  // a reparse point
-constexpr size_t kLongestPath = 32767;      // the longest that the system takes in any form
+constexpr size_t kLongestPath = 4095;       // what the platform takes
 
 [[noreturn]] void Fail(const std::string& message) { throw Exception(message, "FileManagement"); }
 
-std::string LastErrorText() { return "(GetLastError() returned " + FormatSigned(GetLastError()) + ")"; }
+std::string ErrorText(uint32_t error) { return "(GetLastError() returned " + FormatSigned(error) + ")"; }
+std::string LastErrorText() { return ErrorText(GetLastError()); }
 
 enum class EntryKind { Missing, File, Directory, Link };
 
@@ -39,24 +40,26 @@ struct Entry {
     EntryKind kind;
 };
 
-std::vector<Entry> ListDirectory(const std::string& directory)
+// `error` becomes that of a listing that is not whole.
+std::vector<Entry> ListDirectory(const std::string& directory, uint32_t& error)
 {
     std::vector<Entry> entries;
     FileIterator iterator(directory + "\\*");
     for (std::string name = iterator.First(); iterator.HasMore(); name = iterator.Next())
         if (name != "." && name != "..") entries.push_back({name, KindOf(iterator.Attributes())});
+    if (iterator.Error() != 0) error = iterator.Error();
     return entries;
 }
 
 // Everything below a directory, each directory before what is in it. A list and no recursion: the depth of a tree is
 // not ours to choose. The whole tree is known before anything is changed, so a copy into itself ends as well.
-std::vector<Entry> ListTree(const std::string& root)
+std::vector<Entry> ListTree(const std::string& root, uint32_t& error)
 {
-    std::vector<Entry> tree = ListDirectory(root);
+    std::vector<Entry> tree = ListDirectory(root, error);
     for (size_t at = 0; at < tree.size(); ++at) {
         if (tree[at].kind != EntryKind::Directory) continue;
         const std::string parent = tree[at].name + "\\";
-        for (Entry& entry : ListDirectory(root + "\\" + tree[at].name)) tree.push_back({parent + entry.name, entry.kind});
+        for (Entry& entry : ListDirectory(root + "\\" + tree[at].name, error)) tree.push_back({parent + entry.name, entry.kind});
     }
     return tree;
 }
@@ -78,7 +81,9 @@ void CopyOneFile(const std::string& from, const std::string& to)
 void CopyWhole(const std::string& from, const std::string& to, EntryKind kind)
 {
     if (kind != EntryKind::Directory) return CopyOneFile(from, to);
-    const std::vector<Entry> tree = ListTree(from);
+    uint32_t error = 0;
+    const std::vector<Entry> tree = ListTree(from, error);
+    if (error != 0) Fail("Call to CopyFile failed " + ErrorText(error));
     FileManagement::CreateDirectories(to);
     for (const Entry& entry : tree) {
         const std::string target = to + "\\" + entry.name;
@@ -103,16 +108,24 @@ size_t LengthWithoutSeparators(std::string_view path)
     return length;
 }
 
+// The length of the parent's path within `path`; 0 when there is none.
+size_t ParentLength(std::string_view path)
+{
+    const size_t separator = path.substr(0, LengthWithoutSeparators(path)).find_last_of("\\/");
+    return separator == std::string_view::npos ? 0 : LengthWithoutSeparators(path.substr(0, separator));
+}
+
+// Asked by its attributes: a search finds no root, and takes a pattern for a name.
 bool IsDirectory(std::string_view path)
 {
-    const EntryKind kind = KindOfPath(std::string(path.substr(0, LengthWithoutSeparators(path))));
-    return kind == EntryKind::Directory || kind == EntryKind::Link;
+    const DWORD attributes = GetFileAttributesA(std::string(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & kDirectoryAttribute) != 0;
 }
 
 // Why the directory cannot be made, or an empty text when it is there now.
 std::string MakeOneDirectory(const std::string& path)
 {
-    if (path.size() > kLongestPath || !FileManagement::IsValidPath(path)) return "Invalid path: " + path;
+    if (!FileManagement::IsValidPath(path)) return "Invalid path: " + path;
     if (IsDirectory(path) || CreateDirectoryA(path.c_str(), nullptr)) return {};
     // Another process may have made it in between.
     if (GetLastError() == ERROR_ALREADY_EXISTS && IsDirectory(path)) return {};
@@ -121,16 +134,11 @@ std::string MakeOneDirectory(const std::string& path)
 
 }  // namespace
 
-std::string FileManagement::ParentDirectory(std::string_view path)
-{
-    const size_t length = LengthWithoutSeparators(path);
-    const size_t separator = path.substr(0, length).find_last_of("\\/");
-    if (separator == std::string_view::npos) return {};
-    return std::string(path.substr(0, LengthWithoutSeparators(path.substr(0, separator))));
-}
+std::string FileManagement::ParentDirectory(std::string_view path) { return std::string(path.substr(0, ParentLength(path))); }
 
 std::string FileManagement::FileName(std::string_view path)
 {
+    // Kept: a bare name, with no separator before it, has an empty one.
     const size_t separator = path.find_last_of("\\/");
     return separator == std::string_view::npos ? std::string() : std::string(path.substr(separator + 1));
 }
@@ -156,11 +164,15 @@ bool FileManagement::CreateDirectories(const std::string& path, bool quiet)
     if (path.size() > kLongestPath || !IsValidPath(path)) return fail("Invalid path: " + path);
     if (IsDirectory(path)) return true;
 
-    std::vector<std::string> missing;
-    for (std::string parent = ParentDirectory(path); !parent.empty() && !IsDirectory(parent); parent = ParentDirectory(parent))
-        missing.push_back(parent);
+    // By their lengths: a path may have two thousand parents.
+    const std::string_view whole = path;
+    std::vector<size_t> missing;
+    for (size_t length = ParentLength(whole); length != 0 && !IsDirectory(whole.substr(0, length));
+         length = ParentLength(whole.substr(0, length)))
+        missing.push_back(length);
     for (; !missing.empty(); missing.pop_back()) {
-        const std::string fault = MakeOneDirectory(missing.back());
+        // Kept: a parent that cannot be made throws, also when the call is quiet.
+        const std::string fault = MakeOneDirectory(path.substr(0, missing.back()));
         if (!fault.empty()) Fail(fault);
     }
     const std::string fault = MakeOneDirectory(path);
@@ -181,7 +193,9 @@ void FileManagement::RemoveTree(const std::string& path)
     const EntryKind kind = KindOfPath(path);
     if (kind == EntryKind::Missing) return;
     if (kind == EntryKind::Directory) {
-        const std::vector<Entry> tree = ListTree(path);
+        // What a failed listing leaves out keeps its directory from being removed, which is then reported.
+        uint32_t ignored = 0;
+        const std::vector<Entry> tree = ListTree(path, ignored);
         for (auto entry = tree.rbegin(); entry != tree.rend(); ++entry) RemoveOne(path + "\\" + entry->name, entry->kind);
     }
     RemoveOne(path, kind);

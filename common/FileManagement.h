@@ -14,13 +14,14 @@ class FileManagement {
 public:
     // The text before the last separator, runs of separators and trailing ones skipped; empty when there is none.
     static std::string ParentDirectory(std::string_view path);
-    // The text behind the last separator; empty when the path ends in one or has none.
+    // The text behind the last separator; empty when the path ends in one or has none, so also for a bare name.
     static std::string FileName(std::string_view path);
     // False only for a name that the file system refuses (error 123).
     static bool IsValidPath(const std::string& path);
     static bool Exists(const std::string& path);
-    // Makes the directory and its parents from the top. With `quiet` a failure at the last step is false, not an
-    // exception; the parents are always made loudly.
+    // Makes the directory and its parents from the top; true when it is there. With `quiet` a path that is empty or no path,
+    // and a failure of the last step, are false and not an exception; the parents are always made loudly. A path of more
+    // than 4,095 bytes is no path.
     static bool CreateDirectories(const std::string& path, bool quiet = false);
     // Makes the parents, then the file with these bytes, while others may read and write it.
     static void WriteWholeFile(const std::string& path, std::string_view bytes);
@@ -28,8 +29,11 @@ public:
     static void RemoveTree(const std::string& path);
     // Moves what must be there to where nothing may be; the parents of `to` are made.
     static void MovePath(const std::string& from, const std::string& to);
-    // Copies a file, or a directory with all that is in it, over what is there. The parent of `to` is made first. With
-    // `quiet` the first failure behind that ends the copy with false, not with an exception.
+    // Copies a file, or a directory with all that is in it, over what is there. The parent of `to` is made first, loudly.
+    // The first failure behind that ends the copy, and leaves what was copied before it; with `quiet` it is false and not
+    // an exception, as is a `from` that is not there. True means that everything was copied: a directory that cannot be
+    // listed is a failure before anything is copied, and so is, when the copy comes to it, a link to a directory, `from`
+    // itself included. Such a link is not followed, and the system has no call here to make another.
     static bool CopyTree(const std::string& from, const std::string& to, bool quiet = false);
 };
 

@@ -38,6 +38,7 @@ void* OpenOrCreateMutex(const char* name)
     return handle ? handle : CreateMutexA(nullptr, FALSE, name);
 }
 
+// Kept: the name is not passed on to the system.
 Mutex::Mutex(const char*) : Handle(OpenOrCreateMutex(nullptr)) {}
 
 Mutex::~Mutex()
@@ -48,6 +49,7 @@ Mutex::~Mutex()
 
 MutexLock::MutexLock(void* handle, uint32_t timeoutMs) : Handle(handle), Timeout(timeoutMs)
 {
+    // Kept: an abandoned mutex counts as not held, though the system has given it to this thread, and is not given back.
     if (Handle) Locked = WaitForSingleObject(Handle, Timeout) == WAIT_OBJECT_0;
 }
 

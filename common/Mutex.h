@@ -1,4 +1,5 @@
-// System mutexes and their scoped holders. Every mutex here is private to its process and recursive.
+// System mutexes and their scoped holders. Every mutex is recursive; one without a name is private to its process, and
+// the library makes no other.
 #ifndef VELMORA_COMMON_MUTEX_H
 #define VELMORA_COMMON_MUTEX_H
 

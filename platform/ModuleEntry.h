@@ -3,8 +3,10 @@
 //     VELMORA_MODULE_ENTRY(processAttach, processDetach, threadAttach, threadDetach)
 //
 // processAttach answers false when the library cannot work. On Windows the load then fails. Elsewhere a load cannot be
-// failed from within; the library stays loaded and its functions answer 0. There the system also does not tell a library
-// of threads: what a thread needs is made at its first call, and platform/Threads.h runs the end.
+// failed from within; the library stays loaded, and its functions answer as they do when what they need is not there. There
+// the system also does not tell a library of threads: what a thread needs is made at its first call, and
+// platform/Threads.h runs the end. processDetach runs when the library is unloaded and at the end of the process, where
+// other threads may still be at work in the library.
 #ifndef VELMORA_PLATFORM_MODULEENTRY_H
 #define VELMORA_PLATFORM_MODULEENTRY_H
 

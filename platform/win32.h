@@ -292,6 +292,10 @@ inline constexpr WORD EVENTLOG_WARNING_TYPE = 2;
 inline constexpr WORD EVENTLOG_INFORMATION_TYPE = 4;
 
 inline constexpr DWORD TIME_ZONE_ID_INVALID = 0xFFFFFFFFu;
+inline constexpr DWORD FILE_TYPE_UNKNOWN = 0;
+inline constexpr DWORD FILE_TYPE_DISK = 1;
+inline constexpr DWORD FILE_TYPE_CHAR = 2;
+
 inline constexpr DWORD TIME_ZONE_ID_UNKNOWN = 0;
 inline constexpr DWORD TIME_ZONE_ID_STANDARD = 1;
 inline constexpr DWORD TIME_ZONE_ID_DAYLIGHT = 2;
@@ -312,6 +316,7 @@ BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER positi
 BOOL SetEndOfFile(HANDLE file);
 BOOL FlushFileBuffers(HANDLE file);
 BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
+DWORD GetFileType(HANDLE file);
 BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* lastAccess, FILETIME* lastWrite);
 BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess, const FILETIME* lastWrite);
 

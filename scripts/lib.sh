@@ -3,7 +3,16 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+caller_directory=$PWD
 cd "$root"
+
+# A path on the command line is meant from where the script was called.
+path_of_caller() {
+    case $1 in
+        /*) printf '%s' "$1" ;;
+        *) printf '%s' "$caller_directory/$1" ;;
+    esac
+}
 
 # Objects are shared between checkouts and build directories.
 export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1

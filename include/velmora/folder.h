@@ -27,7 +27,10 @@ extern "C" {
  * current item stays; or with VELMORA_OPEN_UNLOADED. 0 when a name is null, which changes nothing, or when the index cannot
  * be loaded, as that of a folder that does not exist: an open makes no mail folder.
  *
- * A thread that had another folder open has closed it, in every case but a null name: its unsaved changes are lost.
+ * A thread that had another folder open has given back one open of it, in every case but a null name and kind 5, which
+ * leave it as it is. With its last open the folder is closed and its unsaved changes are lost; one that had been opened
+ * twice stays in memory with the open that is left.
+ *
  * May wait for minutes, and while it does every other open of the process waits with it. */
 VELMORA_API uint64_t StoreFolder_Open(const char* postoffice, const char* mailbox, const char* folder, uint32_t kind, uint32_t mode);
 
@@ -36,12 +39,16 @@ VELMORA_API uint64_t StoreFolder_Open(const char* postoffice, const char* mailbo
  * afterwards. Null names count as empty.
  *
  * 1 opened. 2 when this thread has the same item open already. 1 as well, with nothing opened, when the library is being
- * unloaded. */
+ * unloaded, and when there is no memory or no mutex for the record. 0 when the thread can have nothing open at all, for
+ * want of a slot, and when another thread that shared the record ended while it was at work in it. */
 VELMORA_API uint64_t StoreFolder_OpenItem(const char* postoffice, const char* mailbox, const char* folder, const char* itemId,
                                           uint32_t kind);
 
 /* Gives back one open of the thread's folder. The folder is closed with the last one: its unsaved changes are lost. With
- * nothing open it does nothing. The current item and the walk end in every case. Always 1. */
+ * nothing open it does nothing. The current item and the walk end in every case but one. Always 1.
+ *
+ * That one is an open of kind 5, opened or refused: from then on every close is the calendar document's, and leaves a folder
+ * that was open before, until the thread opens a folder or an item again. */
 VELMORA_API uint64_t StoreFolder_Close(void);
 
 /* Saves the thread's folder if it was changed: the files of changed items where their kind has such, the index, and the

@@ -22,15 +22,17 @@ extern "C" {
  * A status of the back-end: 2 with a new allocation in `*value`, which the caller gives back through
  * StoreItem_FreeProperty, and its size in bytes in `*size`; the size of a text counts its terminating zero.
  * VELMORA_NO_PROPERTY with `*value` null when there is no current item, no such name, or no such column in the item. 0
- * without an open folder; `*value` and `*size` are then left alone.
+ * without an open folder; `*value` and `*size` are then left alone. 0 with `*value` null as well in a folder of a kind that
+ * the library does not know, and in a folder that stayed open behind a calendar document (kind 5) once that is closed.
  *
  * Four names are answered from the folder itself, with or without a current item and in any case of letters: VL_POSTOFFICE,
  * VL_MAILBOX, VL_FOLDER and VL_FOLDER_PATH, the folder's directory. */
 VELMORA_API uint64_t StoreItem_GetProperty(const char* name, void** value, uint64_t* size);
 
 /* Writes a property of the item `itemId`, which becomes the current one and is made if the folder has no such item; with
- * `itemId` null or empty, of the current item. `value` is text, or what the property's type asks for. The change is in
- * memory, and StoreFolder_Save writes it.
+ * `itemId` null or empty, of the current item. In a mail folder `value` is always text ended by a zero, also for a
+ * property that is read as a number: the address of an int32_t would be read as text. The change is in memory, and
+ * StoreFolder_Save writes it.
  *
  * 1 whatever became of it: a null value, a name that a mail folder does not know and a missing item are silently not
  * stored. 0 without an open folder. */

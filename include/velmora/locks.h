@@ -15,7 +15,8 @@ extern "C" {
 /* One attempt to make the block file `filename`, a full path cut at 1,023 bytes. It does not wait, whatever its name says.
  *
  * 1 when the file was made: with `keepHandle` 0 its handle is closed and null stored in `*handle`, otherwise the handle is
- * stored there and belongs to the caller until UnBlockIndexFileAccessEx. `handle` may be null with `keepHandle` 0.
+ * stored there and belongs to the caller until UnBlockIndexFileAccessEx, which closes it for 1 alone: pass 1 to both.
+ * `handle` may be null with `keepHandle` 0.
  * 0 when the file is there already or cannot be made, or when there is no place for a handle that is to be kept; nothing is
  * stored. */
 VELMORA_API uint64_t WaitForAccessToIndexFileEx(const char* filename, uint32_t keepHandle, void** handle);

@@ -32,13 +32,15 @@
  * parameter is the host's: values of properties go back through StoreItem_FreeProperty, other buffers through Memory_Free.
  * Buffers that cross the boundary come from one heap, so a host that hands one over takes it from Memory_Allocate.
  *
- * Threads. Any thread may call. The StoreFolder_ and StoreItem_ functions take no handle: each thread has one open folder
+ * Threads. Any thread may call, at any time; only StoreLibrary_Init, StoreLibrary_UnInit and StoreLibrary_SetAffinity are
+ * for the process's beginning and end, when no other thread is in the library. The StoreFolder_ and StoreItem_ functions take no handle: each thread has one open folder
  * and one current item of its own, made at its first call and given back when it ends or calls
  * StoreLibrary_ThreadRelease. A STOREINDEXTYPE that a host holds for itself belongs to one thread at a time.
  *
  * Waiting. Calls do their work on the caller's thread. An open waits for another process that holds the folder for about
  * a minute before it breaks the lock, and up to 80 seconds more for a lock that cannot be broken; it then goes on
- * without. A save never waits for a lock.
+ * without. A directory in which the user may not make files costs an open about a minute as well, and then it fails: a
+ * folder is locked by a file, also for reading. A save never waits for a lock.
  *
  * Exceptions. None leaves a function, except StoreIndex_Open, which is for C++ hosts and says so.
  *

@@ -35,6 +35,12 @@ struct OpenRequest {
     DispositionRow how{};
 };
 
+struct OpenedFile {
+    Descriptor descriptor;
+    bool existed = false;
+    bool plain = true;  // not a device
+};
+
 // One attempt's end: a file, a failure, or a world that changed meanwhile.
 enum class Attempt { Done, Failed, Again };
 
@@ -53,44 +59,46 @@ bool MakeRequest(DWORD access, DWORD share, DWORD disposition, OpenRequest& requ
 }
 
 // Locks an opened file as its share mode says and checks what it is. `Again` when it was deleted before it was locked.
-Attempt Settle(const OpenRequest& request, const Descriptor& opened, bool empties, DWORD& error)
+Attempt Settle(const OpenRequest& request, OpenedFile& opened, bool empties, DWORD& error)
 {
     struct stat info;
-    error = LockFor(opened.Get(), request.share);
-    if (fstat(opened.Get(), &info) != 0) {
+    const int fd = opened.descriptor.Get();
+    error = LockFor(fd, request.share);
+    if (fstat(fd, &info) != 0) {
         error = PresentError();
     } else if (!S_ISREG(info.st_mode) && !S_ISCHR(info.st_mode)) {
         error = ERROR_ACCESS_DENIED;
     }
     if (error != 0) return Attempt::Failed;
     if (info.st_nlink == 0) return Attempt::Again;
-    if (!empties || !S_ISREG(info.st_mode) || ftruncate(opened.Get(), 0) == 0) return Attempt::Done;
+    opened.plain = S_ISREG(info.st_mode);
+    if (!empties || !opened.plain || ftruncate(fd, 0) == 0) return Attempt::Done;
     error = PresentError();
     return Attempt::Failed;
 }
 
 // Makes the file, whose name was found to be free.
-Attempt Make(const PathText& path, const OpenRequest& request, Descriptor& opened, DWORD& error)
+Attempt Make(const PathText& path, const OpenRequest& request, OpenedFile& opened, DWORD& error)
 {
     error = CheckNewName(path.Leaf());
     if (error != 0) return Attempt::Failed;
     if (request.share == Share::None) {
-        error = CreateLocked(path, Birth::Unnamed, opened);
-        if (error == ERROR_NOT_SUPPORTED) error = CreateLocked(path, Birth::NamedThenLinked, opened);
+        error = CreateLocked(path, Birth::Unnamed, opened.descriptor);
+        if (error == ERROR_NOT_SUPPORTED) error = CreateLocked(path, Birth::NamedThenLinked, opened.descriptor);
         return error == 0 ? Attempt::Done : error == ERROR_FILE_EXISTS ? Attempt::Again : Attempt::Failed;
     }
-    opened = Descriptor(OpenFile(path.text, request.access | O_CREAT | O_EXCL, 0666));
-    if (opened.IsOpen()) return Settle(request, opened, false, error);
+    opened.descriptor = Descriptor(OpenFile(path.text, request.access | O_CREAT | O_EXCL, 0666));
+    if (opened.descriptor.IsOpen()) return Settle(request, opened, false, error);
     error = PresentError();
     return error == ERROR_FILE_EXISTS ? Attempt::Again : Attempt::Failed;
 }
 
-Attempt OpenOnce(PathText& path, const OpenRequest& request, Descriptor& opened, bool& existed, DWORD& error)
+Attempt OpenOnce(PathText& path, const OpenRequest& request, OpenedFile& opened, DWORD& error)
 {
     if (request.how.opens) {
-        opened = Descriptor(OpenFile(path.text, request.access));
-        existed = opened.IsOpen();
-        if (existed) return Settle(request, opened, request.how.empties, error);
+        opened.descriptor = Descriptor(OpenFile(path.text, request.access));
+        opened.existed = opened.descriptor.IsOpen();
+        if (opened.existed) return Settle(request, opened, request.how.empties, error);
         error = PresentError();
         if (error != ERROR_FILE_NOT_FOUND) return Attempt::Failed;
     }
@@ -122,19 +130,18 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES
     if (error == 0 && native.EndsInSeparator()) error = ERROR_INVALID_NAME;
     if (error != 0) return FailHandle(error);
 
-    Descriptor opened;
-    bool existed = false;
+    OpenedFile opened;
     Attempt attempt = Attempt::Again;
     for (int round = 0; attempt == Attempt::Again && round < kRoundsAgainstChange; ++round) {
-        attempt = OpenOnce(native, request, opened, existed, error);
+        attempt = OpenOnce(native, request, opened, error);
     }
     if (attempt == Attempt::Again) error = ERROR_FILE_NOT_FOUND;  // a link that leads nowhere
     if (attempt != Attempt::Done) return FailHandle(error);
 
-    const HANDLE handle =
-        MakeHandle(std::make_unique<FileObject>(std::move(opened), (access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0));
+    const HANDLE handle = MakeHandle(std::make_unique<FileObject>(std::move(opened.descriptor), opened.plain, (access & GENERIC_READ) != 0,
+                                                                  (access & GENERIC_WRITE) != 0));
     if (!handle) return INVALID_HANDLE_VALUE;
-    if (request.how.makes && request.how.opens) SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    if (request.how.makes && request.how.opens) SetLastError(opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;
 }
 
@@ -253,4 +260,12 @@ BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size)
     if (fstat(object->Fd(), &info) != 0) return Fail(PresentError());
     size->QuadPart = info.st_size;
     return TRUE;
+}
+
+// What the open learned; no system call.
+DWORD GetFileType(HANDLE file)
+{
+    const FileObject* object = HandleAs<FileObject>(file);
+    if (!object) return FILE_TYPE_UNKNOWN;
+    return object->plain ? FILE_TYPE_DISK : FILE_TYPE_CHAR;
 }

@@ -46,12 +46,13 @@ private:
 
 struct FileObject : HandleObject {
     static constexpr HandleKind kKind = HandleKind::File;
-    FileObject(Descriptor of, bool mayRead, bool mayWrite)
-        : HandleObject(kKind), descriptor(std::move(of)), readable(mayRead), writable(mayWrite)
+    FileObject(Descriptor of, bool isPlain, bool mayRead, bool mayWrite)
+        : HandleObject(kKind), descriptor(std::move(of)), plain(isPlain), readable(mayRead), writable(mayWrite)
     {
     }
     int Fd() const { return descriptor.Get(); }
     Descriptor descriptor;
+    const bool plain;  // a file with bytes of its own, not a device
     const bool readable;
     const bool writable;
 };

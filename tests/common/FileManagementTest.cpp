@@ -4,6 +4,9 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "common/Exception.h"
 #include "common/FileIterator.h"
@@ -31,17 +34,17 @@ std::string MessageOf(Body body)
     return "no exception";
 }
 
-// Lets one kind of operation fail and counts it.
+// Lets one kind of operation fail, on paths that end in `end`, and counts it.
 class FailingSeam : public platform::FileSeam {
 public:
-    explicit FailingSeam(platform::FileOperation operation, uint32_t error)
-        : operation_(operation), error_(error), before_(platform::ReplaceFileSeam(this))
+    explicit FailingSeam(platform::FileOperation operation, uint32_t error, std::string end = {})
+        : operation_(operation), error_(error), end_(std::move(end)), before_(platform::ReplaceFileSeam(this))
     {
     }
     ~FailingSeam() override { platform::ReplaceFileSeam(before_); }
-    platform::FileVerdict Before(platform::FileOperation operation, const char*, uint64_t) override
+    platform::FileVerdict Before(platform::FileOperation operation, const char* path, uint64_t) override
     {
-        if (operation != operation_) return {};
+        if (operation != operation_ || !std::string_view(path).ends_with(end_)) return {};
         ++calls;
         return {error_, UINT64_MAX};
     }
@@ -50,6 +53,7 @@ public:
 private:
     platform::FileOperation operation_;
     uint32_t error_;
+    std::string end_;
     platform::FileSeam* before_;
 };
 
@@ -131,6 +135,19 @@ TEST_F(FileManagementTest, CreateDirectoriesOnAnExistingDirectoryMakesNoCall)
     EXPECT_EQ(seam.calls, 0);
 }
 
+TEST_F(FileManagementTest, CreateDirectoriesOnTheRootMakesNoCall)
+{
+    const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
+    for (const char* root : {"/", "\\", "\\\\", "//"}) EXPECT_TRUE(FileManagement::CreateDirectories(root)) << root;
+    EXPECT_EQ(seam.calls, 0);
+}
+
+TEST_F(FileManagementTest, CreateDirectoriesTakesAPatternForNoDirectory)
+{
+    MakeTree();
+    EXPECT_FALSE(FileManagement::CreateDirectories(directory_.Str() + "\\a\\*", true));
+}
+
 TEST_F(FileManagementTest, CreateDirectoriesStopsAtABareName)
 {
     const auto before = std::filesystem::current_path();
@@ -170,6 +187,27 @@ TEST_F(FileManagementTest, CreateDirectoriesOfAnEndlessPathIsAnInvalidPath)
     std::string path = "x";
     for (int i = 0; i < 100000; ++i) path += "/x";
     EXPECT_FALSE(FileManagement::CreateDirectories(path, true));
+}
+
+TEST_F(FileManagementTest, CreateDirectoriesLooksAtNothingForAPathBeyondTheBound)
+{
+    std::string path = directory_.Str();
+    while (path.size() <= 4095) path += "/x";
+    const FailingSeam seam(platform::FileOperation::Search, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(MessageOf([&] { FileManagement::CreateDirectories(path); }), "Invalid path: " + path);
+    EXPECT_EQ(seam.calls, 0);
+}
+
+TEST_F(FileManagementTest, CreateDirectoriesMakesAPathOfManyPartsOneByOne)
+{
+    constexpr int kParts = 1000;
+    std::string path = Path("deep");
+    for (int i = 0; i < kParts; ++i) path += "/d";
+    EXPECT_TRUE(FileManagement::CreateDirectories(path));
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+    const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FileManagement::CreateDirectories(path));
+    EXPECT_EQ(seam.calls, 0);
 }
 
 TEST_F(FileManagementTest, WriteWholeFileMakesItsParents)
@@ -283,6 +321,34 @@ TEST_F(FileManagementTest, CopyTreeTellsWhatIsWrong)
     EXPECT_EQ(MessageOf([&] { FileManagement::CopyTree(Path("a"), Path("x")); }), "Call to CopyFile failed (GetLastError() returned 112)");
 }
 
+TEST_F(FileManagementTest, CopyTreeOfADirectoryThatCannotBeListedCopiesNothing)
+{
+    MakeTree();
+    const FailingSeam seam(platform::FileOperation::Search, ERROR_ACCESS_DENIED, "a\\b\\*");
+    EXPECT_EQ(MessageOf([&] { FileManagement::CopyTree(directory_.Str() + "\\a", Path("copy")); }),
+              "Call to CopyFile failed (GetLastError() returned 5)");
+    EXPECT_EQ(seam.calls, 1);
+    EXPECT_FALSE(FileExists(directory_ / "copy"));
+}
+
+TEST_F(FileManagementTest, CopyTreeOfAPatternIsNoCopy)
+{
+    MakeTree();
+    EXPECT_NE(MessageOf([&] { FileManagement::CopyTree(directory_.Str() + "\\a\\*", Path("copy")); }), "no exception");
+    EXPECT_FALSE(FileManagement::CopyTree(directory_.Str() + "\\a\\*", Path("copy"), true));
+    EXPECT_FALSE(FileExists(directory_ / "copy"));
+}
+
+TEST_F(FileManagementTest, RemoveTreeOfADirectoryThatCannotBeListedTellsThatItIsNotEmpty)
+{
+    MakeTree();
+    const FailingSeam seam(platform::FileOperation::Search, ERROR_ACCESS_DENIED, "b\\*");
+    const std::string path = directory_.Str() + "\\a";
+    EXPECT_EQ(MessageOf([&] { FileManagement::RemoveTree(path); }),
+              "Call to RemoveDirectory failed for " + path + "\\b (GetLastError() returned 145)");
+    EXPECT_TRUE(FileExists(directory_ / "a/b/two"));
+}
+
 TEST_F(FileManagementTest, CopyTreeQuietlyAnswersFalse)
 {
     MakeTree();
@@ -370,6 +436,27 @@ TEST_F(FileManagementTest, IteratorWithNothingToFindIsEmptyAtOnce)
     FileIterator onlyDirectories(Path("a/one"), kDirectoryAttribute);
     EXPECT_EQ(onlyDirectories.First(), "");
     EXPECT_FALSE(onlyDirectories.HasMore());
+}
+
+TEST_F(FileManagementTest, IteratorTellsAFailedSearchFromAFinishedOne)
+{
+    MakeTree();
+    FileIterator whole(Path("a") + "\\*");
+    for (std::string name = whole.First(); !name.empty(); name = whole.Next()) EXPECT_EQ(whole.Error(), 0u);
+    EXPECT_EQ(whole.Error(), 0u);
+    FileIterator nothing(Path("a") + "\\*.MAI");
+    EXPECT_EQ(nothing.First(), "");
+    EXPECT_EQ(nothing.Error(), 0u);
+    FileIterator missing(Path("x") + "\\*");
+    EXPECT_EQ(missing.First(), "");
+    EXPECT_EQ(missing.Error(), ERROR_PATH_NOT_FOUND);
+    {
+        const FailingSeam seam(platform::FileOperation::Search, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(whole.First(), "");
+        EXPECT_EQ(whole.Error(), ERROR_ACCESS_DENIED);
+    }
+    EXPECT_EQ(whole.First(), ".");
+    EXPECT_EQ(whole.Error(), 0u) << "a new search";
 }
 
 TEST_F(FileManagementTest, IteratorThatIsLeftEarlyClosesItsSearch)

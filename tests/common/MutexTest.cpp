@@ -84,6 +84,22 @@ TEST(Mutex, ANullNameMakesANewMutexAtEachCall)
     CloseHandle(two);
 }
 
+TEST(Mutex, ANameLeadsToTheOneMutexThatBearsIt)
+{
+    void* const first = OpenOrCreateMutex("velmora-test-named");
+    void* const second = OpenOrCreateMutex("velmora-test-named");
+    void* const other = OpenOrCreateMutex("velmora-test-other");
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    {
+        const HeldElsewhere held(first);
+        EXPECT_EQ(WaitOnHandle(second, kShortMs), WaitResult::TimedOut);
+        EXPECT_TRUE(MutexLock(other, 0).Held());
+    }
+    EXPECT_TRUE(MutexLock(second, 0).Held()) << "made not owned";
+    for (void* handle : {first, second, other}) CloseHandle(handle);
+}
+
 TEST(WaitOnHandle, TellsAcquiredTimedOutAbandonedAndFailed)
 {
     const Mutex mutex;

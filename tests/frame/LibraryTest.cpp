@@ -237,5 +237,21 @@ TEST(Library, LoggingFunctionAnswersZeroInEveryCase)
     EXPECT_EQ(SetLoggingFunction(1, 2, 3, 4), 0u);
 }
 
+TEST(Library, ALoggingModuleWouldBeAskedUnderTheSameName)
+{
+    const HMODULE module = LoadLibraryA(VELMORA_TEST_MODULES "\\logging\\VLALOG.DLL");
+    const HMODULE without = LoadLibraryA(VELMORA_TEST_MODULES "\\notify\\VLAINFY.DLL");
+    ASSERT_NE(module, nullptr);
+    ASSERT_NE(without, nullptr);
+    Process().LoggingModule = module;
+    EXPECT_EQ(SetLoggingFunction(1, 2, 3, 4), 1234u);
+    Process().LoggingModule = without;
+    EXPECT_EQ(SetLoggingFunction(1, 2, 3, 4), 0u) << "it has no such function";
+    Process().LoggingModule = nullptr;
+    EXPECT_EQ(SetLoggingFunction(1, 2, 3, 4), 0u);
+    FreeLibrary(without);
+    FreeLibrary(module);
+}
+
 }  // namespace
 }  // namespace velmora

@@ -53,8 +53,10 @@ TEST_F(LoggingTest, StoreEventHasTheProviderWithTheLastErrorAndTheText)
     SetLastError(32);
     ReportStoreEvent("what happened");
     const std::string log = EventLog();
-    EXPECT_NE(log.find("Velmora Store Provider error: 32"), std::string::npos) << log;
-    EXPECT_NE(log.find("what happened"), std::string::npos) << log;
+    // One line: the time, then the entry.
+    const size_t behindTime = log.find('\t');
+    ASSERT_NE(behindTime, std::string::npos) << log;
+    EXPECT_EQ(log.substr(behindTime), "\tINFORMATION\t0x40000001\tVelmora Store Provider error: 32\twhat happened\n");
 }
 
 TEST_F(LoggingTest, StoreEventPrintsTheLastErrorSigned)

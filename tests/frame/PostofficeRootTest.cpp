@@ -3,6 +3,9 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
 
 #include "common/Text.h"
 #include "frame/Companions.h"
@@ -115,6 +118,53 @@ TEST_F(PostofficeRoot, AnEmptyMailRootIsReadAgain)
     store_.SetText("Mail Root", "D:\\late");
     EXPECT_EQ(Of("po"), "D:\\late\\po");
     EXPECT_STREQ(Process().MailRoot, "D:\\late");
+}
+
+TEST_F(PostofficeRoot, AMailRootThatIsReadAgainIsSeenEmptyOrWhole)
+{
+    Process().AllowCustomPostofficePaths = 0;
+    const std::string root = "D:\\" + std::string(900, 'r');
+    store_.SetText("Mail Root", root);
+    for (int round = 0; round < 50; ++round) {
+        std::memset(Process().MailRoot, 0, sizeof Process().MailRoot);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&, fills = i % 2 == 0] {
+                if (fills) {
+                    EXPECT_EQ(Of("po"), (root + "\\po").substr(0, 1023));
+                    return;
+                }
+                for (std::string_view seen; seen.empty(); std::this_thread::yield()) {
+                    seen = MailRootText();
+                    EXPECT_TRUE(seen.empty() || seen == root);
+                }
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+    }
+}
+
+TEST_F(PostofficeRoot, AMailRootThatHasATextKeepsIt)
+{
+    FillEmptyMailRoot("D:\\other");
+    EXPECT_EQ(MailRootText(), "C:\\store");
+}
+
+TEST_F(PostofficeRoot, AMailRootIsCutAtItsField)
+{
+    Process().MailRoot[0] = 0;
+    FillEmptyMailRoot("");
+    EXPECT_EQ(MailRootText(), "");
+    FillEmptyMailRoot(std::string(2000, 'r'));
+    EXPECT_EQ(MailRootText(), std::string(1023, 'r'));
+}
+
+TEST_F(PostofficeRoot, ManyThreadsThatAskAtOnceGetTheOneModule)
+{
+    UseModules("sized");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) threads.emplace_back([&] { EXPECT_EQ(Of("custom"), "C:\\sized root"); });
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(PostofficeRoot, AMailRootThatStaysEmptyGivesARelativePath)

@@ -4,10 +4,12 @@
 
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include "common/Text.h"
 #include "frame/ProcessState.h"
+#include "platform/FileSeam.h"
 #include "tests/support/Captured.h"
 #include "tests/support/TestStore.h"
 #include "velmora/index.h"
@@ -185,6 +187,26 @@ TEST_F(SetPaths, WithPublicFoldersOffPublicIsAPlainMailFolder)
     EXPECT_FALSE(IsDirectory("PUBROOT"));
 }
 
+TEST_F(SetPaths, AFaultBelowIsReportedAndAnswersZero)
+{
+    class ThrowingSeam : public platform::FileSeam {
+    public:
+        ThrowingSeam() : before_(platform::ReplaceFileSeam(this)) {}
+        ~ThrowingSeam() override { platform::ReplaceFileSeam(before_); }
+        platform::FileVerdict Before(platform::FileOperation, const char*, uint64_t) override { throw std::runtime_error("no memory"); }
+
+    private:
+        platform::FileSeam* before_;
+    };
+    STOREINDEXTYPE index;
+    CopyBounded(index.Postoffice, "po");
+    CopyBounded(index.Folder, "$VCFROOT");
+    const test::CapturedLog log;
+    const ThrowingSeam seam;
+    EXPECT_EQ(StoreIndex_SetPaths(&index), 0u);
+    EXPECT_TRUE(log.HasTrace("StoreIndex_SetPaths handled an exception; session will be dropped.\nThe exception was: no memory\n"));
+}
+
 TEST_F(SetPaths, LongNamesAreCutAtTheField)
 {
     STOREINDEXTYPE index;
@@ -279,6 +301,7 @@ TEST_F(FolderPaths, ContactsBelowASlashFollowTheRootWithNoSeparator)
 {
     EXPECT_EQ(FolderPath("$VCFROOT/x"), "\\VCFROOTx");
     EXPECT_EQ(FolderPath("$vcfroot/x/y"), "\\VCFROOTx/y");
+    EXPECT_EQ(FolderPath("$VCFROOT/x/"), "\\VCFROOTx/") << "only mail loses a separator at its end";
 }
 
 TEST_F(FolderPaths, ContactsBelowABackslashAreTheRootItself)
@@ -399,6 +422,17 @@ TEST_F(MailboxDirectory, IsNoneWithNothingBehindTheMailbox)
     EXPECT_EQ(Of("C:\\store\\po\\MAILROOT/box/Inbox"), "none:untouched");
     EXPECT_EQ(Of(""), "none:untouched");
     EXPECT_EQ(Of(nullptr), "none:untouched");
+}
+
+TEST_F(MailboxDirectory, ASeparatorBehindTheMailboxIsEnough)
+{
+    EXPECT_EQ(Of("C:\\store\\po\\MAILROOT\\box\\"), "C:\\store\\po\\MAILROOT\\box");
+}
+
+TEST_F(MailboxDirectory, OfAnEmptyMailboxKeepsTheSeparatorBeforeIt)
+{
+    EXPECT_EQ(Of("C:\\store\\po\\MAILROOT\\\\Inbox"), "C:\\store\\po\\MAILROOT\\");
+    EXPECT_EQ(Of("C:\\store\\po\\MAILROOT\\"), "none:untouched");
 }
 
 TEST_F(MailboxDirectory, AMailRootOfThatNameIsPassedOver)

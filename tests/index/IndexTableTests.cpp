@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "index/ItemOperations.h"
 #include "tests/index/TestTable.h"
 
 namespace velmora::test {
@@ -71,6 +72,40 @@ TEST(IndexTable, ADuplicateUidIsRefusedAndItsIdIsFreeAgain)
     EXPECT_EQ(ItemCountOf(table), 1u);
     ASSERT_NE(Add(table, "2.MAI", 6), nullptr);
     EXPECT_EQ(IdsByUid(table), "1.MAI 2.MAI");
+}
+
+TEST(IndexTable, AnIdThatAnIndexFileCannotCarryIsRefused)
+{
+    TestTable table;
+    const std::string longest(980, 'x');
+    for (const std::string& id :
+         {std::string("a>b"), std::string(1100, 'x'), longest + "x", std::string("u\" UID=\"-"), std::string("--"), std::string("-"),
+          std::string("a\"b"), std::string("a\"b\"c"), std::string("x\" UID=\"3"), std::string()}) {
+        auto item = NewItem(id);
+        EXPECT_FALSE(InsertItem(table, item.get())) << id;
+        EXPECT_EQ(item->Owner, nullptr);
+        EXPECT_EQ(FindLoadedItem(table, id), nullptr);
+    }
+    EXPECT_EQ(ItemCountOf(table), 0u);
+    EXPECT_EQ(table.LastUID, 0u);
+    EXPECT_EQ(table.FirstDirtyUID, 0);
+    for (const std::string& id : {std::string("a<b"), longest, std::string("-a-"), std::string("a&b=c d.MAI")})
+        EXPECT_NE(Add(table, id), nullptr);
+}
+
+TEST(IndexTable, AnIdThatAnIndexFileCannotCarryMakesNoItem)
+{
+    STOREINDEXTYPE index;
+    index.Table.LoadLevel = 3;
+    STOREITEMTYPE handle;
+    const std::string tooLong(1100, 'x');
+    for (const char* id : {"a>b", tooLong.c_str(), "u\" UID=\"-", "--", "a\"b\"c", "x\" UID=\"3"}) {
+        EXPECT_EQ(SelectOrCreateItem(index, handle, id), 0u) << id;
+        EXPECT_EQ(handle.Item, nullptr);
+    }
+    EXPECT_EQ(ItemCountOf(index.Table), 0u);
+    EXPECT_EQ(SelectOrCreateItem(index, handle, "a-b"), 1u);
+    UnInit(index.Table);
 }
 
 TEST(IndexTable, SeqIsThePositionAmongTheInsertsNotAmongTheUids)

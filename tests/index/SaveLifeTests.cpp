@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include "index/CachedDetails.h"
 #include "index/ItemBackend.h"
 #include "index/StoreIndexLife.h"
@@ -325,6 +327,27 @@ TEST_F(SaveLife, ACommitThatCannotSaveStillRefreshesTheCountsAndAnswersZero)
     EXPECT_EQ(StoreIndex_Commit(&record), 0u);
     EXPECT_TRUE(FileExists(inbox / "_FOLDER.DAT"));
     EXPECT_TRUE(HasLineAt(8, Line("StoreIndex_Commit::Committed Index for folder %s\n", record)));
+}
+
+TEST_F(SaveLife, ACommitWhoseCountsFailBehindAGoodSaveAnswersAsTheSave)
+{
+    HostRecord record("INBOX");
+    OpenInbox(record);
+    GiveMutex(*record);
+    record.Change("1.MAI", "SUBJECT", "changed");
+    // Behind the save the counts find less of the table than they need, and the load of the rest breaks off.
+    bool saved = false;
+    WatchedFiles files;
+    files.fail = [&](FileOperation operation, std::string_view path) -> uint32_t {
+        if (saved) throw std::runtime_error("no memory");
+        saved = operation == FileOperation::Delete && path.ends_with("_index.blk");
+        if (saved) record->Table.LoadLevel = 2;
+        return 0;
+    };
+    EXPECT_EQ(StoreIndex_Commit(&record), 1u);
+    files.fail = nullptr;
+    EXPECT_TRUE(log.HasTrace("StoreIndex_Commit handled an exception; session will be dropped.\nThe exception was: no memory\n"));
+    EXPECT_NE(IndexBytes().find("<SUBJECT>changed</SUBJECT>"), std::string::npos);
 }
 
 // ---- StoreIndex_SaveChanged ----

@@ -17,25 +17,25 @@ std::string TextOf(uint64_t fileTime)
 
 TEST(DateForms, TheFileTimeOf1970IsUnixZero)
 {
-    EXPECT_EQ(UnixSecondsFromFileTime(kUnixEpoch), 0);
-    EXPECT_EQ(FileTimeFromUnixSeconds(0), kUnixEpoch);
+    EXPECT_EQ(UnixTimeFromFileTime(kUnixEpoch), 0);
+    EXPECT_EQ(UnixTimeToFileTime(0), kUnixEpoch);
 }
 
 TEST(DateForms, FileTimesBefore1970TruncateTowardsZero)
 {
-    EXPECT_EQ(UnixSecondsFromFileTime(kUnixEpoch - 1), 0);
-    EXPECT_EQ(UnixSecondsFromFileTime(kUnixEpoch - 9999999), 0);
-    EXPECT_EQ(UnixSecondsFromFileTime(kUnixEpoch - 10000000), -1);
-    EXPECT_EQ(UnixSecondsFromFileTime(0), -11644473600);
+    EXPECT_EQ(UnixTimeFromFileTime(kUnixEpoch - 1), 0);
+    EXPECT_EQ(UnixTimeFromFileTime(kUnixEpoch - 9999999), 0);
+    EXPECT_EQ(UnixTimeFromFileTime(kUnixEpoch - 10000000), -1);
+    EXPECT_EQ(UnixTimeFromFileTime(0), -11644473600);
 }
 
-TEST(DateForms, TheEndOf32BitSecondsIsTheMarkForNoDate) { EXPECT_EQ(FileTimeFromUnixSeconds(0x7FFFFFFF), 0x01E9FD1ED4A5E980u); }
+TEST(DateForms, TheEndOf32BitSecondsIsTheMarkForNoDate) { EXPECT_EQ(UnixTimeToFileTime(0x7FFFFFFF), 0x01E9FD1ED4A5E980u); }
 
 TEST(DateForms, IsoTextGoesToAFileTimeAndBack)
 {
     uint64_t fileTime = 0;
     ASSERT_TRUE(ParseIsoDateTime("2011-02-07T10:30:59", fileTime));
-    EXPECT_EQ(UnixSecondsFromFileTime(fileTime), 1297074659);
+    EXPECT_EQ(UnixTimeFromFileTime(fileTime), 1297074659);
     EXPECT_EQ(TextOf(fileTime), "2011-02-07T10:30:59");
 }
 

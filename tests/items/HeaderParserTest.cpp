@@ -244,6 +244,12 @@ TEST(FromHeader, SenderBehindItIsIgnoredWithItsContinuation) { EXPECT_STREQ(Pars
 
 TEST(FromHeader, SenderBehindAnEmptyOneCounts) { EXPECT_STREQ(ParseText("From:\r\nSender: s\r\n more\r\n\r\n").From, "smore"); }
 
+TEST(FromHeader, IgnoresTheCaseOfItsName)
+{
+    EXPECT_STREQ(ParseText("FROM: f\r\n\r\n").From, "f");
+    EXPECT_STREQ(ParseText("from: f\r\n\r\n").From, "f");
+}
+
 TEST(FromHeader, IsNotContinued) { EXPECT_STREQ(ParseText("From: \"A\"\r\n <a@b>\r\n\r\n").From, "\"A\""); }
 
 TEST(FromHeader, EndsTheContinuationOfSender) { EXPECT_STREQ(ParseText("Sender: s\r\nFrom: f\r\n tail\r\n\r\n").From, "f"); }
@@ -276,6 +282,12 @@ TEST(ReadHeader, TemporaryFlagsBehindItReplaceSeen)
     EXPECT_EQ(ParseText("X-Read: 1\r\nX-VLTempFlags: \\FLAGGED\r\n\r\n").TempFlags, "\\FLAGGED");
     EXPECT_EQ(ParseText("X-VLTempFlags: \\FLAGGED\r\nX-Read: 1\r\n\r\n").TempFlags, "\\FLAGGED \\SEEN");
     EXPECT_EQ(ParseText("X-Read: 1\r\nX-VLTempFlags: \\FLAGGED\r\n\r\n").Read, 1);
+}
+
+TEST(TempFlagsHeader, IgnoresTheCaseOfItsName)
+{
+    EXPECT_EQ(ParseText("x-vltempflags: \\FLAGGED\r\n\r\n").TempFlags, "\\FLAGGED");
+    EXPECT_EQ(ParseText("X-VLTEMPFLAGS: \\FLAGGED\r\n\r\n").TempFlags, "\\FLAGGED");
 }
 
 TEST(TempFlagsHeader, AddsToNothingOfTheCaller)
@@ -335,6 +347,12 @@ TEST(PriorityHeader, BelowOneOrWithoutANumberIsThree)
     EXPECT_EQ(ParseText("Subject: x\r\n\r\n").Importance, 3);
 }
 
+TEST(PriorityHeader, IgnoresTheCaseOfItsName)
+{
+    EXPECT_EQ(ParseText("x-priority: 1\r\n\r\n").Importance, 1);
+    EXPECT_EQ(ParseText("X-PRIORITY: 1\r\n\r\n").Importance, 1);
+}
+
 TEST(PriorityHeader, ReadsAtMost64Bytes)
 {
     EXPECT_EQ(ParseText("X-Priority: " + std::string(63, '0') + "57\r\n\r\n").Importance, 5);
@@ -362,6 +380,15 @@ TEST(DateHeader, GivesBothDatesWhenNothingWasReceivedBefore)
     const MessageHeader header = ParseText(Line("Date: ", kMonday) + "\r\n");
     EXPECT_STREQ(header.MessageDate, kMondayIso);
     EXPECT_STREQ(header.Received, kMondayIso);
+}
+
+TEST(DateHeader, IgnoresTheCaseOfItsNameForBothDates)
+{
+    for (const char* name : {"date: ", "DATE: "}) {
+        const MessageHeader header = ParseText(Line(name, kMonday) + "\r\n");
+        EXPECT_STREQ(header.MessageDate, kMondayIso) << name;
+        EXPECT_STREQ(header.Received, kMondayIso) << name;
+    }
 }
 
 TEST(DateHeader, LeavesAReceivedDateThatStandsBeforeIt)
@@ -398,6 +425,12 @@ TEST(ReceivedHeader, TheFirstWithADateOnItsLineCounts)
     const MessageHeader header =
         ParseText("Received: from a by b\r\n" + Line("Received: by c; ", kMonday) + Line("Received: by d; ", kTuesday) + "\r\n");
     EXPECT_STREQ(header.Received, kMondayIso);
+}
+
+TEST(ReceivedHeader, IgnoresTheCaseOfItsName)
+{
+    EXPECT_STREQ(ParseText(Line("received: by x; ", kMonday) + "\r\n").Received, kMondayIso);
+    EXPECT_STREQ(ParseText(Line("RECEIVED: by x; ", kMonday) + "\r\n").Received, kMondayIso);
 }
 
 TEST(ReceivedHeader, ADateFoldedToTheNextLineIsNotFollowed)
@@ -587,6 +620,15 @@ TEST(SetItemProperties, FlagsComeFromTheMessageAndItsReadState)
     EXPECT_EQ(flags("X-VLTempFlags: \\FLAGGED\r\n\r\n"), "\\FLAGGED \\RECENT");
     EXPECT_EQ(flags("X-Read: 1\r\nX-VLTempFlags: \\FLAGGED\r\n\r\n"), "\\FLAGGED \\SEEN");
     EXPECT_EQ(flags("X-VLTempFlags: \\recent\r\n\r\n"), "\\recent");
+}
+
+TEST(SetItemProperties, AReadMessageWithAnEmptyListIsRecent)
+{
+    MessageHeader header = ParseText("X-Read: 1\r\nX-VLTempFlags: \r\n\r\n");
+    IndexItemPropertyContainer item;
+    MessageHeader_SetItemProperties(item, header, false);
+    EXPECT_EQ(Text(item, "FLAGSTATUS"), "\\RECENT");
+    EXPECT_EQ(Text(item, "READ"), "1");
 }
 
 TEST(ParseMessageHeadersOfAFile, TellsTheLastWriteInDosForm)

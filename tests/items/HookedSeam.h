@@ -39,6 +39,17 @@ inline HookedSeam::Hook FailOn(platform::FileOperation failing, std::string_view
     };
 }
 
+// Makes every read fail with error 23 behind an open of a path that ends in `name`, up to the next open.
+inline HookedSeam::Hook FailReadsOf(std::string_view name)
+{
+    return [name, inside = false](platform::FileOperation operation, std::string_view path, uint64_t) mutable {
+        if (operation == platform::FileOperation::Open) inside = path.ends_with(name);
+        platform::FileVerdict verdict;
+        if (operation == platform::FileOperation::Read && inside) verdict.fail = 23;
+        return verdict;
+    };
+}
+
 }  // namespace velmora::test
 
 #endif

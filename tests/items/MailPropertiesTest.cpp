@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -10,6 +11,7 @@
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
 #include "index/ItemOperations.h"
+#include "items/ColumnValue.h"
 #include "items/PropertyConversion.h"
 #include "tests/support/TestStore.h"
 
@@ -268,13 +270,13 @@ TEST_F(MailItem, AnEmptyColumnIsAnEmptyText)
     EXPECT_EQ(Text("PR_VL_CC"), "");
 }
 
-TEST_F(MailItem, WithoutAnItemOnlyTheContextAndTheClassAnswer)
+TEST_F(MailItem, WithoutAnItemOnlyTheContextAnswers)
 {
     handle_.Item = nullptr;
     EXPECT_EQ(Text("PR_SUBJECT"), "(none)");
     EXPECT_EQ(Text("VL_ITEM_ID"), "(none)");
+    EXPECT_EQ(Text("VL_ITEM_CLASS"), "(none)");
     EXPECT_EQ(Text("VL_FOLDER"), "Inbox");
-    EXPECT_EQ(Number("VL_ITEM_CLASS"), 0);
 }
 
 TEST_F(MailItem, NamesThatTheTableMissesFallBackToTheContext)
@@ -288,6 +290,23 @@ TEST_F(MailItem, AValueEndsAtAZeroByte)
 {
     handle_.Item->SetText("SUBJECT", std::string_view("ab\0cd", 5));
     EXPECT_EQ(Text("PR_SUBJECT"), "ab");
+}
+
+TEST_F(MailItem, TextOfAFixedSizeFillsItsField)
+{
+    for (const int32_t stored : {PropText, PropString}) {
+        for (const size_t length : {5u, 1023u, 1024u, 5000u}) {
+            handle_.Item->SetText("SUBJECT", std::string(length, 's'));
+            void* value = nullptr;
+            uint64_t size = 0;
+            ASSERT_EQ(GetColumnValue(handle_, {"SUBJECT", 0, PropText, stored}, &value, &size), 2u);
+            const Owned owner(value);
+            ASSERT_EQ(size, 1024u);
+            std::string expected(std::min<size_t>(length, 1023), 's');
+            expected.resize(1024, '\0');
+            EXPECT_EQ(std::string(static_cast<const char*>(value), 1024), expected) << stored << " " << length;
+        }
+    }
 }
 
 TEST_F(MailItem, ALongSubjectIsReadWhole)

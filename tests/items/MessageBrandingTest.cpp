@@ -6,12 +6,14 @@
 #include "tests/items/HookedSeam.h"
 #include "tests/items/Messages.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora::test {
 namespace {
 
 constexpr char kNoInput[] = "Could not open message file for input\r\n";
+constexpr char kNotMoved[] = "Could not move message file into place\r\n";
 constexpr char kNoOutput[] = "Could not open message file for writing\r\n";
 
 class Branding : public testing::Test {
@@ -141,6 +143,7 @@ TEST_F(Branding, StripWithoutATemporaryFileKeepsTheMessage)
 TEST_F(Branding, BrandWithoutATemporaryFileLosesTheMessage)
 {
     Write("Subject: x\r\n\r\nbody");
+    const FakeClock clock;
     std::string said;
     {
         const HookedSeam seam(FailOn(platform::FileOperation::Open, "_a.MAI", 5));
@@ -148,6 +151,95 @@ TEST_F(Branding, BrandWithoutATemporaryFileLosesTheMessage)
     }
     EXPECT_EQ(said, kNoOutput);
     EXPECT_TRUE(Names().empty());
+    EXPECT_TRUE(clock.Sleeps().empty());
+}
+
+TEST_F(Branding, AMessageThatCannotBeDeletedStaysAndItsCopyGoes)
+{
+    for (const auto rewrite : {BrandMessageFile, StripMessageBranding}) {
+        Write("X-UID: 99.7\r\n\r\nbody");
+        const FakeClock clock;
+        {
+            const HookedSeam seam(FailOn(platform::FileOperation::Delete, "\\a.MAI", 32));
+            EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(rewrite(folder_.string(), "a.MAI", 99, 12), 1u); }), "");
+        }
+        EXPECT_EQ(Read(), "X-UID: 99.7\r\n\r\nbody");
+        EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
+        EXPECT_TRUE(clock.Sleeps().empty());
+    }
+}
+
+TEST_F(Branding, AMoveThatFailsIsTriedAgain)
+{
+    Write("X-UID: 99.7\r\n\r\nbody");
+    const FakeClock clock;
+    uint32_t moves = 0;
+    {
+        const HookedSeam seam([&moves](platform::FileOperation operation, std::string_view, uint64_t) {
+            platform::FileVerdict verdict;
+            if (operation == platform::FileOperation::Move && ++moves <= 3) verdict.fail = 32;
+            return verdict;
+        });
+        EXPECT_EQ(CaptureStdout([&] { StripMessageBranding(folder_.string(), "a.MAI", 99, 12); }), "");
+    }
+    EXPECT_EQ(moves, 4u);
+    EXPECT_EQ(clock.Sleeps(), std::vector<uint32_t>(3, 1000));
+    EXPECT_EQ(Read(), "\r\nbody");
+    EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
+}
+
+TEST_F(Branding, AMoveThatKeepsFailingBecomesACopy)
+{
+    Write("X-UID: 99.7\r\n\r\nbody");
+    const FakeClock clock;
+    {
+        const HookedSeam seam(FailOn(platform::FileOperation::Move, "_a.MAI", 32));
+        EXPECT_EQ(CaptureStdout([&] { StripMessageBranding(folder_.string(), "a.MAI", 99, 12); }), kNotMoved);
+    }
+    EXPECT_EQ(clock.Sleeps(), std::vector<uint32_t>(3, 1000));
+    EXPECT_EQ(Read(), "\r\nbody");
+    EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
+}
+
+TEST_F(Branding, ACopyThatCannotBePutInPlaceIsNotThrownAway)
+{
+    Write("X-UID: 99.7\r\n\r\nbody");
+    const FakeClock clock;
+    {
+        const HookedSeam seam([](platform::FileOperation operation, std::string_view, uint64_t) {
+            const bool fails = operation == platform::FileOperation::Move || operation == platform::FileOperation::Copy;
+            return platform::FileVerdict{fails ? 32u : 0u, UINT64_MAX};
+        });
+        EXPECT_EQ(CaptureStdout([&] { StripMessageBranding(folder_.string(), "a.MAI", 99, 12); }), kNotMoved);
+    }
+    EXPECT_EQ(Names(), std::vector<std::string>{"_a.MAI"});
+    EXPECT_EQ(ReadFileBytes(folder_ / "_a.MAI"), "\r\nbody");
+}
+
+TEST_F(Branding, ADeviceIsNoMessage)
+{
+    std::filesystem::create_symlink("/dev/zero", folder_ / "a.MAI");
+    for (const auto rewrite : {BrandMessageFile, StripMessageBranding})
+        EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(rewrite(folder_.string(), "a.MAI", 99, 12), 1u); }), kNoInput);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "a.MAI"));
+    EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
+}
+
+TEST_F(Branding, AFullDiskEndsTheCopyBeforeTheEndOfTheMessage)
+{
+    Write("X-UID: 99.7\r\n\r\n" + std::string(4u << 20, 'x'));
+    for (const auto rewrite : {BrandMessageFile, StripMessageBranding}) {
+        uint64_t asked = 0;
+        {
+            const HookedSeam seam([&asked](platform::FileOperation operation, std::string_view, uint64_t bytes) {
+                if (operation == platform::FileOperation::Read) asked += bytes;
+                return platform::FileVerdict{operation == platform::FileOperation::Write ? 112u : 0u, UINT64_MAX};
+            });
+            EXPECT_EQ(CaptureStdout([&] { rewrite(folder_.string(), "a.MAI", 99, 12); }), kNoOutput);
+        }
+        EXPECT_LT(asked, 1u << 20);
+        EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
+    }
 }
 
 TEST_F(Branding, ACopyThatIsNotWholeNeverReplacesTheMessage)

@@ -153,6 +153,13 @@ protected:
     }
 };
 
+TEST_F(MessageDate, TheMomentMayNotLieBehindTheYear3000)
+{
+    UseZone("UTC");
+    EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 +0000"), "3000-12-31T23:59:59");
+    EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 -0100"), "untouched");
+}
+
 TEST_F(MessageDate, ABlankAtTheEndIsAnEmptyZone)
 {
     UseZone("Asia/Kolkata");

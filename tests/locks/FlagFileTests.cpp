@@ -132,7 +132,30 @@ TEST_F(FlagFiles, TheDirtyCheckClearsCachedTransactionsWhenTheyAreOn)
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
 }
 
-TEST_F(FlagFiles, ANullFolderNeedsAScanAndTouchesNothing) { EXPECT_TRUE(StoreIndex_FolderNeedsScan(nullptr)); }
+TEST_F(FlagFiles, ANullFolderNeedsAScanAndTouchesNothing)
+{
+    class CountingSeam : public platform::FileSeam {
+    public:
+        CountingSeam() : before_(platform::ReplaceFileSeam(this)) {}
+        ~CountingSeam() override { platform::ReplaceFileSeam(before_); }
+        platform::FileVerdict Before(platform::FileOperation, const char*, uint64_t) override
+        {
+            ++calls;
+            return {};
+        }
+        int calls = 0;
+
+    private:
+        platform::FileSeam* before_;
+    };
+    Switches().CachedTransactionsEnabled = 1;
+    CountingSeam seam;
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(nullptr));
+    EXPECT_EQ(MarkFolderDirty(nullptr), 1u);
+    EXPECT_EQ(seam.calls, 0);
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_GT(seam.calls, 0);
+}
 
 }  // namespace
 }  // namespace velmora::test

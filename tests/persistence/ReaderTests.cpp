@@ -464,6 +464,55 @@ TEST(StreamReader, ASelectionIsNotVerified)
 
 // --- sizes ---------------------------------------------------------------------------------------------------------
 
+// Removed elements of a mebibyte each, and an item behind them.
+class LargeSource : public ByteSource {
+public:
+    explicit LargeSource(uint64_t mebibytes) : left_(mebibytes << 20), piece_(Element("-", "-", {{"SUBJECT", std::string(kMebibyte, 'x')}}))
+    {
+        const size_t surplus = piece_.size() - kMebibyte;
+        piece_.erase(piece_.find('x'), surplus);
+        rest_ = Element("a", 7) + kRootEnd;
+        given_ = Header(7);
+    }
+    size_t Read(char* buffer, size_t size) override
+    {
+        if (at_ == given_.size()) NextPiece();
+        const size_t got = given_.copy(buffer, size, at_);
+        at_ += got;
+        return got;
+    }
+
+private:
+    static constexpr size_t kMebibyte = size_t{1} << 20;
+    void NextPiece()
+    {
+        at_ = 0;
+        if (left_ == 0) {
+            given_.clear();
+            given_.swap(rest_);
+            return;
+        }
+        left_ -= kMebibyte;
+        if (given_.size() != piece_.size()) given_ = piece_;
+    }
+    uint64_t left_;
+    std::string piece_, rest_, given_;
+    size_t at_ = 0;
+};
+
+TEST(StreamReader, AnElementBeyondFourGigabytesAsksForAFullRewrite)
+{
+    for (const uint64_t mebibytes : {4095u, 4096u}) {
+        TestTable table;
+        LargeSource source(mebibytes);
+        ParseOptions options;
+        options.garbageThreshold = 100000;
+        ASSERT_EQ(ParseIndexStream(table, source, options).result, ParseResult::Good);
+        EXPECT_EQ(IdsByUid(table), "a");
+        EXPECT_EQ(table.RewriteRequired, mebibytes == 4096 ? 1 : 0);
+    }
+}
+
 TEST(StreamReader, ATagOf1022BytesIsWholeAndOneOf1023LosesItsEnd)
 {
     const auto elementWithTagOf = [](size_t size) {

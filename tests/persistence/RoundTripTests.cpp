@@ -95,11 +95,13 @@ void ChangeSomething(SORTEDSTOREINDEXTYPE& table, Model& model, Dice& dice, uint
         } else if (kind < 4) {
             auto* item = dice.Pick(items);
             model.erase(item->Uid());
-            // Kept: taking out the first dirty item forgets the mark, so a change behind it waits for another one.
+            // Kept: taking out the first dirty item forgets the mark, so a change behind it to an item that is in the file
+            // waits for another one. New items are written all the same.
             const bool forgets = table.FirstDirtyUID == static_cast<int32_t>(item->Uid());
             const std::string id(item->Id());
             ASSERT_EQ(RemoveItems(table, id.c_str()), 1u);
-            if (forgets && !model.empty() && table.Content->ByUID.FirstFrom(0)) MarkItemChanged(*table.Content->ByUID.FirstFrom(0));
+            auto* const first = table.Content->ByUID.FirstFrom(0);
+            if (forgets && first && first->FileOffset != 0) MarkItemChanged(*first);
         } else {
             auto* item = dice.Pick(items);
             const std::string column = kColumns[dice.Below(std::size(kColumns))];

@@ -7,6 +7,7 @@
 
 #include "platform/FileSeam.h"
 #include "platform/win32.h"
+#include "tests/persistence/FileFaults.h"
 #include "tests/persistence/IndexFolder.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FakeClock.h"
@@ -371,20 +372,6 @@ TEST_F(Writer, AnItemThatShrinksInAPartIsReportedTooAndSavedCorrectly)
 }
 
 // --- a file in use -------------------------------------------------------------------------------------------------
-
-struct HeldFile {
-    explicit HeldFile(const std::filesystem::path& path)
-        : handle(CreateFileA(path.string().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
-    {
-    }
-    ~HeldFile() { Release(); }
-    void Release()
-    {
-        if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-        handle = INVALID_HANDLE_VALUE;
-    }
-    HANDLE handle;
-};
 
 TEST_F(Writer, AFileInUseIsTriedAgainTwentyTimesAndGivenUp)
 {

@@ -101,12 +101,12 @@ int Contend(const std::string& path, SharedCounts& counts, int rounds)
     return 0;
 }
 
-TEST_F(PosixBlockFiles, ManyProcessesNeverHoldOneBlockAtOnceNorLoseIt)
+// Several processes contend for the block at `path`.
+void ExpectOneHolderAtATime(const std::string& path)
 {
     void* memory = mmap(nullptr, sizeof(SharedCounts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
     auto& counts = *new (memory) SharedCounts{};
-    const std::string path = At("_index.blk");
     constexpr int kProcesses = 4;
     constexpr int kRounds = 3000;
     std::vector<pid_t> children;
@@ -117,6 +117,17 @@ TEST_F(PosixBlockFiles, ManyProcessesNeverHoldOneBlockAtOnceNorLoseIt)
     EXPECT_GT(counts.taken, kRounds / 10);
     EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), kDidNotFail) << "none is left behind";
     munmap(memory, sizeof(SharedCounts));
+}
+
+TEST_F(PosixBlockFiles, ManyProcessesNeverHoldOneBlockAtOnceNorLoseIt) { ExpectOneHolderAtATime(At("_index.blk")); }
+
+TEST_F(PosixBlockFiles, ManyProcessesNeverHoldOneBlockAtOnceWhereItIsLinkedFromANeighbour)
+{
+    SystemCalls calls;
+    calls.refuseUnnamedFiles = EOPNOTSUPP;
+    ExpectOneHolderAtATime(At("_index.blk"));
+    EXPECT_EQ(calls.Count("linkat"), 0u);
+    EXPECT_EQ(Search(At("*")), (std::vector<std::string>{".", "..", "_index.blk"})) << "no neighbour is left behind";
 }
 
 class PosixBirths : public PlatformTest, public testing::WithParamInterface<Birth> {

@@ -47,6 +47,20 @@ TEST_F(Sharing, SharingWithDeleteLetsTheFileBeMoved)
     EXPECT_TRUE(IsThere(At("g")));
 }
 
+TEST_F(Sharing, SharingWithDeleteLetsTheFileBeDeletedAndReadToItsEnd)
+{
+    const std::string path = MakeFile("f", "text");
+    Opened holder(OpenToRead(path, kShareWithDelete));
+    EXPECT_TRUE(DeleteFileA(path.c_str())) << GetLastError();
+    char text[8] = {};
+    DWORD done = 0;
+    EXPECT_TRUE(ReadFile(holder.Get(), text, sizeof(text), &done, nullptr));
+    EXPECT_EQ(std::string(text, done), "text");
+    holder.Close();
+    EXPECT_FALSE(IsThere(path));
+    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), kDidNotFail) << "the name is free";
+}
+
 TEST_F(Sharing, TwoThreadsMeetAsTwoProcessesDo)
 {
     const std::string path = MakeFile("f");

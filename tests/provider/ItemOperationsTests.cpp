@@ -2,9 +2,11 @@
 #include "index/ItemOperations.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
+#include "locks/FlagFiles.h"
 #include "tests/provider/ProviderFixture.h"
 
 namespace velmora::test {
@@ -183,6 +185,36 @@ TEST_F(ItemOperations, WithNoIdAndNoItemNothingIsWritten)
     EXPECT_EQ(WriteColumnValue(&index, handle, nullptr, "SUBJECT", "s"), 0u);
     EXPECT_EQ(index.Changed, 0u);
     EXPECT_EQ(ItemCountOf(index.Table), 2u);
+}
+
+TEST_F(ItemOperations, AWriteThatIsRefusedMakesNoItem)
+{
+    for (const char* const column : {"A>B", "", "@", "@UID", "UID"}) {
+        EXPECT_EQ(WriteColumnValue(&index, handle, "c", column, "9"), 0u) << column;
+        EXPECT_EQ(handle.Item, nullptr) << column;
+    }
+    EXPECT_EQ(WriteColumnValue(&index, handle, "c", nullptr, "9"), 0u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "c", "@ID", "another"), 0u);
+    EXPECT_EQ(ItemCountOf(index.Table), 2u);
+    EXPECT_EQ(index.Table.LastUID, 2u);
+    EXPECT_EQ(index.Changed, 0u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "c", "@ID", "c"), 1u) << "the ID that the new item has anyway";
+    EXPECT_EQ(ItemCountOf(index.Table), 3u);
+}
+
+TEST_F(ItemOperations, AWriteIsNotedInTheFolderWhenTransactionsAreCached)
+{
+    const TempDirectory directory;
+    CopyBounded(index.Path, directory.Str());
+    const uint32_t before = std::exchange(Switches().CachedTransactionsEnabled, 0u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "SUBJECT", "s"), 1u);
+    EXPECT_FALSE(FileExists(directory / "_CACHED.DTY"));
+    Switches().CachedTransactionsEnabled = 1;
+    EXPECT_EQ(WriteColumnValue(nullptr, handle, "a", "SUBJECT", "s"), 1u);
+    EXPECT_FALSE(FileExists(directory / "_CACHED.DTY")) << "no record, no folder";
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "SUBJECT", "s"), 1u);
+    EXPECT_TRUE(FileExists(directory / "_CACHED.DTY"));
+    Switches().CachedTransactionsEnabled = before;
 }
 
 TEST_F(ItemOperations, AKeyColumnIsNamedBehindAnAt)

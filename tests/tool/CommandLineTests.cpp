@@ -70,6 +70,48 @@ TEST_F(CommandLine, ANameThatTheLibraryWouldCutIsAUsageError)
     EXPECT_EQ(TreeOf(Root()), before);
 }
 
+TEST_F(CommandLine, TheToolsOwnOptionsMayStandBehindAVerb)
+{
+    MakeStore();
+    std::vector<std::string> ids = ImportSubjects({"one"});
+    Outcome run = Tool({"item", "list", kInbox, "--store", Root().string(), "--format", "json"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(nlohmann::json::parse(run.out).at(0).at("VL_ITEM_ID"), ids[0]);
+    // An argument that is called as a noun is none.
+    EXPECT_EQ(Tool({"item", "set", kInbox, ids[0], "PR_SUBJECT", "import", "--store", Root().string()}).out, "import\n");
+}
+
+TEST_F(CommandLine, AFaultLineHasNoControlBytes)
+{
+    Outcome run = Tool({"import", "/no\nwhere\x1B[2J\xC2\x9B\x9B gr\xC3\xBC\xC3\x9F\x7F", "--to", kInbox, "--store", "/nope\x1B[2J"});
+    EXPECT_EQ(run.err, "vlstore: no such store: /nope\\x1B[2J\n");
+    MakeStore();
+    ExpectRefusal({"import", "/no\nwhere\x1B[2J\xC2\x9B\x9B gr\xC3\xBC\xC3\x9F\x7F", "--to", kInbox}, 66,
+                  "no such file or directory: /no where\\x1B[2J\\x9B\\x9B gr\xC3\xBC\xC3\x9F\\x7F");
+}
+
+TEST_F(CommandLine, ASettingsFileThatIsNotThereIsOneLine)
+{
+    for (const char* verb : {"list", "get"}) {
+        std::vector<std::string> arguments = {"settings", verb};
+        if (arguments[1] == "get") arguments.emplace_back("Mail Root");
+        ExpectRefusal(arguments, 66, "no such store: " + Root().string());
+        ExpectOneLine(Tool(arguments), 66);
+        EXPECT_EQ(Tool(arguments).err, std::string("vlstore: no such settings file: ") + std::getenv("VELMORA_REGISTRY") + "\n");
+    }
+    EXPECT_EQ(Tool({"item", "list", kInbox}).err, std::string("vlstore: no such settings file: ") + std::getenv("VELMORA_REGISTRY") + "\n");
+}
+
+TEST_F(CommandLine, AMailRootOutsideTheStoreIsNoted)
+{
+    MakeStore();
+    fs::path elsewhere = Directory().Path() / "elsewhere";
+    fs::rename(Root() / "POSTOFFICES", elsewhere);
+    EXPECT_EQ(InStore({"settings", "set", "Mail Root", elsewhere.string()}).err, "");
+    Outcome run = InStore({"item", "list", kInbox});
+    EXPECT_EQ(run.err, "vlstore: note: the mail root of " + Root().string() + " lies outside it: " + elsewhere.string() + "\n");
+}
+
 TEST_F(CommandLine, AStoreThatIsNotThereIsOneLine)
 {
     ExpectRefusal({"item", "list", kInbox}, 66, "no such store: " + Root().string());
@@ -97,7 +139,7 @@ TEST_F(CommandLine, WithoutStoreTheEnvironmentNamesTheSettingsFile)
 TEST_F(CommandLine, OutputThatCannotBeWrittenIsAnError)
 {
     MakeStore();
-    Outcome run = RunProgram(ToolPath(), {"--store", Root().string(), "settings", "list"}, Directory(), "/dev/full");
+    Outcome run = RunProgram(ToolPath(), {"--store", Root().string(), "settings", "list"}, Directory(), {.stdoutPath = "/dev/full"});
     EXPECT_EQ(run.exitCode, 74);
     EXPECT_EQ(run.err, "vlstore: cannot write to standard output\n");
 }

@@ -1,6 +1,15 @@
 // import: every form of source, counts in and counts out, and what must not happen.
 
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdlib>
+#include <memory>
+#include <set>
+#include <sstream>
 
 #include "tests/tool/ToolRun.h"
 
@@ -22,6 +31,21 @@ protected:
         std::vector<std::string> subjects;
         for (const auto& row : JsonInStore({"item", "list", kInbox})) subjects.push_back(row.at("PR_SUBJECT"));
         return subjects;
+    }
+    // So many that something can be done to a run before it comes to its end.
+    static constexpr int kManyMessages = 10000;
+    fs::path ManyMessages() const
+    {
+        std::string mbox;
+        for (int i = 0; i < kManyMessages; ++i) mbox += "From a@b Thu Jan  1 00:00:00 1970\nSubject: x\n\nbody\n\n";
+        return MakeFile("many.mbox", mbox);
+    }
+    static std::set<std::string> SortedLines(const std::string& text)
+    {
+        std::istringstream stream(text);
+        std::set<std::string> lines;
+        for (std::string line; std::getline(stream, line);) lines.insert(line);
+        return lines;
     }
     std::string ItemBytes(const std::string& id) const { return ReadFileBytes(FolderPath() / id); }
     std::vector<std::string> ItemFiles() const
@@ -83,8 +107,48 @@ TEST_F(Import, ADirectoryIsTakenFlatAndByName)
     MakeFile("in/LICENSE", "Permission is hereby granted: to all\n");
     Outcome run = InStore({"import", (Directory().Path() / "in").string(), "--to", kInbox});
     EXPECT_EQ(run.out, "imported 3 of 3 messages into po/box/Inbox\n");
-    EXPECT_EQ(run.err, "vlstore: skipped, not a message: " + (Directory().Path() / "in/LICENSE").string() + "\n");
+    fs::path in = Directory().Path() / "in";
+    EXPECT_EQ(run.err, "vlstore: skipped, hidden: " + (in / ".hidden.eml").string() + "\nvlstore: skipped, a directory: " +
+                           (in / "below").string() + "\nvlstore: skipped, not a message: " + (in / "LICENSE").string() + "\n");
     EXPECT_EQ(Subjects(), (std::vector<std::string>{"a", "b", ""}));
+}
+
+TEST_F(Import, EverythingThatIsLeftOutOfADirectoryIsNamed)
+{
+    fs::path in = Directory().Path() / "in";
+    MakeFile("in/a.eml", Mail("a"));
+    MakeFile("in/nothing", "");
+    MakeFile("in/picture.gif", "GIF89a");
+    fs::create_directory(in / ".hidden directory");
+    fs::create_symlink("/nowhere/at/all", in / "broken");
+    ASSERT_EQ(::mkfifo((in / "fifo").c_str(), 0600), 0);
+    Outcome run = InStore({"import", in.string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
+    EXPECT_EQ(SortedLines(run.err), (std::set<std::string>{
+                                        "vlstore: skipped, a directory: " + (in / ".hidden directory").string(),
+                                        "vlstore: skipped, a link to nothing: " + (in / "broken").string(),
+                                        "vlstore: skipped, empty: " + (in / "nothing").string(),
+                                        "vlstore: skipped, not a file: " + (in / "fifo").string(),
+                                        "vlstore: skipped, not a message: " + (in / "picture.gif").string(),
+                                    }));
+}
+
+TEST_F(Import, EverythingThatIsLeftOutOfAMaildirIsNamed)
+{
+    fs::path md = Directory().Path() / "md";
+    MakeFile("md/cur/1.host:2,S", Mail("seen"));
+    MakeFile("md/cur/.lock", "");
+    MakeFile("md/tmp/5.host", Mail("unfinished"));
+    MakeFile("md/.Sent/cur/1.host:2,S", Mail("sent"));
+    MakeFile("md/uidlist", "3 V1");
+    Outcome run = InStore({"import", md.string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
+    EXPECT_EQ(SortedLines(run.err), (std::set<std::string>{
+                                        "vlstore: skipped, another folder: " + (md / ".Sent").string(),
+                                        "vlstore: skipped, hidden: " + (md / "cur/.lock").string(),
+                                        "vlstore: skipped, not a message: " + (md / "uidlist").string(),
+                                        "vlstore: skipped, not delivered yet: " + (md / "tmp/5.host").string(),
+                                    }));
 }
 
 TEST_F(Import, AMboxIsSplitAtItsSeparators)
@@ -102,9 +166,36 @@ TEST_F(Import, AMboxIsSplitAtItsSeparators)
     EXPECT_EQ(ItemBytes(rows[2].at("VL_ITEM_ID")), "Subject: third\n\nno line end");
 }
 
+TEST_F(Import, AParagraphThatBeginsWithFromStaysInItsMessage)
+{
+    std::string body =
+        "\nFrom here on it is text.\n\nFrom Thu Jan  1 00:00:00 1970\n\nFrom a@b Thu Jan  1 00:00:00\n\n"
+        "From a@b Thursday Jan  1 00:00:00 1970\n\nFrom a@b Thu Jan 1st 00:00:00 1970\n\nFrom a@b Thu Jan 1 noon 1970\n";
+    std::string mbox = "From a@b Thu Jan  1 00:00:00 1970\nSubject: one\n" + body;
+    nlohmann::json rows = ImportJson(MakeFile("some.mbox", mbox));
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")), "Subject: one\n" + body);
+}
+
+TEST_F(Import, ASeparatorMayNameItsSenderAndItsZoneInSeveralForms)
+{
+    std::string mbox;
+    std::vector<std::string> subjects;
+    for (const char* separator :
+         {"From - Thu Jan  1 00:00:00 1970", "From a@b  Fri Dec 31 23:59 1999", "From Ada L <a@b> Sat Feb 29 1:02:03 2020 +0100",
+          "From a@b Sun Mar 15 01:02:03 MET 2009", "From a@b Mon Apr 6 01:02:03 -0700 2015 remote from host"}) {
+        subjects.push_back(std::to_string(subjects.size()));
+        mbox += std::string(separator) + "\nSubject: " + subjects.back() + "\n\n\n";
+    }
+    EXPECT_EQ(ImportJson(MakeFile("some", mbox)).size(), 5u);
+    EXPECT_EQ(Subjects(), subjects);
+}
+
 TEST_F(Import, AMboxWithCarriageReturnsKeepsThem)
 {
-    std::string mbox = "From a Thu\r\nSubject: one\r\n\r\nbody\r\n\r\nFrom b Thu\r\nSubject: two\r\n\r\nbody\r\n\r\n";
+    std::string mbox =
+        "From a Thu Jan 01 00:00:00 1970\r\nSubject: one\r\n\r\nbody\r\n\r\nFrom b Thu Jan 01 00:00:00 1970\r\nSubject: "
+        "two\r\n\r\nbody\r\n\r\n";
     nlohmann::json rows = ImportJson(MakeFile("named-otherwise", mbox));
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(ItemBytes(rows[0].at("VL_ITEM_ID")), "Subject: one\r\n\r\nbody\r\n");
@@ -179,7 +270,7 @@ TEST_F(Import, ADryRunWritesNothing)
 {
     ImportSubjects({"there already"});
     MakeFile("in/a.eml", Mail("a"));
-    MakeFile("in/b.mbox", "From a Thu\n" + Mail("b") + "\nFrom c Thu\n" + Mail("c"));
+    MakeFile("in/b.mbox", "From a Thu Jan 1 00:00 1970\n" + Mail("b") + "\nFrom c Thu Jan 1 00:00 1970\n" + Mail("c"));
     std::map<std::string, std::string> before = TreeOf(Root());
     Outcome run = InStore({"import", (Directory().Path() / "in").string(), "--to", kInbox, "--dry-run"});
     EXPECT_EQ(run.out, "would import 3 messages into po/box/Inbox\n");
@@ -247,6 +338,88 @@ TEST_F(Import, AHeldFolderIsBusyBeforeAnythingIsWritten)
     EXPECT_EQ(TreeOf(FolderPath()), before);
 }
 
+TEST_F(Import, WhatAKilledImportLeftIsFoundByTheNextOpen)
+{
+    ImportSubjects({"before"});
+    Outcome run = InStoreWith({.meanwhile =
+                                   [this](pid_t child) {
+                                       AwaitTrue([this] { return fs::exists(FolderPath() / "00000002.MAI"); });
+                                       ::kill(child, SIGKILL);
+                                   }},
+                              {"import", ManyMessages().string(), "--to", kInbox});
+    ASSERT_EQ(run.exitCode, -1) << "it came to its end before it could be killed";
+    std::vector<std::string> files = ItemFiles();
+    std::erase_if(files, [](const std::string& name) { return name.starts_with('_'); });
+    ASSERT_GE(files.size(), 2u);
+    EXPECT_EQ(JsonInStore({"item", "list", kInbox}).size(), files.size());
+}
+
+TEST_F(Import, ALockThatIsTakenMeanwhileIsNoReasonToTryAgain)
+{
+    std::unique_ptr<HeldBlock> block;
+    Outcome run = InStoreWith({.meanwhile =
+                                   [&](pid_t child) {
+                                       AwaitTrue([this] { return fs::exists(FolderPath() / "00000001.MAI"); });
+                                       ::kill(child, SIGSTOP);
+                                       int status = 0;
+                                       ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
+                                       ASSERT_TRUE(WIFSTOPPED(status)) << "it came to its end before it could be stopped";
+                                       block = std::make_unique<HeldBlock>(FolderPath());
+                                       ::kill(child, SIGCONT);
+                                   }},
+                              {"--format", "tab", "import", ManyMessages().string(), "--to", kInbox});
+    EXPECT_EQ(run.exitCode, 74);
+    std::string count = std::to_string(kManyMessages);
+    EXPECT_TRUE(run.err.ends_with("\nvlstore: " + count + " written, not checked: folder is busy (lock held): po/box/Inbox\n"));
+    EXPECT_TRUE(run.err.starts_with("vlstore: written, not checked: 00000001.MAI from ")) << run.err.substr(0, 200);
+    EXPECT_NE(run.out.find("00000001.MAI\t"), std::string::npos);
+    block.reset();
+    EXPECT_EQ(JsonInStore({"item", "list", kInbox}).size(), static_cast<size_t>(kManyMessages));
+}
+
+TEST_F(Import, AnIndexThatAFullDiskDoesNotTakeIsAnError)
+{
+    fs::path disk = FolderPath();
+    if (::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=256k") != 0) GTEST_SKIP() << "no file system can be mounted here";
+    struct Unmount {
+        fs::path at;
+        ~Unmount() { ::umount2(at.c_str(), MNT_DETACH); }
+    } unmount{disk};
+
+    // The directory entries of a tmpfs take no room: what a message, the flag file and the new index take is cut short.
+    fs::path file = MakeFile("a.eml", Mail("a"));
+    std::error_code error;
+    uintmax_t page = static_cast<uintmax_t>(::sysconf(_SC_PAGESIZE));
+    fs::path filler = disk / "filler";
+    WriteFileBytes(filler, std::string(fs::space(disk, error).available - 2 * page, 'x'));
+    Outcome run = InStore({"import", file.string(), "--to", kInbox}, 74);
+    EXPECT_NE(run.err.find("vlstore: the index could not be saved: po/box/Inbox\n"), std::string::npos) << run.err;
+    EXPECT_EQ(ItemFiles(), std::vector<std::string>{"00000001.MAI"});
+
+    fs::remove(filler);
+    EXPECT_EQ(Subjects(), std::vector<std::string>{"a"});
+    EXPECT_FALSE(fs::exists(disk / "_CHANGE.DTY"));
+}
+
+TEST_F(Import, AFaultStandsInALineOfItsOwnOnATerminal)
+{
+    MakeFile("md/cur/a", Mail("a"));
+    fs::path broken = Directory().Path() / "md/cur/b";
+    fs::create_symlink("/proc/self/mem", broken);
+    Terminal terminal;
+    InStoreWith({.stderrPath = terminal.Path()}, {"import", (Directory().Path() / "md").string(), "--to", kInbox});
+    std::string shown = terminal.Read();
+    EXPECT_NE(shown.find("1 of 2\r\x1b[Kvlstore: not imported: " + broken.string()), std::string::npos) << shown;
+}
+
+TEST_F(Import, AStoreThatSavesNoIndexesIsNoted)
+{
+    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    Outcome run = InStore({"import", MakeFile("a.eml", Mail("a")).string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
+    EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;
+}
+
 TEST_F(Import, ADirtyFlagThatWasThereIsTakenIntoAccount)
 {
     WriteFileBytes(FolderPath() / "0000000A.MAI", Mail("delivered"));
@@ -293,10 +466,17 @@ TEST_F(Import, EveryRealMessageIsImportedAndListed)
     const char* data = std::getenv("VELMORA_TEST_DATA");
     if (!data || !fs::is_directory(fs::path(data) / "mail")) GTEST_SKIP() << "VELMORA_TEST_DATA names no directory with mail in it";
     std::map<std::string, std::string> expected;  // path to bytes
+    std::set<std::string> others;                 // a licence, an empty file
     for (const auto& entry : fs::directory_iterator(fs::path(data) / "mail")) {
-        if (entry.path().extension() == ".eml") expected[entry.path().string()] = ReadFileBytes(entry.path());
+        if (entry.path().extension() == ".eml")
+            expected[entry.path().string()] = ReadFileBytes(entry.path());
+        else
+            others.insert(entry.path().string());
     }
     ASSERT_GT(expected.size(), 50u);
+    std::string skipped = InStore({"import", (fs::path(data) / "mail").string(), "--to", kInbox, "--dry-run"}).err;
+    EXPECT_EQ(SortedLines(skipped).size(), others.size());
+    for (const std::string& other : others) EXPECT_NE(skipped.find(": " + other + "\n"), std::string::npos) << other;
     nlohmann::json rows = ImportJson(fs::path(data) / "mail");
     std::map<std::string, std::string> sizes;  // item to size
     for (const auto& row : rows) {

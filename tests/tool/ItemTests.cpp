@@ -1,5 +1,6 @@
 // item list, show, get and set, and folder status.
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -20,6 +21,17 @@ protected:
         return out.empty() ? out : out.substr(0, out.size() - 1);
     }
 };
+
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < text.size();) {
+        size_t end = std::min(text.find('\n', at), text.size());
+        lines.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return lines;
+}
 
 class FolderStatus : public Item {};
 class BusyFolder : public Item {};
@@ -51,19 +63,50 @@ TEST_F(Item, AnEmptyFolderIsAnEmptyArray)
               "VL_ITEM_ID\tPR_SUBJECT\tPR_VL_FROM\tPR_VL_MESSAGEDATE\tPR_VL_SIZE\tPR_VL_READ\tPR_VL_ATTACHMENTS\tPR_VL_FLAGSTATUS\n");
 }
 
-TEST_F(Item, ATableIsCutTo120ColumnsWithoutATerminal)
+TEST_F(Item, ATableIsWholeWithoutATerminal)
 {
     ImportSubjects({std::string(300, 's'), "short"});
+    std::vector<std::string> lines = Lines(InStore({"item", "list", kInbox}).out);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_NE(lines[1].find(std::string(300, 's') + "  Ada <ada@example.org>"), std::string::npos);
+}
+
+TEST_F(Item, ATableIsCutToTheColumnsThatTheEnvironmentAsksFor)
+{
+    ImportSubjects({std::string(300, 's'), "short"});
+    ScopedVariable columns("COLUMNS", "120");
+    std::vector<std::string> lines = Lines(InStore({"item", "list", kInbox}).out);
+    ASSERT_EQ(lines.size(), 3u);
+    for (const std::string& line : lines) EXPECT_LE(line.size(), 120u);
+    EXPECT_NE(lines[2].find("short"), std::string::npos);
+}
+
+TEST_F(Item, ATableOnATerminalIsCutButNeverItsIds)
+{
+    std::string id = "a-name-that-a-delivery-agent-gave.MAI";
+    WriteFileBytes(FolderPath() / id, "Subject: " + std::string(300, 's') + "\n\n");
+    WriteFileBytes(FolderPath() / "_CHANGE.DTY", "x");
+    Terminal terminal;
+    EXPECT_EQ(InStoreWith({.stdoutPath = terminal.Path()}, {"item", "list", kInbox}).exitCode, 0);
+    std::vector<std::string> lines = Lines(terminal.Read());
+    ASSERT_EQ(lines.size(), 2u);
+    for (const std::string& line : lines) EXPECT_LE(line.size(), 80u + 1u) << "with the carriage return of a terminal";
+    EXPECT_TRUE(lines[1].starts_with(id + "  s")) << lines[1];
+}
+
+TEST_F(Item, ATableShowsNoControlsToATerminal)
+{
+    ImportSubjects(
+        {"a\x1B[2Jb\x9B"
+         "c\xC2\x9B"
+         "d\x7F"
+         "e\xC2\xA0"
+         "f"});
     std::string table = InStore({"item", "list", kInbox}).out;
-    size_t lines = 0;
-    for (size_t at = 0; at < table.size(); ++lines) {
-        size_t end = table.find('\n', at);
-        ASSERT_NE(end, std::string::npos);
-        EXPECT_LE(end - at, 120u);
-        at = end + 1;
-    }
-    EXPECT_EQ(lines, 3u);
-    EXPECT_NE(table.find("short"), std::string::npos);
+    EXPECT_NE(table.find("a [2Jb c d e\xC2\xA0"
+                         "f  "),
+              std::string::npos)
+        << table;
 }
 
 TEST_F(Item, JsonIsUtf8WhateverTheBytes)
@@ -145,8 +188,30 @@ TEST_F(Item, ASensitivityIsANumber)
 TEST_F(Item, AValueThatIsNotStoredAsGivenIsAnError)
 {
     ImportSubjects({"one"});
-    ExpectRefusal({"item", "set", kInbox, "00000001.MAI", "PR_VL_READ", "yes"}, 74,
-                  "not stored as given: PR_VL_READ of 00000001.MAI is now \"0\"");
+    // Without a writer of indexes no change is stored.
+    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    Outcome run = InStore({"item", "set", kInbox, "00000001.MAI", "PR_VL_READ", "1"}, 74);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;
+    EXPECT_TRUE(run.err.ends_with("\nvlstore: not stored as given: PR_VL_READ of 00000001.MAI is now \"0\"\n")) << run.err;
+}
+
+TEST_F(Item, AValueThatIsNoneOfItsPropertyIsRefused)
+{
+    ImportSubjects({"one"});
+    std::map<std::string, std::string> before = TreeOf(Root());
+    for (const char* value : {"x", "yes", "", "2", "01"}) {
+        ExpectRefusal({"item", "set", kInbox, "00000001.MAI", "PR_VL_READ", value}, 65,
+                      std::string("PR_VL_READ takes 0 or 1: \"") + value + "\"");
+    }
+    for (const char* name : {"PR_VL_SIZE", "PR_VL_ATTACHMENTS", "PR_VL_IMPORTANCE"}) {
+        for (const char* value : {"abc", "", "1x", "1.5", " 1"}) {
+            ExpectRefusal({"item", "set", kInbox, "00000001.MAI", name, value}, 65,
+                          std::string(name) + " takes a decimal number: \"" + value + "\"");
+        }
+    }
+    EXPECT_EQ(TreeOf(Root()), before);
+    EXPECT_EQ(InStore({"item", "set", kInbox, "00000001.MAI", "PR_VL_SIZE", "77"}).out, "77\n");
 }
 
 TEST_F(Item, WhatTheStoreKeepsItselfCannotBeSet)
@@ -282,7 +347,10 @@ TEST_F(BusyFolder, ABlockThatNobodyHoldsIsBrokenByTheLibrary)
     ImportSubjects({"one"});
     InStore({"settings", "set", "Index Unblock Mode", "1", "--key", "Providers"});
     WriteFileBytes(FolderPath() / "_index.blk", "");
-    EXPECT_EQ(JsonInStore({"item", "list", kInbox}).size(), 1u);
+    Outcome run = InStore({"--format", "tab", "item", "list", kInbox});
+    EXPECT_EQ(Lines(run.out).size(), 2u);
+    EXPECT_EQ(run.err, "vlstore: note: waiting up to a minute for a block file that no process holds: " +
+                           (FolderPath() / "_index.blk").string() + "\n");
     EXPECT_FALSE(fs::exists(FolderPath() / "_index.blk"));
 }
 

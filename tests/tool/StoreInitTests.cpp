@@ -31,6 +31,24 @@ TEST_F(StoreInit, DefaultsSetNothingButTheMailRoot)
     EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + (Root() / "POSTOFFICES").string() + "\"\r\n");
 }
 
+TEST_F(StoreInit, DefaultsAreSaidToSaveNoIndexes)
+{
+    Outcome run = Tool({"store", "init", Root().string(), "--defaults"});
+    EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;
+    EXPECT_EQ(Tool({"store", "init", Root().string() + "2"}).err, "");
+    EXPECT_EQ(InStore({"settings", "set", "Use XML Stream Index Serialisation", "1"}).err, "");
+    EXPECT_EQ(InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"}).err, run.err);
+}
+
+TEST_F(StoreInit, RefusesARootThatOtherPlatformsCannotName)
+{
+    for (const char* name : {"a*", "a?b", "a\"b", "a<b", "a>b", "a|b", "a:b", "a\nb", "a\x7F", "a\\b", "a*/below"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Tool({"store", "init", (Directory().Path() / name).string()}).exitCode, 64);
+        EXPECT_FALSE(fs::exists(Directory().Path() / name));
+    }
+}
+
 TEST_F(StoreInit, RefusesAStoreThatIsThere)
 {
     MakeStore();
@@ -93,7 +111,7 @@ TEST_F(MailboxAdd, RefusesNamesThatAreNoDirectoryNames)
 {
     MakeStore();
     std::map<std::string, std::string> before = TreeOf(Root());
-    for (const char* name : {"", ".", "..", "a/b", "a\\b", "a*", "a?", "a\"b", "a<b", "a>b", "a|b", "a:b", "a\nb", "a ", "a."}) {
+    for (const char* name : {"", ".", "..", "a/b", "a\\b", "a*", "a?", "a\"b", "a<b", "a>b", "a|b", "a:b", "a\nb", "a\x7F", "a ", "a."}) {
         SCOPED_TRACE(name);
         InStore({"mailbox", "add", "po", name}, 64);
         InStore({"mailbox", "add", name, "box"}, 64);

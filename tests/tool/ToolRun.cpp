@@ -1,10 +1,13 @@
 #include "tests/tool/ToolRun.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -12,13 +15,19 @@ namespace velmora::test {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr unsigned kNobody = 65534;
+
+}  // namespace
+
 fs::path ToolPath() { return VLSTORE_PROGRAM; }
 
 Outcome RunProgram(const fs::path& program, const std::vector<std::string>& arguments, const TempDirectory& directory,
-                   const char* stdoutPath)
+                   const RunOptions& options)
 {
-    fs::path outPath = stdoutPath ? fs::path(stdoutPath) : directory.Path() / "stdout.txt";
-    fs::path errPath = directory.Path() / "stderr.txt";
+    fs::path outPath = options.stdoutPath.empty() ? directory.Path() / "stdout.txt" : fs::path(options.stdoutPath);
+    fs::path errPath = options.stderrPath.empty() ? directory.Path() / "stderr.txt" : fs::path(options.stderrPath);
     std::vector<const char*> argv{program.c_str()};
     for (const std::string& argument : arguments) argv.push_back(argument.c_str());
     argv.push_back(nullptr);
@@ -32,16 +41,59 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& argu
         ::dup2(in, STDIN_FILENO);
         ::dup2(out, STDOUT_FILENO);
         ::dup2(err, STDERR_FILENO);
+        if (options.asNobody && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(126);
         ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
         ::_exit(127);
     }
+    if (options.meanwhile) options.meanwhile(child);
     int status = 0;
     ::waitpid(child, &status, 0);
     Outcome run;
     if (WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
-    if (!stdoutPath) run.out = ReadFileBytes(outPath);
-    run.err = ReadFileBytes(errPath);
+    if (options.stdoutPath.empty()) run.out = ReadFileBytes(outPath);
+    if (options.stderrPath.empty()) run.err = ReadFileBytes(errPath);
     return run;
+}
+
+void AwaitTrue(const std::function<bool()>& condition)
+{
+    auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) throw std::runtime_error("waited for a minute");
+    }
+}
+
+ScopedVariable::ScopedVariable(const char* name, const char* value) : name_(name) { ::setenv(name, value, 1); }
+ScopedVariable::~ScopedVariable() { ::unsetenv(name_); }
+
+Terminal::Terminal() : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)), slave_(-1)
+{
+    if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) throw std::runtime_error("no terminal to be had");
+    slave_ = ::open(Path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    winsize size{};
+    size.ws_col = 80;
+    if (slave_ < 0 || ::ioctl(slave_, TIOCSWINSZ, &size) != 0) throw std::runtime_error("no terminal to be had");
+}
+
+Terminal::~Terminal()
+{
+    ::close(slave_);
+    ::close(master_);
+}
+
+std::string Terminal::Path() const { return ::ptsname(master_); }
+
+std::string Terminal::Read()
+{
+    std::string text;
+    pollfd ready{master_, POLLIN, 0};
+    while (::poll(&ready, 1, 100) == 1) {
+        char piece[4096];
+        ssize_t count = ::read(master_, piece, sizeof piece);
+        if (count <= 0) break;
+        text.append(piece, static_cast<size_t>(count));
+    }
+    return text;
 }
 
 std::map<std::string, std::string> TreeOf(const fs::path& root)
@@ -81,6 +133,12 @@ Outcome ToolTest::InStore(std::vector<std::string> arguments, int exitCode) cons
     Outcome run = Tool(arguments);
     EXPECT_EQ(run.exitCode, exitCode) << run.err;
     return run;
+}
+
+Outcome ToolTest::InStoreWith(const RunOptions& options, std::vector<std::string> arguments) const
+{
+    arguments.insert(arguments.begin(), {"--store", Root().string()});
+    return RunProgram(ToolPath(), arguments, directory_, options);
 }
 
 nlohmann::json ToolTest::JsonInStore(std::vector<std::string> arguments) const

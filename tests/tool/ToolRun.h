@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/types.h>
+
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -22,9 +25,45 @@ struct Outcome {
     std::string err;
 };
 
-// Starts `program` with its output going to files below `directory`. `stdoutPath` replaces the first of them.
+struct RunOptions {
+    std::string stdoutPath = {}, stderrPath = {};  // in place of a file below the directory
+    bool asNobody = false;                         // as a user without rights of its own; only root may ask for it
+    std::function<void(pid_t)> meanwhile = {};     // called while the program runs
+};
+
+// Starts `program` with its output going to files below `directory`, and waits for its end.
 Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const TempDirectory& directory,
-                   const char* stdoutPath = nullptr);
+                   const RunOptions& options = {});
+
+// Waits until `condition` holds; throws when it does not within a minute.
+void AwaitTrue(const std::function<bool()>& condition);
+
+// An environment variable, set until the end of scope.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const char* value);
+    ~ScopedVariable();
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    const char* name_;
+};
+
+// A terminal of 80 columns that a program writes to.
+class Terminal {
+public:
+    Terminal();
+    ~Terminal();
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+    std::string Path() const;
+    std::string Read();  // what has been written so far
+
+private:
+    int master_;
+    int slave_;  // kept open, so that nothing is lost when the program ends
+};
 
 std::filesystem::path ToolPath();
 
@@ -55,6 +94,7 @@ protected:
     Outcome Tool(const std::vector<std::string>& arguments) const { return RunProgram(ToolPath(), arguments, directory_); }
     // With --store, and the test failing unless it ends with `exitCode`.
     Outcome InStore(std::vector<std::string> arguments, int exitCode = 0) const;
+    Outcome InStoreWith(const RunOptions& options, std::vector<std::string> arguments) const;
     // The same in JSON form, parsed.
     nlohmann::json JsonInStore(std::vector<std::string> arguments) const;
     // A run that must fail with `exitCode` and say `line` and nothing else.

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace vlstore {
 
@@ -16,6 +17,7 @@ enum class ExitCode : int {
     CannotCreate = 73,  // something is there already, or cannot be made
     IoError = 74,       // reading, writing or saving failed
     Temporary = 75,     // a lock is held; try again later
+    NoPermission = 77,  // the user may not read or write what is needed
 };
 
 // Ends the verb. `what` is one line for a person, without "vlstore: " and without a line end.
@@ -27,6 +29,18 @@ public:
 private:
     ExitCode code_;
 };
+
+// The code for an error of the system: a missing permission has its own.
+inline ExitCode CodeOf(const std::error_code& error, ExitCode otherwise)
+{
+    bool refused = error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
+    return refused ? ExitCode::NoPermission : otherwise;
+}
+
+inline Failure CannotRead(const std::string& path, const std::error_code& error, ExitCode otherwise = ExitCode::IoError)
+{
+    return Failure(CodeOf(error, otherwise), "cannot read " + path + ": " + error.message());
+}
 
 }  // namespace vlstore
 

@@ -51,7 +51,7 @@ void CheckNewName(std::string_view what, std::string_view name)
 {
     bool bad = name.empty() || name.size() > kLongestPart || name == "." || name == ".." || name.back() == ' ' || name.back() == '.';
     for (char c : name)
-        bad = bad || static_cast<unsigned char>(c) < 0x20 || std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos;
+        bad = bad || static_cast<unsigned char>(c) < 0x20 || c == 0x7F || std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos;
     if (bad) throw Failure(ExitCode::Usage, "not a name for a " + std::string(what) + ": \"" + std::string(name) + "\"");
 }
 

@@ -36,6 +36,8 @@ const char* BlockText(const fs::path& directory)
             return "free";
         case BlockState::Held:
             return "held";
+        case BlockState::Hidden:
+            return "unknown";
         case BlockState::Unheld:
             break;
     }

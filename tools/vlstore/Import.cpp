@@ -2,7 +2,6 @@
 // them is listed. What did not come through is named, and the exit code says so.
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <unordered_set>
@@ -10,6 +9,7 @@
 
 #include "ExitCode.h"
 #include "ItemWriter.h"
+#include "Message.h"
 #include "MessageSource.h"
 #include "OpenFolder.h"
 #include "Progress.h"
@@ -65,17 +65,18 @@ public:
         if (!HoldsMail(name_)) throw Failure(ExitCode::Unavailable, "not a mail folder: " + name_.Str());
         fs::path directory = store_.FolderDirectory(name_);
         list_ = CollectSources(options_.paths);
-        for (const fs::path& path : list_.skipped) std::fprintf(stderr, "vlstore: skipped, not a message: %s\n", path.c_str());
+        for (const SkippedEntry& entry : list_.skipped) PutMessage(std::string("skipped, ") + entry.reason + ": " + entry.path.string());
         CountAll();
         if (options_.dryRun) return ReportDryRun();
+        RequireReadAndWrite(directory);
         if (LockWaitOf(session_) == LockWait::Refuse) RefuseIfHeld(name_, directory);
 
         ItemWriter writer(directory);
         CheckRowLimit(writer.FilesPresent());
         WriteAll(writer);
         if (!imported_.empty()) {
-            writer.MarkDirty();
-            CheckListed();
+            MarkAgain(writer);
+            Check(writer);
         }
         Report();
     }
@@ -105,9 +106,26 @@ private:
                                           "; raise it with: vlstore settings set \"Maximum Index Rows\" NUMBER");
     }
 
+    // For the last message, which an open may have missed that took the mark away.
+    void MarkAgain(const ItemWriter& writer)
+    {
+        try {
+            writer.MarkDirty();
+        } catch (const Failure& failure) {
+            AddFault(failure.Code(), failure.what());
+        }
+    }
+
     void WriteAll(ItemWriter& writer)
     {
         Progress progress(total_);
+        progress_ = &progress;
+        WriteSources(writer);
+        progress_ = nullptr;
+    }
+
+    void WriteSources(ItemWriter& writer)
+    {
         std::string message;
         for (const MessageSource& source : list_.sources) {
             if (stopped_) return;
@@ -117,7 +135,7 @@ private:
                 while (stream.Next(message)) {
                     label = stream.Label();
                     if (!WriteOne(writer, message, label, source.flags)) return;
-                    progress.Step();
+                    progress_->Step();
                 }
             } catch (const Failure& failure) {
                 AddFault(failure.Code(), "not imported: " + label + ": " + failure.what());
@@ -129,6 +147,8 @@ private:
     bool WriteOne(ItemWriter& writer, const std::string& message, const std::string& label, const std::string& flags)
     {
         try {
+            // The mark stands before a message does, so that what a killed run leaves behind is found by the next open.
+            if (!writer.IsMarkedDirty()) writer.MarkDirty();
             imported_.push_back({writer.Write(message), label, flags});
         } catch (const Failure& failure) {
             AddFault(failure.Code(), "stopped at " + label + ": " + failure.what());
@@ -137,50 +157,79 @@ private:
         return !stopped_;
     }
 
-    void CheckListed()
+    // The messages are in the folder whatever comes out of this, and an import that is run again would bring them twice: a
+    // failure here is none of those after which one tries again.
+    void Check(const ItemWriter& writer)
+    {
+        try {
+            CheckListed(writer);
+        } catch (const Failure& failure) {
+            unchecked_ = std::to_string(imported_.size()) + " written, not checked: " + failure.what();
+            for (const Imported& item : imported_) AddFault(ExitCode::IoError, "written, not checked: " + item.id + " from " + item.label);
+        }
+    }
+
+    // The first open makes the index, and shows what it has in memory. What counts is what an open finds behind it.
+    void CheckListed(const ItemWriter& writer)
     {
         OpenFolder folder(store_, name_, LockWaitOf(session_));
+        std::unordered_set<std::string> listed = Listed(folder);
+        for (const Imported& item : imported_) {
+            if (listed.contains(item.id)) SetFlags(folder, item);
+        }
+        folder.SaveAndReload();
+        CheckSaved(writer, folder);
+        listed = Listed(folder);
+        for (const Imported& item : imported_) {
+            if (listed.contains(item.id)) {
+                ++listedCount_;
+                CheckFlags(folder, item);
+            } else {
+                AddFault(ExitCode::IoError, "not listed: " + item.id + " from " + item.label);
+            }
+        }
+    }
+
+    // An open that could not save the index leaves the mark, and so does a delivery between that open and the look at it; the
+    // next open takes the delivery's away.
+    void CheckSaved(const ItemWriter& writer, OpenFolder& folder)
+    {
+        if (!writer.IsMarkedDirty()) return;
+        if (!SettingsFile::Load(store_.SettingsFile()).SavesIndexes()) return PutMessage(kNoIndexWriterNote);
+        folder.SaveAndReload();
+        if (writer.IsMarkedDirty()) AddFault(ExitCode::IoError, "the index could not be saved: " + name_.Str());
+    }
+
+    static std::unordered_set<std::string> Listed(OpenFolder& folder)
+    {
         std::unordered_set<std::string> listed;
         for (bool more = folder.First(); more; more = folder.Next()) listed.insert(folder.CurrentId());
-        bool flagged = false;
-        for (const Imported& item : imported_) {
-            if (!listed.contains(item.id)) {
-                AddFault(ExitCode::IoError, "not listed: " + item.id + " from " + item.label);
-                continue;
-            }
-            ++listedCount_;
-            flagged = SetFlags(folder, item) || flagged;
-        }
-        if (flagged) CheckFlags(folder);
+        return listed;
     }
 
-    static bool SetFlags(OpenFolder& folder, const Imported& item)
+    static void SetFlags(OpenFolder& folder, const Imported& item)
     {
         std::string status = FlagStatus(item.flags);
-        if (status.empty()) return false;
+        if (status.empty()) return;
         folder.Set(item.id, *FindMailProperty("PR_VL_FLAGSTATUS"), status);
         if (item.flags.find(kSeenLetter) != std::string::npos) folder.Set(item.id, *FindMailProperty("PR_VL_READ"), "1");
-        return true;
     }
 
-    void CheckFlags(OpenFolder& folder)
+    void CheckFlags(OpenFolder& folder, const Imported& item)
     {
-        folder.SaveAndReload();
-        for (const Imported& item : imported_) {
-            std::string status = FlagStatus(item.flags);
-            if (status.empty()) continue;
-            folder.Select(item.id);
-            bool seen = item.flags.find(kSeenLetter) != std::string::npos;
-            bool read = !seen || folder.Get(*FindMailProperty("PR_VL_READ")) == Cell("1");
-            if (!read || folder.Get(*FindMailProperty("PR_VL_FLAGSTATUS")) != Cell(status)) {
-                AddFault(ExitCode::IoError, "flags not stored: " + item.id + " from " + item.label);
-            }
-        }
+        std::string status = FlagStatus(item.flags);
+        if (status.empty()) return;
+        folder.Select(item.id);
+        bool seen = item.flags.find(kSeenLetter) != std::string::npos;
+        bool read = !seen || folder.Get(*FindMailProperty("PR_VL_READ")) == Cell("1");
+        if (read && folder.Get(*FindMailProperty("PR_VL_FLAGSTATUS")) == Cell(status)) return;
+        AddFault(ExitCode::IoError, "flags not stored: " + item.id + " from " + item.label);
     }
 
     void AddFault(ExitCode code, const std::string& line)
     {
-        std::fprintf(stderr, "vlstore: %s\n", line.c_str());
+        if (progress_) progress_->Erase();
+        PutMessage(line);
         if (firstFault_ == ExitCode::Ok) firstFault_ = code;
     }
 
@@ -200,15 +249,17 @@ private:
     void Report()
     {
         std::string counts = std::to_string(listedCount_) + " of " + std::to_string(total_) + " messages into " + name_.Str();
-        output_.Remark("imported " + counts);
+        if (unchecked_.empty()) output_.Remark("imported " + counts);
         if (output_.GetFormat() != Format::Table) {
             output_.Begin({"VL_ITEM_ID", "source"});
             for (const Imported& item : imported_) output_.Add({item.id, item.label});
             output_.End();
         }
         output_.Finish();
+        if (!unchecked_.empty()) throw Failure(ExitCode::IoError, unchecked_);
         if (firstFault_ == ExitCode::Ok && listedCount_ == total_) return;
-        throw Failure(firstFault_ == ExitCode::Ok ? ExitCode::IoError : firstFault_, "imported only " + counts);
+        throw Failure(firstFault_ == ExitCode::Ok ? ExitCode::IoError : firstFault_,
+                      (listedCount_ == total_ ? "imported with faults: " : "imported only ") + counts);
     }
 
     const Options& options_;
@@ -221,6 +272,8 @@ private:
     uint64_t total_ = 0;
     uint64_t listedCount_ = 0;
     bool stopped_ = false;
+    std::string unchecked_;         // why nothing is known of what was written; empty otherwise
+    Progress* progress_ = nullptr;  // while messages are written
     ExitCode firstFault_ = ExitCode::Ok;
 };
 

@@ -6,8 +6,10 @@
 #include <memory>
 
 #include "ExitCode.h"
+#include "Message.h"
 #include "OpenFolder.h"
 #include "Session.h"
+#include "SettingsFile.h"
 
 namespace vlstore {
 
@@ -27,13 +29,26 @@ const MailProperty& SettableProperty(const std::string& name)
     return *property;
 }
 
+template <typename Number>
+bool IsNumber(const std::string& value)
+{
+    Number number = 0;
+    auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    return error == std::errc() && end == value.data() + value.size();
+}
+
+// The back-end takes any text, and what is no number would count as 0 from then on.
 void CheckValue(const MailProperty& property, const std::string& value)
 {
-    if (property.form == MailProperty::Form::Text) return;
-    int32_t number = 0;
-    auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-    if (error == std::errc() && end == value.data() + value.size()) return;
-    throw Failure(ExitCode::Data, std::string(property.name) + " takes a number of 32 bits: \"" + value + "\"");
+    const char* wanted = nullptr;
+    if (property.form == MailProperty::Form::Number) {
+        if (!IsNumber<int32_t>(value)) wanted = "a number of 32 bits";
+    } else if (property.values == MailProperty::Values::Flag) {
+        if (value != "0" && value != "1") wanted = "0 or 1";
+    } else if (property.values == MailProperty::Values::Digits) {
+        if (!IsNumber<uint64_t>(value)) wanted = "a decimal number";
+    }
+    if (wanted) throw Failure(ExitCode::Data, std::string(property.name) + " takes " + wanted + ": \"" + value + "\"");
 }
 
 std::string Shown(const Cell& cell)
@@ -49,6 +64,7 @@ void SetItem(const Options& options, Session& session, Output& output)
     const MailProperty& property = SettableProperty(options.property);
     CheckValue(property, options.value);
     Store store(session);
+    if (!SettingsFile::Load(store.SettingsFile()).SavesIndexes()) PutMessage(kNoIndexWriterNote);
     OpenFolder folder(store, name, LockWaitOf(session));
     folder.Set(options.id, property, options.value);
     std::string id = folder.CurrentId();

@@ -43,7 +43,7 @@ ItemWriter::ItemWriter(const fs::path& directory) : directory_(directory)
 {
     std::error_code error;
     fs::directory_iterator entries(directory, error);
-    if (error) throw Failure(ExitCode::IoError, "cannot read " + directory.string() + ": " + error.message());
+    if (error) throw CannotRead(directory.string(), error);
     for (const fs::directory_entry& entry : entries) {
         std::string name = entry.path().filename().string();
         if (!EndsWithNoCase(name, kEnding)) continue;
@@ -69,6 +69,12 @@ std::string ItemWriter::Write(std::string_view message)
         return name;
     }
     throw Failure(ExitCode::CannotCreate, "no item names are left in " + directory_.string());
+}
+
+bool ItemWriter::IsMarkedDirty() const
+{
+    std::error_code error;
+    return fs::exists(directory_ / kDirtyFlag, error);
 }
 
 void ItemWriter::MarkDirty() const

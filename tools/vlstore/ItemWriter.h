@@ -22,6 +22,8 @@ public:
     std::string Write(std::string_view message);
     // Leaves the flag file that makes the next open of any process scan the folder.
     void MarkDirty() const;
+    // Whether the flag file stands.
+    bool IsMarkedDirty() const;
 
 private:
     std::filesystem::path directory_;

@@ -8,6 +8,7 @@ namespace {
 
 using Form = MailProperty::Form;
 using Access = MailProperty::Access;
+using Values = MailProperty::Values;
 
 constexpr MailProperty kProperties[] = {
     {"VL_ITEM_ID", Form::Text, Access::KeptByStore},
@@ -20,11 +21,11 @@ constexpr MailProperty kProperties[] = {
     {"PR_VL_MESSAGEDATE"},
     {"PR_VL_RECEIVED"},
     {"PR_VL_MODIFIEDDATE", Form::Text, Access::KeptByStore},
-    {"PR_VL_SIZE"},
-    {"PR_VL_READ"},
+    {"PR_VL_SIZE", Form::Text, Access::Settable, Values::Digits},
+    {"PR_VL_READ", Form::Text, Access::Settable, Values::Flag},
     {"PR_VL_FLAGSTATUS"},
-    {"PR_VL_ATTACHMENTS"},
-    {"PR_VL_IMPORTANCE"},
+    {"PR_VL_ATTACHMENTS", Form::Text, Access::Settable, Values::Digits},
+    {"PR_VL_IMPORTANCE", Form::Text, Access::Settable, Values::Digits},
     {"PR_SENSITIVITY", Form::Number},
     {"PR_VL_STATE"},
     {"PR_VL_CLASS"},

@@ -12,9 +12,11 @@ namespace vlstore {
 struct MailProperty {
     enum class Form { Text, Number };             // Number: a signed 32-bit number
     enum class Access { Settable, KeptByStore };  // KeptByStore: the item's identity, or stamped by each save
+    enum class Values { Any, Flag, Digits };      // of those that are text: anything, "0" or "1", a decimal number
     std::string_view name;
     Form form = Form::Text;
     Access access = Access::Settable;
+    Values values = Values::Any;
 };
 
 // Every property of a mail item, in the order in which they are shown.

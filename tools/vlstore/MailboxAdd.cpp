@@ -32,7 +32,7 @@ fs::path MakeBelow(const fs::path& directory, const std::string& name)
     fs::path made = directory / name;
     std::error_code error;
     fs::create_directory(made, error);
-    if (error) throw Failure(ExitCode::CannotCreate, "cannot make " + made.string() + ": " + error.message());
+    if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + made.string() + ": " + error.message());
     return made;
 }
 
@@ -41,7 +41,7 @@ void AddMailbox(const Options& options, Session& session, Output& output)
     CheckNewName("post office", options.postoffice);
     CheckNewName("mailbox", options.mailbox);
     Store store(session);
-    fs::path root = store.MailRoot();
+    const fs::path& root = store.MailRoot();
     if (!fs::is_directory(root)) throw Failure(ExitCode::NoInput, "no such store: the mail root " + root.string() + " is not there");
     fs::path mailboxes = MakeBelow(MakeBelow(root, options.postoffice), "MAILROOT");
     if (FindNoCase(mailboxes, options.mailbox)) {

@@ -1,5 +1,10 @@
 #include "MboxReader.h"
 
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <vector>
+
 #include "ExitCode.h"
 
 namespace vlstore {
@@ -7,8 +12,56 @@ namespace vlstore {
 namespace {
 
 constexpr std::string_view kSeparator = "From ";
+constexpr std::string_view kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr size_t kLongestSeparator = 1000;
 
 bool IsEmptyLine(std::string_view line) { return line == "\n" || line == "\r\n"; }
+
+std::vector<std::string_view> Words(std::string_view line)
+{
+    constexpr std::string_view kBlanks = " \t\r\n";
+    std::vector<std::string_view> words;
+    for (size_t at = line.find_first_not_of(kBlanks); at != std::string_view::npos; at = line.find_first_not_of(kBlanks, at)) {
+        size_t end = std::min(line.find_first_of(kBlanks, at), line.size());
+        words.push_back(line.substr(at, end - at));
+        at = end;
+    }
+    return words;
+}
+
+template <size_t count>
+bool IsOneOf(std::string_view word, const std::string_view (&words)[count])
+{
+    return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
+
+// Whether `word` has the form of `pattern`, in which "0" stands for any digit.
+bool HasForm(std::string_view word, std::string_view pattern)
+{
+    return std::equal(word.begin(), word.end(), pattern.begin(), pattern.end(),
+                      [](char c, char form) { return form == '0' ? c >= '0' && c <= '9' : c == form; });
+}
+
+// "Thu Jan  1 00:00:00 1970" at the start of `words`, with a zone before or behind the year.
+bool IsDate(std::span<const std::string_view> words)
+{
+    if (words.size() < 5 || !IsOneOf(words[0], kDays) || !IsOneOf(words[1], kMonths)) return false;
+    if (!HasForm(words[2], "0") && !HasForm(words[2], "00")) return false;
+    bool timed = HasForm(words[3], "00:00:00") || HasForm(words[3], "00:00") || HasForm(words[3], "0:00:00") || HasForm(words[3], "0:00");
+    return timed && (HasForm(words[4], "0000") || (words.size() > 5 && HasForm(words[5], "0000")));
+}
+
+// "From ", who it is from, and a date: a paragraph may begin with the word alone.
+bool IsSeparator(std::string_view line)
+{
+    if (!line.starts_with(kSeparator) || line.size() > kLongestSeparator) return false;
+    std::vector<std::string_view> words = Words(line.substr(kSeparator.size()));
+    for (size_t i = 1; i < words.size(); ++i) {
+        if (IsDate(std::span(words).subspan(i))) return true;
+    }
+    return false;
+}
 
 bool IsQuotedSeparator(std::string_view line)
 {
@@ -33,7 +86,7 @@ MboxReader::MboxReader(const std::filesystem::path& path) : path_(path), file_(p
     if (!file_.is_open()) throw Failure(ExitCode::NoInput, "cannot read " + path.string());
     bool any = ReadLine();
     while (any && IsEmptyLine(line_)) any = ReadLine();
-    insideMessage_ = any && line_.starts_with(kSeparator);
+    insideMessage_ = any && IsSeparator(line_);
     if (any && !insideMessage_) throw Failure(ExitCode::Data, "not an mbox: " + path.string());
 }
 
@@ -53,7 +106,7 @@ bool MboxReader::Next(std::string& message)
     if (!insideMessage_) return false;
     bool behindEmptyLine = false;
     while (ReadLine()) {
-        if (behindEmptyLine && line_.starts_with(kSeparator)) {
+        if (behindEmptyLine && IsSeparator(line_)) {
             RemoveLastEmptyLine(message);
             return true;
         }
@@ -68,8 +121,10 @@ bool MboxReader::Next(std::string& message)
 bool MboxReader::LooksLikeMbox(const std::filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    char start[kSeparator.size()];
-    return file.read(start, sizeof start) && std::string_view(start, sizeof start) == kSeparator;
+    char start[kLongestSeparator];
+    file.read(start, sizeof start);
+    std::string_view text(start, static_cast<size_t>(file.gcount()));
+    return IsSeparator(text.substr(0, text.find('\n')));
 }
 
 }  // namespace vlstore

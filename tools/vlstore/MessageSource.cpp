@@ -33,16 +33,18 @@ bool IsMbox(const fs::path& path)
     return EndsWithOneOf(path, kMboxEndings) || MboxReader::LooksLikeMbox(path);
 }
 
-// Whether a file begins with a header line: a name without blanks and a colon.
-bool BeginsWithHeader(const fs::path& path)
+// Null for a file that begins with a header line, a name without blanks and a colon, or that cannot be read.
+const char* ReasonAgainst(const fs::path& path)
 {
     char start[kLookAhead];
     std::ifstream file(path, std::ios::binary);
+    if (!file.is_open()) return nullptr;
     file.read(start, sizeof start);
     std::string_view text(start, static_cast<size_t>(file.gcount()));
+    if (text.empty()) return "empty";
     size_t name = 0;
     while (name < text.size() && text[name] > ' ' && text[name] < 0x7F && text[name] != ':') ++name;
-    return name > 0 && name < text.size() && text[name] == ':';
+    return name > 0 && name < text.size() && text[name] == ':' ? nullptr : "not a message";
 }
 
 MessageSource FileSource(const fs::path& path)
@@ -50,16 +52,38 @@ MessageSource FileSource(const fs::path& path)
     return {path, IsMbox(path) ? MessageSource::Form::Mbox : MessageSource::Form::Message, {}};
 }
 
-std::vector<fs::path> VisibleFiles(const fs::path& directory)
+// Null for a plain file that is not hidden.
+const char* ReasonAgainst(const fs::directory_entry& entry)
+{
+    std::error_code error;
+    fs::file_status status = entry.status(error);
+    if (fs::is_directory(status)) return "a directory";
+    if (entry.path().filename().string().starts_with('.')) return "hidden";
+    if (status.type() == fs::file_type::not_found) return "a link to nothing";
+    if (!fs::status_known(status) || fs::is_regular_file(status)) return nullptr;
+    return "not a file";
+}
+
+std::vector<fs::directory_entry> Entries(const fs::path& directory)
+{
+    std::error_code error;
+    fs::directory_iterator found(directory, error);
+    if (error) throw CannotRead(directory.string(), error, ExitCode::NoInput);
+    std::vector<fs::directory_entry> entries(begin(found), end(found));
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+std::vector<fs::path> PlainFiles(const fs::path& directory, SourceList& list)
 {
     std::vector<fs::path> files;
-    std::error_code error;
-    fs::directory_iterator entries(directory, error);
-    if (error) throw Failure(ExitCode::NoInput, "cannot read " + directory.string() + ": " + error.message());
-    for (const fs::directory_entry& entry : entries) {
-        if (entry.is_regular_file(error) && !entry.path().filename().string().starts_with('.')) files.push_back(entry.path());
+    for (const fs::directory_entry& entry : Entries(directory)) {
+        if (const char* reason = ReasonAgainst(entry)) {
+            list.skipped.push_back({entry.path(), reason});
+        } else {
+            files.push_back(entry.path());
+        }
     }
-    std::sort(files.begin(), files.end());
     return files;
 }
 
@@ -72,11 +96,30 @@ std::string MaildirFlags(const fs::path& path)
     return marked ? name.substr(at + 2) : std::string();
 }
 
+constexpr std::string_view kMaildirParts[] = {"new", "cur"};
+constexpr std::string_view kMaildirUnfinished = "tmp";
+
+void SkipAround(const fs::path& maildir, SourceList& list)
+{
+    for (const fs::directory_entry& entry : Entries(maildir)) {
+        std::string name = entry.path().filename().string();
+        std::error_code error;
+        bool directory = entry.is_directory(error);
+        if (directory && std::find(std::begin(kMaildirParts), std::end(kMaildirParts), name) != std::end(kMaildirParts)) continue;
+        if (directory && name == kMaildirUnfinished) {
+            for (const fs::directory_entry& file : Entries(entry.path())) list.skipped.push_back({file.path(), "not delivered yet"});
+        } else {
+            list.skipped.push_back({entry.path(), directory ? "another folder" : "not a message"});
+        }
+    }
+}
+
 void AddMaildir(const fs::path& directory, SourceList& list)
 {
-    for (const char* part : {"new", "cur"}) {
+    SkipAround(directory, list);
+    for (std::string_view part : kMaildirParts) {
         if (!fs::is_directory(directory / part)) continue;
-        for (const fs::path& file : VisibleFiles(directory / part)) {
+        for (const fs::path& file : PlainFiles(directory / part, list)) {
             list.sources.push_back({file, MessageSource::Form::Message, MaildirFlags(file)});
         }
     }
@@ -85,13 +128,13 @@ void AddMaildir(const fs::path& directory, SourceList& list)
 void AddDirectory(const fs::path& directory, SourceList& list)
 {
     if (fs::is_directory(directory / "cur") || fs::is_directory(directory / "new")) return AddMaildir(directory, list);
-    for (const fs::path& file : VisibleFiles(directory)) {
+    for (const fs::path& file : PlainFiles(directory, list)) {
         MessageSource source = FileSource(file);
-        bool taken = source.form == MessageSource::Form::Mbox || EndsWithOneOf(file, kMessageEndings) || BeginsWithHeader(file);
-        if (taken) {
-            list.sources.push_back(std::move(source));
+        bool named = source.form == MessageSource::Form::Mbox || EndsWithOneOf(file, kMessageEndings);
+        if (const char* reason = named ? nullptr : ReasonAgainst(file)) {
+            list.skipped.push_back({file, reason});
         } else {
-            list.skipped.push_back(file);
+            list.sources.push_back(std::move(source));
         }
     }
 }
@@ -104,7 +147,8 @@ SourceList CollectSources(const std::vector<std::string>& paths)
     for (const std::string& path : paths) {
         std::error_code error;
         fs::file_status status = fs::status(path, error);
-        if (error || !fs::exists(status)) throw Failure(ExitCode::NoInput, "no such file or directory: " + path);
+        if (!fs::status_known(status)) throw CannotRead(path, error, ExitCode::NoInput);
+        if (!fs::exists(status)) throw Failure(ExitCode::NoInput, "no such file or directory: " + path);
         if (fs::is_directory(status)) {
             AddDirectory(path, list);
         } else if (fs::is_regular_file(status)) {
@@ -129,7 +173,7 @@ bool MessageStream::Next(std::string& message)
     if (mbox_ && !mbox_->Next(message)) return false;
     if (!mbox_) {
         std::error_code error = ReadFileContent(source_.path, message);
-        if (error) throw Failure(ExitCode::NoInput, error.message());
+        if (error) throw Failure(CodeOf(error, ExitCode::NoInput), error.message());
     }
     ++count_;
     return true;

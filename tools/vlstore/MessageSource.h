@@ -18,15 +18,21 @@ struct MessageSource {
     std::string flags;  // of a Maildir file: the letters behind ":2,"
 };
 
+struct SkippedEntry {
+    std::filesystem::path path;
+    const char* reason;  // "hidden" and its like
+};
+
 struct SourceList {
     std::vector<MessageSource> sources;
-    std::vector<std::filesystem::path> skipped;  // files of a directory that hold no message
+    std::vector<SkippedEntry> skipped;  // what lies in a directory and is not taken
 };
 
 // What the paths of the command line stand for, in their order; inside a directory by name.
 // A file is an mbox when it is called one (.mbox, .mbx) or begins as one, but never when it is called a message (.eml, .mai).
 // A directory with "cur" or "new" in it is a Maildir; of any other, the plain files that hold a message or an mbox are
-// taken, hidden ones left out, and directories below it are not entered.
+// taken, hidden ones left out, and directories below it are not entered. Every entry that is left out is among the skipped
+// ones; a file that may not be read is among the sources, where its turn ends in a failure.
 // Throws Failure when a path does not exist or cannot be read.
 SourceList CollectSources(const std::vector<std::string>& paths);
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "ExitCode.h"
+#include "Message.h"
 #include "System.h"
 #include "Text.h"
 
@@ -54,6 +55,14 @@ private:
 
 }  // namespace
 
+void RequireReadAndWrite(const fs::path& directory)
+{
+    std::error_code error = CheckReadAndWrite(directory);
+    if (!error) return;
+    throw Failure(ExitCode::NoPermission,
+                  "the folder's directory must be open to reading and writing, to lock it: " + directory.string() + ": " + error.message());
+}
+
 void RefuseIfHeld(const FolderName& name, const fs::path& directory)
 {
     if (IsHeld(directory)) throw Failure(ExitCode::Temporary, HeldText(name));
@@ -75,13 +84,23 @@ OpenFolder::~OpenFolder()
 
 void OpenFolder::Open()
 {
+    RequireReadAndWrite(directory_);
     if (wait_ == LockWait::Refuse) RefuseIfHeld(name_, directory_);
+    NoteLeftBehind();
     uint64_t opened =
         library_.folderOpen(name_.postoffice.c_str(), name_.mailbox.c_str(), name_.folder.c_str(), kMailKind, VELMORA_OPEN_NORMAL);
     if (opened != 0) return;
     // The lock may have been taken between the look and the open.
     RefuseIfHeld(name_, directory_);
     throw Failure(ExitCode::IoError, "cannot load the index of " + name_.Str());
+}
+
+void OpenFolder::NoteLeftBehind() const
+{
+    BlockState state = ProbeBlockFile(directory_ / kBlockFile);
+    if (state == BlockState::Free || state == BlockState::Held) return;
+    const char* holder = state == BlockState::Unheld ? "that no process holds" : "that this user may not look into";
+    PutMessage("note: waiting up to a minute for a block file " + std::string(holder) + ": " + (directory_ / kBlockFile).string());
 }
 
 bool OpenFolder::First() { return library_.findFirstItem() == 1; }

@@ -17,6 +17,9 @@ namespace vlstore {
 enum class LockWait { Refuse, Wait };
 inline LockWait LockWaitOf(const Session& session) { return session.wait ? LockWait::Wait : LockWait::Refuse; }
 
+// Throws Failure when this user may not work in a folder's directory: who reads a folder locks it by a file, and the library
+// would try to make that for a minute.
+void RequireReadAndWrite(const std::filesystem::path& directory);
 // Throws Failure (temporary) when a live process holds the folder, without waiting and without a mark on the folder.
 void RefuseIfHeld(const FolderName& name, const std::filesystem::path& directory);
 
@@ -48,6 +51,7 @@ public:
 
 private:
     void Open();
+    void NoteLeftBehind() const;
 
     const Store& store_;
     const Library& library_;

@@ -1,6 +1,7 @@
 #include "Output.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <numeric>
 
@@ -12,7 +13,7 @@ namespace vlstore {
 
 namespace {
 
-constexpr size_t kColumnsWithoutTerminal = 120;
+constexpr size_t kNoLimit = 0;
 constexpr size_t kColumnGap = 2;
 constexpr size_t kNarrowestColumn = 4;
 
@@ -34,11 +35,13 @@ std::string TextOf(const Cell& cell)
 
 std::string ForTable(const Cell& cell)
 {
-    std::string text = ToUtf8(TextOf(cell));
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+    std::string text = ToUtf8(TextOf(cell)), shown;
+    for (std::string_view rest = text; !rest.empty();) {
+        std::string_view character = rest.substr(0, Utf8SequenceLength(rest));
+        shown += IsControl(character) ? " " : character;
+        rest.remove_prefix(character.size());
     }
-    return text;
+    return shown;
 }
 
 std::string ForTab(const Cell& cell)
@@ -79,15 +82,30 @@ size_t LineWidth(const std::vector<size_t>& widths)
     return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
 }
 
+// What an item is asked for by is of no use when it is cut.
+bool IsNeverCut(const std::string& name) { return name == "VL_ITEM_ID"; }
+
 // Narrows the widest columns alone, to one common width, until the line fits.
-void FitWidths(std::vector<size_t>& widths, size_t columns)
+void FitWidths(const std::vector<std::string>& names, std::vector<size_t>& widths, size_t columns)
 {
     while (LineWidth(widths) > columns) {
-        auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= kNarrowestColumn) return;
-        size_t limit = *widest - 1;
-        for (size_t& width : widths) width = std::min(width, limit);
+        size_t widest = 0;
+        for (size_t i = 0; i < widths.size(); ++i) {
+            if (!IsNeverCut(names[i])) widest = std::max(widest, widths[i]);
+        }
+        if (widest <= kNarrowestColumn) return;
+        for (size_t i = 0; i < widths.size(); ++i) {
+            if (!IsNeverCut(names[i])) widths[i] = std::min(widths[i], widest - 1);
+        }
     }
+}
+
+// A pipe takes whole tables unless its user asks for less.
+size_t WidthOf(std::FILE* stream)
+{
+    if (size_t columns = TerminalColumns(stream)) return columns;
+    const char* asked = std::getenv("COLUMNS");
+    return asked ? ParseNumber(asked).value_or(kNoLimit) : kNoLimit;
 }
 
 }  // namespace
@@ -128,7 +146,7 @@ void Output::Value(const std::vector<std::string>& names, const Row& row, size_t
 
 void Output::Remark(const std::string& text)
 {
-    if (format_ == Format::Table) Put(text + "\n");
+    if (format_ == Format::Table) Put(ForTable(text) + "\n");
 }
 
 void Output::Begin(std::vector<std::string> names)
@@ -180,10 +198,11 @@ void Output::PutTable()
             narrow[i] = std::max(narrow[i], width);
         }
     }
-    size_t columns = TerminalColumns(stream_);
-    if (columns == 0) columns = kColumnsWithoutTerminal;
-    if (LineWidth(widths) > columns) widths = narrow;
-    FitWidths(widths, columns);
+    size_t columns = WidthOf(stream_);
+    if (columns != kNoLimit && LineWidth(widths) > columns) {
+        widths = narrow;
+        FitWidths(names_, widths, columns);
+    }
 
     auto putLine = [&](const std::vector<std::string>& cells) {
         std::string line;

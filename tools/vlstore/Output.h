@@ -1,6 +1,7 @@
 // What a verb found, in the form that was asked for.
 //
-// table  for a person: columns cut to the terminal's width, control characters shown as blanks, nothing decoded
+// table  for a person: columns cut to the width of the terminal, or to the one that COLUMNS asks for, and whole without either;
+//        control characters shown as blanks, nothing decoded
 // tab    for a shell: a line of names, then a line a row; "\t", "\n", "\r" and "\\" stand for what would break a line
 // json   for a program: an array of objects, valid UTF-8; text as strings, counts as numbers, what is absent as null
 #ifndef VLSTORE_OUTPUT_H

@@ -16,7 +16,9 @@ constexpr const char* kEraseLine = "\r\x1b[K";
 
 Progress::Progress(uint64_t total) : shown_(IsTerminal(stderr)), total_(total) {}
 
-Progress::~Progress()
+Progress::~Progress() { Erase(); }
+
+void Progress::Erase() const
 {
     if (shown_) std::fputs(kEraseLine, stderr);
 }

@@ -15,6 +15,8 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void Step();
+    // Makes room for another line.
+    void Erase() const;
 
 private:
     bool shown_;

@@ -24,6 +24,8 @@ struct Session {
 
 // The settings file of this run: ROOT/registry.reg, else VELMORA_REGISTRY, else the system's.
 std::filesystem::path SettingsFilePath(const Session& session);
+// The same; throws Failure when there is no such file, or none that may be read.
+std::filesystem::path ExistingSettingsFile(const Session& session);
 
 // Each verb stands in a file of its own and adds itself to its noun.
 void AddStoreInit(CLI::App& noun, Session& session);

@@ -67,6 +67,17 @@ fs::path SettingsFilePath(const Session& session)
     return named && *named ? named : kSystemFile;
 }
 
+fs::path ExistingSettingsFile(const Session& session)
+{
+    fs::path path = SettingsFilePath(session);
+    std::error_code error;
+    fs::file_status status = fs::status(path, error);
+    if (fs::is_regular_file(status)) return path;
+    if (error && !fs::status_known(status)) throw CannotRead(path.string(), error);
+    if (!session.store.empty()) throw Failure(ExitCode::NoInput, "no such store: " + session.store);
+    throw Failure(ExitCode::NoInput, "no such settings file: " + path.string());
+}
+
 std::string FullKey(std::string_view key)
 {
     if (key.empty()) return std::string(kBaseKey);
@@ -87,11 +98,10 @@ SettingsFile SettingsFile::Load(const fs::path& path)
 {
     SettingsFile file;
     file.path_ = path;
-    std::error_code error;
-    if (!fs::exists(path, error)) return file;
     std::string bytes;
-    error = ReadFileContent(path, bytes);
-    if (error) throw Failure(ExitCode::IoError, "cannot read the settings file " + path.string() + ": " + error.message());
+    std::error_code error = ReadFileContent(path, bytes);
+    if (error == std::errc::no_such_file_or_directory) return file;
+    if (error) throw CannotRead("the settings file " + path.string(), error);
     file.text_ = RegistryText::Parse(bytes);
     return file;
 }
@@ -102,6 +112,8 @@ uint32_t SettingsFile::Number(std::string_view name, uint32_t fallback) const
     return value && value->type == RegistryValue::Type::Number ? value->number : fallback;
 }
 
+bool SettingsFile::SavesIndexes() const { return Number(kIndexWriterSetting, 0) != 0; }
+
 void SettingsFile::Set(std::string_view key, std::string_view name, const RegistryValue& value)
 {
     if (text_.FirstFault() != 0) {
@@ -109,7 +121,7 @@ void SettingsFile::Set(std::string_view key, std::string_view name, const Regist
     }
     text_.Set(key, name, value);
     std::error_code error = ReplaceFileContent(path_, text_.Serialise());
-    if (error) throw Failure(ExitCode::IoError, "cannot write the settings file " + path_.string() + ": " + error.message());
+    if (error) throw Failure(CodeOf(error, ExitCode::IoError), "cannot write the settings file " + path_.string() + ": " + error.message());
 }
 
 }  // namespace vlstore

@@ -25,6 +25,13 @@ struct KnownSetting {
 };
 const KnownSetting* FindKnownSetting(std::string_view name);
 
+// Turns on the writer of indexes.
+inline constexpr std::string_view kIndexWriterSetting = "Use XML Stream Index Serialisation";
+// What a verb says that would have an index saved where none is.
+inline constexpr const char* kNoIndexWriterNote =
+    "note: this store saves no indexes, as their document form has no writer yet; items are found by scanning, and changes to them are "
+    "lost. Turn the stream writer on with: vlstore settings set \"Use XML Stream Index Serialisation\" 1";
+
 class SettingsFile {
 public:
     // A file that is not there is empty. Throws Failure when it cannot be read.
@@ -33,6 +40,8 @@ public:
     const RegistryText& Text() const { return text_; }
     // A number below the base key.
     uint32_t Number(std::string_view name, uint32_t fallback) const;
+    // Whether the store saves its indexes: the form that it uses without being told otherwise has no writer yet.
+    bool SavesIndexes() const;
     // Sets a value and puts the file in place in one step. Throws Failure; a file with a fault in it is not written, because
     // nothing behind the fault is read.
     void Set(std::string_view key, std::string_view name, const RegistryValue& value);

@@ -18,7 +18,7 @@ struct Options {
 
 void GetSetting(const Options& options, Session& session, Output& output)
 {
-    SettingsFile settings = SettingsFile::Load(SettingsFilePath(session));
+    SettingsFile settings = SettingsFile::Load(ExistingSettingsFile(session));
     std::string key = FullKey(options.key);
     const RegistryValue* value = settings.Text().Find(key, options.name);
     if (!value) throw Failure(ExitCode::NoInput, "no such setting: \"" + options.name + "\" in " + key);

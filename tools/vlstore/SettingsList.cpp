@@ -1,9 +1,9 @@
 // vlstore settings list [--key KEY]: the values of the settings file, of all keys or of one.
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
 
+#include "Message.h"
 #include "Session.h"
 #include "SettingsFile.h"
 #include "SettingsOutput.h"
@@ -19,7 +19,7 @@ struct Options {
 
 void ListSettings(const Options& options, Session& session, Output& output)
 {
-    std::filesystem::path path = SettingsFilePath(session);
+    std::filesystem::path path = ExistingSettingsFile(session);
     SettingsFile settings = SettingsFile::Load(path);
     output.Begin(kSettingColumns);
     for (const RegistryEntry& entry : settings.Text().Entries()) {
@@ -27,7 +27,7 @@ void ListSettings(const Options& options, Session& session, Output& output)
     }
     output.End();
     if (size_t fault = settings.Text().FirstFault()) {
-        std::fprintf(stderr, "vlstore: %s:%zu: not a line of a settings file; nothing behind it counts\n", path.c_str(), fault);
+        PutMessage(path.string() + ":" + std::to_string(fault) + ": not a line of a settings file; nothing behind it counts");
     }
 }
 

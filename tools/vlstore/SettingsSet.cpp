@@ -1,10 +1,10 @@
 // vlstore settings set NAME VALUE [--key KEY] [--type dword|text]: changes or adds one value of the settings file.
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
 
 #include "ExitCode.h"
+#include "Message.h"
 #include "Session.h"
 #include "SettingsFile.h"
 #include "SettingsOutput.h"
@@ -47,7 +47,7 @@ void NoteOtherKey(const Options& options, const std::string& key)
     const KnownSetting* known = FindKnownSetting(options.name);
     if (!known || EqualNoCase(FullKey(known->key), key)) return;
     std::string where = known->key.empty() ? "the base key" : "--key '" + std::string(known->key) + "'";
-    std::fprintf(stderr, "vlstore: note: the store reads \"%s\" under %s\n", options.name.c_str(), where.c_str());
+    PutMessage("note: the store reads \"" + options.name + "\" under " + where);
 }
 
 void SetSetting(const Options& options, Session& session, Output& output)
@@ -55,13 +55,13 @@ void SetSetting(const Options& options, Session& session, Output& output)
     if (options.name.empty() || options.name.find_first_of("\r\n") != std::string::npos)
         throw Failure(ExitCode::Usage, "NAME has one line");
     if (options.key.find_first_of("\r\n[]") != std::string::npos) throw Failure(ExitCode::Usage, "not a key: " + options.key);
-    std::filesystem::path path = SettingsFilePath(session);
-    if (!session.store.empty() && !std::filesystem::exists(path)) throw Failure(ExitCode::NoInput, "no such store: " + session.store);
-    SettingsFile settings = SettingsFile::Load(path);
+    // The file of a store is there; the first value makes any other.
+    SettingsFile settings = SettingsFile::Load(session.store.empty() ? SettingsFilePath(session) : ExistingSettingsFile(session));
     std::string key = FullKey(options.key);
     RegistryValue value = ValueOf(options, TypeOf(options, settings.Text().Find(key, options.name)));
     settings.Set(key, options.name, value);
     NoteOtherKey(options, key);
+    if (EqualNoCase(options.name, kIndexWriterSetting) && !settings.SavesIndexes()) PutMessage(kNoIndexWriterNote);
     output.Value(kSettingColumns, SettingRow({key, options.name, value}), kSettingValueColumn);
 }
 

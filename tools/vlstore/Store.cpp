@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ExitCode.h"
+#include "Message.h"
 #include "SettingsFile.h"
 #include "System.h"
 #include "Text.h"
@@ -29,10 +30,9 @@ constexpr size_t kRoomForNames = 80;
 // Loads nothing: the variable must stand before the library reads its settings.
 fs::path ChooseSettings(const Session& session)
 {
-    fs::path file = SettingsFilePath(session);
-    if (session.store.empty()) return file;
-    if (!fs::is_regular_file(file)) throw Failure(ExitCode::NoInput, "no such store: " + session.store);
-    SetEnvironment("VELMORA_REGISTRY", file.string());
+    fs::path file = ExistingSettingsFile(session);
+    SettingsFile::Load(file);  // the library says nothing of a file that it may not read
+    if (!session.store.empty()) SetEnvironment("VELMORA_REGISTRY", file.string());
     return file;
 }
 
@@ -40,6 +40,13 @@ std::string WithSlashes(std::string path)
 {
     std::replace(path.begin(), path.end(), '\\', '/');
     return path;
+}
+
+bool LiesBelow(const fs::path& path, const fs::path& root)
+{
+    fs::path from = fs::weakly_canonical(fs::absolute(root)), to = fs::weakly_canonical(path);
+    auto [restOfRoot, restOfPath] = std::mismatch(from.begin(), from.end(), to.begin(), to.end());
+    return restOfRoot == from.end() || restOfRoot->empty();
 }
 
 fs::path Require(const fs::path& directory, const std::string& name, const std::string& complaint)
@@ -55,16 +62,24 @@ std::optional<fs::path> FindNoCase(const fs::path& directory, const std::string&
 {
     std::error_code error;
     fs::path exact = directory / name;
-    if (fs::exists(exact, error)) return exact;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
+    fs::file_status status = fs::status(exact, error);
+    if (fs::exists(status)) return exact;
+    if (!fs::status_known(status)) throw CannotRead(exact.string(), error);
+    fs::directory_iterator entries(directory, error);
+    if (error) throw CannotRead(directory.string(), error);
+    for (const fs::directory_entry& entry : entries) {
         if (EqualNoCase(entry.path().filename().string(), name)) return entry.path();
     }
     return std::nullopt;
 }
 
-Store::Store(const Session& session) : settingsFile_(ChooseSettings(session)), library_(LoadLibraryModule()) {}
+Store::Store(const Session& session) : settingsFile_(ChooseSettings(session)), library_(LoadLibraryModule()), mailRoot_(AskMailRoot())
+{
+    if (session.store.empty() || LiesBelow(mailRoot_, session.store)) return;
+    PutMessage("note: the mail root of " + session.store + " lies outside it: " + mailRoot_.string());
+}
 
-fs::path Store::MailRoot() const
+fs::path Store::AskMailRoot() const
 {
     // A folder that is opened unloaded is placed and nothing else, and then says where it lies.
     library_.folderOpen(kProbePostoffice, kProbeMailbox, kProbeFolder, 0, VELMORA_OPEN_UNLOADED);
@@ -84,7 +99,7 @@ fs::path Store::FolderDirectory(const FolderName& name) const
 {
     FolderPlace place = PlaceOf(name);
     if (place == FolderPlace::SpecialRoot) throw Failure(ExitCode::Unavailable, "not a folder that this tool opens: " + name.Str());
-    fs::path root = MailRoot();
+    const fs::path& root = MailRoot();
     if (!fs::is_directory(root)) throw Failure(ExitCode::NoInput, "no such store: the mail root " + root.string() + " is not there");
     if (root.string().size() + name.Str().size() + kRoomForNames > kLongestPath) {
         throw Failure(ExitCode::Usage, "the folder's path is too long for the store: " + name.Str());

@@ -12,26 +12,31 @@
 
 namespace vlstore {
 
-// A file or directory of that name in any case: the spelling asked for first, then what the directory holds.
+// A file or directory of that name in any case: the spelling asked for first, then what the directory holds. Throws Failure
+// when the directory cannot be looked through.
 std::optional<std::filesystem::path> FindNoCase(const std::filesystem::path& directory, const std::string& name);
 
 class Store {
 public:
     // Throws Failure when --store names none or the library cannot be loaded.
+    // Notes on standard error a mail root that lies elsewhere than the store.
     explicit Store(const Session& session);
 
     const Library& Functions() const { return library_; }
     const std::filesystem::path& SettingsFile() const { return settingsFile_; }
 
     // The directory that holds the post offices, as the library says; it may not exist.
-    std::filesystem::path MailRoot() const;
+    const std::filesystem::path& MailRoot() const { return mailRoot_; }
     // The directory of an existing folder. Throws Failure, one for each of store, post office, mailbox and folder, without
     // touching anything: the library's own open would make the folder.
     std::filesystem::path FolderDirectory(const FolderName& name) const;
 
 private:
+    std::filesystem::path AskMailRoot() const;
+
     std::filesystem::path settingsFile_;
     Library library_;
+    std::filesystem::path mailRoot_;
 };
 
 }  // namespace vlstore

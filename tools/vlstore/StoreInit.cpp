@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "ExitCode.h"
+#include "FolderName.h"
+#include "Message.h"
 #include "Session.h"
 #include "SettingsFile.h"
 #include "System.h"
@@ -29,9 +31,15 @@ std::string FirstSettings(const fs::path& mailRoot, bool defaults)
     settings.Set(kBaseKey, "Mail Root", TextValue(mailRoot.string()));
     if (!defaults) {
         settings.Set(kBaseKey, "Use XML Stream Index Deserialisation", NumberValue(1));
-        settings.Set(kBaseKey, "Use XML Stream Index Serialisation", NumberValue(1));
+        settings.Set(kBaseKey, kIndexWriterSetting, NumberValue(1));
     }
     return settings.Serialise();
+}
+
+// The library walks to the store in names as every platform takes them.
+void CheckRoot(const fs::path& root)
+{
+    for (const fs::path& part : root.relative_path()) CheckNewName("directory of a store", part.string());
 }
 
 void InitStore(const Options& options, Output& output)
@@ -39,15 +47,17 @@ void InitStore(const Options& options, Output& output)
     if (options.root.empty()) throw Failure(ExitCode::Usage, "ROOT is empty");
     fs::path root = fs::absolute(options.root).lexically_normal();
     if (!root.has_filename()) root = root.parent_path();
+    CheckRoot(root);
     fs::path settings = root / "registry.reg";
     fs::path mailRoot = root / "POSTOFFICES";
     std::error_code error;
     if (fs::exists(settings, error)) throw Failure(ExitCode::CannotCreate, "there is a store already: " + settings.string());
 
     fs::create_directories(mailRoot, error);
-    if (error) throw Failure(ExitCode::CannotCreate, "cannot make " + mailRoot.string() + ": " + error.message());
+    if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + mailRoot.string() + ": " + error.message());
     error = WriteNewFile(settings, FirstSettings(mailRoot, options.defaults));
-    if (error) throw Failure(ExitCode::CannotCreate, "cannot make " + settings.string() + ": " + error.message());
+    if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + settings.string() + ": " + error.message());
+    if (options.defaults) PutMessage(kNoIndexWriterNote);
     output.Record({"root", "mailRoot", "registry"}, {root.string(), mailRoot.string(), settings.string()});
 }
 

@@ -30,8 +30,12 @@ enum class BlockState {
     Free,    // no such file
     Held,    // a live process holds it
     Unheld,  // the file stands, and no process holds it by handle
+    Hidden,  // the file stands, and this user may not look who holds it
 };
 BlockState ProbeBlockFile(const std::filesystem::path& path);
+
+// Fails when this user may not read a directory and make files in it.
+std::error_code CheckReadAndWrite(const std::filesystem::path& directory);
 
 // The whole content of a file.
 std::error_code ReadFileContent(const std::filesystem::path& path, std::string& bytes);

@@ -112,11 +112,19 @@ void* FindSymbol(void* module, const char* name) { return ::dlsym(module, name);
 
 BlockState ProbeBlockFile(const fs::path& path)
 {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.Valid()) return errno == ENOENT ? BlockState::Free : BlockState::Held;
+    int opened = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (opened < 0 && errno == EACCES) opened = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    Descriptor file(opened);
+    if (!file.Valid()) return errno == ENOENT ? BlockState::Free : BlockState::Hidden;
     // A holder has the exclusive lock. The shared one is asked for, so that two tools that look do not see each other.
     if (::flock(file.Number(), LOCK_SH | LOCK_NB) == 0) return BlockState::Unheld;
     return errno == EWOULDBLOCK ? BlockState::Held : BlockState::Unheld;
+}
+
+std::error_code CheckReadAndWrite(const fs::path& directory)
+{
+    if (::faccessat(AT_FDCWD, directory.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0) return {};
+    return LastError();
 }
 
 std::error_code ReadFileContent(const fs::path& path, std::string& bytes)

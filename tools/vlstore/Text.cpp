@@ -52,6 +52,13 @@ size_t Utf8SequenceLength(std::string_view bytes)
     return length;
 }
 
+bool IsControl(std::string_view character)
+{
+    unsigned char first = ByteAt(character, 0);
+    if (character.size() == 1) return first < 0x20 || (first >= 0x7F && first < 0xA0);
+    return character.size() == 2 && first == 0xC2 && ByteAt(character, 1) < 0xA0;
+}
+
 void AppendCodePoint(std::string& utf8, uint32_t codePoint)
 {
     auto put = [&utf8](uint32_t byte) { utf8.push_back(static_cast<char>(static_cast<unsigned char>(byte))); };

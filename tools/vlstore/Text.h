@@ -22,6 +22,9 @@ size_t CountCodePoints(std::string_view utf8);
 std::string_view FirstCodePoints(std::string_view utf8, size_t count);
 // Length in bytes of the UTF-8 sequence at the start of `bytes`; 0 when there is none.
 size_t Utf8SequenceLength(std::string_view bytes);
+// Whether one character, as Utf8SequenceLength measures it, is a control that a terminal may obey: C0, DEL, C1 as a code
+// point, or a lone byte in the place of one.
+bool IsControl(std::string_view character);
 void AppendCodePoint(std::string& utf8, uint32_t codePoint);
 
 // A decimal or "0x" number of 32 bits, nothing before or behind it.

@@ -3,9 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <string>
 
 #include "ExitCode.h"
+#include "Message.h"
 #include "Output.h"
 #include "Session.h"
 #include "System.h"
@@ -17,12 +19,9 @@ using vlstore::Failure;
 using vlstore::Format;
 using vlstore::Session;
 
-int Complain(ExitCode code, std::string text)
+int Complain(ExitCode code, const std::string& text)
 {
-    for (char& c : text) {
-        if (c == '\n' || c == '\r') c = ' ';
-    }
-    std::fprintf(stderr, "vlstore: %s\n", text.c_str());
+    vlstore::PutMessage(text);
     return static_cast<int>(code);
 }
 
@@ -87,6 +86,7 @@ int main(int argc, char** argv)
     Session session;
     CLI::App app("Looks after a Velmora store. FOLDER is always POSTOFFICE/MAILBOX/FOLDER.", "vlstore");
     app.require_subcommand(1);
+    app.fallthrough();  // for all verbs: the options of the tool itself may stand behind a verb as well
     AddGlobalOptions(app, session);
     AddVerbs(app, session);
     try {
@@ -99,6 +99,9 @@ int main(int argc, char** argv)
     try {
         return RunVerb(session);
     } catch (const Failure& failure) {
+        return Complain(failure.Code(), failure.what());
+    } catch (const std::filesystem::filesystem_error& error) {
+        Failure failure = vlstore::CannotRead(error.path1().string(), error.code());
         return Complain(failure.Code(), failure.what());
     } catch (const std::exception& error) {
         return Complain(ExitCode::IoError, error.what());

@@ -8,31 +8,70 @@
 #include "frame/ProcessState.h"
 #include "platform/Threads.h"
 #include "platform/win32.h"
+#include "provider/SharedIndexRegistry.h"
 #include "provider/ThreadContext.h"
-#include "velmora/index.h"
 #include "velmora/library.h"
 
 namespace velmora {
 
 namespace {
 
-void ReleaseOwnFolder()
+// Closes the calling thread's folder. A record that other threads hold as well stays as it is.
+void CloseOwnFolder()
 {
-    if (TLSStoreIndex* context = ExistingContext()) {
-        context->CurrentFolderItem.Item = nullptr;
-        if (context->Index) StoreIndex_Release(context->Index.get());
+    if (TLSStoreIndex* const context = ExistingContext()) CloseAllThreadIndexes(*context);
+}
+
+void CloseOpenMutex()
+{
+    void*& mutex = Process().IndexOpenMutex;
+    if (mutex) CloseHandle(mutex);
+    mutex = nullptr;
+}
+
+// Holds a process mutex if that takes no wait; one whose owner thread died in the middle of its work is not held.
+class HeldAtOnce {
+public:
+    explicit HeldAtOnce(void* mutex) : mutex_(mutex), result_(WaitOnHandle(mutex, 0)) {}
+    ~HeldAtOnce()
+    {
+        if (Held() || result_ == WaitResult::Abandoned) ReleaseMutex(mutex_);
     }
+    HeldAtOnce(const HeldAtOnce&) = delete;
+    HeldAtOnce& operator=(const HeldAtOnce&) = delete;
+    bool Held() const { return result_ == WaitResult::Acquired; }
+
+private:
+    void* mutex_;
+    WaitResult result_;
+};
+
+// The library also ends with its process, while other threads are still at work in it. So nothing is waited for and
+// nothing is taken from them: what they hold goes with the process.
+//
+// With the registry held and no record left in it, no thread has IndexOpenMutex or waits for it: a thread takes that with
+// a record of its own open or with the registry in its hands.
+void GiveBackSharedState()
+{
+    if (TLSStoreIndex* const context = ExistingContext()) context->CurrentFolderItem.Item = nullptr;
+    const HeldAtOnce registry(RegistryMutex());
+    if (!registry.Held()) return;
+    {
+        const HeldAtOnce opens(OpenMutex());
+        if (!opens.Held()) return;
+        CloseOwnFolder();
+    }
+    // Kept: SharedIndexRegistryMutex stays open.
+    if (SharedIndexKeys().empty()) CloseOpenMutex();
 }
 
 void UnInitialise()
 {
     ProcessState& process = Process();
-    ReleaseOwnFolder();
+    GiveBackSharedState();
     // The slots of contexts and folder lists stay with the process: other threads may still have values in them.
     TlsFree(process.TLSListPositionSlot);
     process.TLSListPositionSlot = kNoTlsSlot;
-    if (process.IndexOpenMutex) CloseHandle(process.IndexOpenMutex);
-    process.IndexOpenMutex = nullptr;
     FreeNotifyModule();
 }
 
@@ -63,6 +102,7 @@ void ThreadAttach()
 void ThreadDetach()
 {
     if (!ExistingContext()) return;
+    // Kept: with affinity 0 the folder stays open, and its record in the registry until the process ends.
     if (Process().StoreAffinity == 1)
         StoreLibrary_ThreadRelease();
     else
@@ -74,6 +114,7 @@ void ThreadDetach()
 uint64_t StoreLibrary_ThreadRelease()
 {
     using namespace velmora;
+    // Kept: with affinity 0 the context stays, with its folder open.
     if (Process().StoreAffinity == 1) GuardedSwallow("StoreLibrary_ThreadRelease", CloseThreadContext);
     return 1;
 }

@@ -105,6 +105,14 @@ bool AskOption(uint32_t scope, const std::string& key, const char* name, std::st
     return true;
 }
 
+uint64_t AskLoggingModule(uint64_t a, uint64_t b, uint64_t c, uint64_t d)
+{
+    using SetFunction = uint64_t (*)(uint64_t, uint64_t, uint64_t, uint64_t);
+    const HMODULE module = static_cast<HMODULE>(Process().LoggingModule);
+    const SetFunction function = module ? FunctionOf<SetFunction>(module, "SetLoggingFunction") : nullptr;
+    return function ? function(a, b, c, d) : 0;
+}
+
 void ForgetOptionsModule()
 {
     std::lock_guard<std::mutex> lock(Options().mutex);

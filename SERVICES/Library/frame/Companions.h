@@ -28,6 +28,10 @@ struct OptionsFunctions {
 // Asks the options module, which is loaded at the first use and looked for again while it is missing. The preferred get
 // is the one that knows the size of its buffer, of at most 1024 bytes. False when there is no module or no such option.
 bool AskOption(uint32_t scope, const std::string& key, const char* name, std::string& value);
+// Passes four words on to "SetLoggingFunction" of the logging module and gives its answer; 0 without that module, or when
+// it has no such function.
+uint64_t AskLoggingModule(uint64_t a, uint64_t b, uint64_t c, uint64_t d);
+
 // Looks for the options module anew at its next use, as a restart of the service would. For tests.
 void ForgetOptionsModule();
 

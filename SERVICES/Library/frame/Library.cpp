@@ -27,6 +27,7 @@ uint32_t NumberOrZero(const char* name)
 }
 
 // The first of three settings that is stored, also with an empty text.
+// Kept: with none of them stored it is the text made from an empty data directory, "\POSTOFFICES".
 std::string FindMailRoot()
 {
     std::string text;
@@ -85,5 +86,8 @@ uint64_t Memory_Free(uint64_t pointer)
     return 1;
 }
 
-// Kept: nothing in this library sets the handle of the logging module that would be asked, so the answer is always 0.
-uint64_t SetLoggingFunction(uint64_t, uint64_t, uint64_t, uint64_t) { return 0; }
+// Kept: nothing in this library sets the handle of the logging module that is asked, so hosts always get 0.
+uint64_t SetLoggingFunction(uint64_t a, uint64_t b, uint64_t c, uint64_t d)
+{
+    return velmora::GuardedEntry("SetLoggingFunction", uint64_t{0}, [&] { return velmora::AskLoggingModule(a, b, c, d); });
+}

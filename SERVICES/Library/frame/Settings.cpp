@@ -18,8 +18,9 @@ struct SettingRow {
     Setting setting;
     const char* key;
     const char* name;
-    uint32_t missing;    // the value when nothing is stored
-    bool zeroIsMissing;  // a stored 0 means the same as nothing
+    uint32_t missing;  // the value when nothing is stored
+    // Kept: a stored 0 means the same as nothing, for the injection limit alone.
+    bool zeroIsMissing;
 };
 
 constexpr SettingRow kSettings[] = {
@@ -94,6 +95,7 @@ uint32_t SettingValue(Setting setting)
     const SettingRow& row = kSettings[index];
     uint32_t value = row.missing;
     if (ReadSettingNumber(row.key, row.name, value) && value == 0 && row.zeroIsMissing) value = row.missing;
+    // Kept: a stored 0xFFFFFFFF looks as if nothing had been read, so it is read again at every use.
     word.store(value, std::memory_order_relaxed);
     return value;
 }

@@ -1,4 +1,5 @@
-// Every setting of the library: where it lies, what it means when it is missing, and when it is read.
+// Where settings come from, and those that are read once and kept: where each lies and what it means when it is missing.
+// docs/settings.md lists all of them, with who reads them and when.
 //
 // Settings are values of the registry (a text file where there is none, see docs/platform.md). A cached setting is read
 // at its first use and kept for the life of the process; a value of 0xFFFFFFFF is the mark for "not read yet", so a

@@ -5,6 +5,7 @@
 
 #include "common/Text.h"
 #include "frame/Companions.h"
+#include "frame/Guard.h"
 #include "frame/Logging.h"
 #include "frame/ProcessState.h"
 #include "frame/Settings.h"
@@ -48,14 +49,16 @@ std::string_view SkipSeparators(std::string_view text)
     return text;
 }
 
-// A name alone, or with a separator and a rest behind it. What follows a name directly, as in "$VCFROOTX", changes
-// nothing: the name is special by its beginning.
+// A name alone, or with a separator and a rest behind it.
+// Kept: what follows a name directly, as in "$VCFROOTX", changes nothing; the name is special by its beginning.
 bool IsFollowedByRest(std::string_view text, std::string_view name) { return SeparatorAt(text, name.size()); }
 bool BeginsPublicPath(std::string_view text) { return BeginsNoCase(text, kPublicName) && IsFollowedByRest(text, kPublicName); }
 
 bool IsPublicHere(std::string_view name) { return IsPublicFolderName(name) && PublicFoldersEnabled(); }
 
-std::string PlainRootOf(std::string_view postoffice) { return Join(FieldText(Process().MailRoot), kSeparator, postoffice); }
+// Kept: the directories of folders and items are always below this one; a post office's own root is honoured where
+// ResolvePostofficeRoot is asked, and its index and its cached status part unless the two roots agree.
+std::string PlainRootOf(std::string_view postoffice) { return Join(MailRootText(), kSeparator, postoffice); }
 
 // A path as it fits its field, and its directory made, one level only. What stands in the way is not our concern here.
 template <size_t N>
@@ -101,6 +104,8 @@ void PlaceIndex(STOREINDEXTYPE& index)
     CopyBounded(index.Path, MailPath(root, FieldText(index.Mailbox), folder));
 }
 
+// Kept: unlike for an index, a leading separator hides a special name, the rest of a "$FILEROOT" name gets no second
+// separator, and the rest of "Public" counts only where the name stands at the very beginning.
 void PlaceItem(STOREITEMTYPE& item)
 {
     const std::string_view folder = FieldText(item.Folder);
@@ -137,6 +142,7 @@ std::string FolderRecordPath(std::string_view root, std::string_view mailbox, st
         return IsFollowedByRest(folder, kFilesName) ? Join(top, folder.substr(kRestOffset)) : top;
     }
     if (IsPublicHere(folder)) return PublicPath(root, folder);
+    // Kept: one separator at the end goes, and only from mail.
     std::string path = Join(root, "\\MAILROOT\\", mailbox, SeparatorAt(folder, 0) ? "" : kSeparator, folder);
     if (IsPathSeparator(path.back())) path.pop_back();
     return path;
@@ -146,7 +152,7 @@ std::string FolderRecordPath(std::string_view root, std::string_view mailbox, st
 void RefillMailRoot()
 {
     std::string root;
-    if (ReadSettingText(kBaseKey, "Mail Root", root) && !root.empty()) CopyBounded(Process().MailRoot, root);
+    if (ReadSettingText(kBaseKey, "Mail Root", root)) FillEmptyMailRoot(root);
 }
 
 std::string CustomRootOf(std::string_view postoffice)
@@ -162,6 +168,7 @@ std::string CustomRootOf(std::string_view postoffice)
 
 bool IsPublicFolderName(std::string_view name)
 {
+    // Kept: whatever byte stands before the name, not only a separator.
     const size_t at = FindNoCase(name, kPublicName);
     if (at > 1) return false;
     const size_t end = at + kPublicName.size();
@@ -170,7 +177,7 @@ bool IsPublicFolderName(std::string_view name)
 
 uint64_t ResolvePostofficeRoot(char* dst, size_t dstSize, const char* postoffice)
 {
-    if (Process().MailRoot[0] == 0) RefillMailRoot();
+    if (MailRootText().empty()) RefillMailRoot();
     CopyBounded(dst, dstSize, CustomRootOf(TextOrEmpty(postoffice)));
     return 1;
 }
@@ -209,7 +216,7 @@ bool MailboxDirectoryOf(const char* path, char* dst)
     constexpr std::string_view kMailboxes = "MAILROOT\\";
     const std::string_view text = TextOrEmpty(path);
     // The mail root itself may have such a name in it, and is not meant.
-    const std::string_view root = FieldText(Process().MailRoot);
+    const std::string_view root = MailRootText();
     const size_t start = BeginsNoCase(text, root) ? root.size() : 0;
     const size_t at = FindNoCase(text.substr(start), kMailboxes);
     if (at == std::string_view::npos) return false;
@@ -222,6 +229,7 @@ bool MailboxDirectoryOf(const char* path, char* dst)
 bool IsPathInBadMail(const char* path)
 {
     const std::string_view text = TextOrEmpty(path);
+    // Kept: with no bad mail directory every path begins with it.
     if (text.find(FieldText(Process().BadMailDirectory)) != 0) return false;
     constexpr std::string_view kForbidden[] = {"..", "\\\\", "//"};
     return std::none_of(std::begin(kForbidden), std::end(kForbidden),
@@ -232,10 +240,13 @@ bool IsPathInBadMail(const char* path)
 
 uint64_t StoreIndex_SetPaths(STOREINDEXTYPE* index)
 {
-    if (!index) {
-        velmora::WarnNullIndex("StoreIndex_SetPaths");
-        return 0;
-    }
-    if (index->Path[0] == 0) velmora::PlaceIndex(*index);
-    return 1;
+    return velmora::GuardedEntry("StoreIndex_SetPaths", uint64_t{0}, [&]() -> uint64_t {
+        if (!index) {
+            velmora::WarnNullIndex("StoreIndex_SetPaths");
+            return 0;
+        }
+        // Kept: a path once set stays until it is cleared, also when the names have changed.
+        if (index->Path[0] == 0) velmora::PlaceIndex(*index);
+        return 1;
+    });
 }

@@ -1,7 +1,9 @@
 // What a kind of item knows of itself, behind one table.
 //
-// This is the only fork on an IndexKind in the library. Each back-end lives in the items room; all are listed in
-// items/Backends.cpp. A kind whose back-end is not built has the absent one: no file of its own, no properties.
+// What differs between kinds of items is asked here. Apart from this table a kind is looked at for the names of the index
+// and block files of group items, for a record of group items to stay one, for the setting that rebuilds a calendar on every
+// load, for the new-mail count of the Inbox, and for documents, which the provider answers itself. Each back-end lives in the items room; all are listed in items/Backends.cpp. A kind
+// whose back-end is not built has the absent one: no file of its own, no properties.
 #ifndef VELMORA_INDEX_ITEMBACKEND_H
 #define VELMORA_INDEX_ITEMBACKEND_H
 
@@ -36,8 +38,9 @@ struct ItemBackend {
     // Of the item files, without a dot; empty when the kind has none.
     const char* extension;
 
-    // A property of the item in `handle`, by its public name: kNoProperty, or 2 with a new allocation in `value` that
-    // the caller frees and its size in bytes (text counts its terminator).
+    // A property of the item in `handle`, by its public name: 2 with a new allocation in `value` that the caller frees and
+    // its size in bytes (text counts its terminator); or, with null and 0, kNoProperty, and the item's place in the store is
+    // asked next. Kinds above 4 have no properties of either sort and answer 0.
     uint64_t (*getProperty)(STOREITEMTYPE& handle, const char* name, void** value, uint64_t* size);
 
     // Writes a property of the item `itemId` (created if it does not exist) or, with no id, of the item in `handle`.

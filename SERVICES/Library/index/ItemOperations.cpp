@@ -48,16 +48,20 @@ bool IsColumnName(std::string_view name)
     return true;
 }
 
-// Whether `column` is what an item of a table is found by. Its maps hold the item under the value it had when it came in.
-bool IsKeyOfTable(const IndexItemPropertyContainer& item, std::string_view column)
-{
-    return item.Owner && (column == kId || column == kUid);
-}
+// What an item of a table is found by. Its maps hold the item under the value it had when it came in.
+bool IsKeyOfTable(std::string_view column) { return column == kId || column == kUid; }
 
 bool HasValue(const IndexItemPropertyContainer& item, std::string_view column, std::string_view value)
 {
     std::string present;
     return item.GetText(column, present) && present == value;
+}
+
+// Whether `value` may be written over a key column of `item`, or of the item `itemId` that is to be made for the write.
+bool IsNoChangeOfKey(const IndexItemPropertyContainer* item, std::string_view itemId, std::string_view column, std::string_view value)
+{
+    if (!item) return column == kId && value == itemId;
+    return !item->Owner || HasValue(*item, column, value);
 }
 
 }  // namespace
@@ -119,15 +123,19 @@ uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name,
 
 uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* value)
 {
-    const bool named = itemId && *itemId;
-    if (index && (named || !handle.Item) && SelectOrCreateItem(*index, handle, itemId) == 0) return 0;
-    if (!handle.Item || !column) return 0;
-    IndexItemPropertyContainer& item = *handle.Item;
-
+    if (!column) return 0;
     const bool key = *column == '@';
     const char* const name = key ? column + 1 : column;
+    const std::string_view id = TextOrEmpty(itemId);
     const std::string_view text = TextOrEmpty(value);
-    if (!IsColumnName(name) || (IsKeyOfTable(item, name) && !HasValue(item, name, text))) return 0;
+    // Everything that refuses the write comes before the item is made for it.
+    const bool fetches = index && (!id.empty() || !handle.Item);
+    if (!IsColumnName(name) || IndexPropertyTable::LookUp(name).Slot < 0 || (fetches && index->Table.LoadLevel == 0)) return 0;
+    if (IsKeyOfTable(name) && !IsNoChangeOfKey(fetches ? FindItem(index->Table, id) : handle.Item, id, name, text)) return 0;
+
+    if (fetches && SelectOrCreateItem(*index, handle, itemId) == 0) return 0;
+    if (!handle.Item) return 0;
+    IndexItemPropertyContainer& item = *handle.Item;
     if (!(key ? SetItemKeyProperty(item, name, text) : SetItemProperty(item, name, text))) return 0;
 
     if (index) {

@@ -1,4 +1,4 @@
-// Items of an open index: find or create, search by a column, walk, and the properties of the open folder itself.
+// Items of an open index: find or create, walk, read a property (of the item, or of its place in the store), write a column.
 #ifndef VELMORA_INDEX_ITEMOPERATIONS_H
 #define VELMORA_INDEX_ITEMOPERATIONS_H
 
@@ -28,8 +28,9 @@ void WalkFirst(ItemWalk& walk, STOREITEMTYPE& handle);
 // The next item, or null at the end.
 void WalkNext(ItemWalk& walk, STOREITEMTYPE& handle);
 
-// Finds `itemId` into the handle, or makes and inserts a new item of that ID. 1, or 0 when nothing is loaded. An empty
-// id answers 1 with the handle's item null.
+// Finds `itemId` into the handle, or makes and inserts a new item of that ID. 1; or 0 when nothing is loaded, and when the
+// table takes no item of that ID (no UID is left, or an index file cannot hold it), with the handle's item null. An empty id
+// answers 1 with the handle's item null.
 uint64_t SelectOrCreateItem(STOREINDEXTYPE& index, STOREITEMTYPE& handle, const char* itemId);
 // Finds `itemId`; on a miss the handle's item is null.
 bool SelectItem(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* itemId);
@@ -41,9 +42,11 @@ uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void*
 // A property of the item in the handle, from its class's back-end, else from the context.
 uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
 
-// Writes `column` of the item `itemId` (made if it does not exist) or, with no id, of the handle's item; marks the
-// record changed and the item for its back-end. A null `index` marks no record and creates nothing. 1, or 0 without an
-// item.
+// Writes `column` of the item `itemId` (made if it does not exist) or, with no id, of the handle's item; marks the record
+// changed and the item for its back-end. With a null `index` it is always the handle's item, and no record is marked. "@" in
+// front of the column names a key column. 1; or 0 when there is no item and none can be made, for a null column, for a name
+// that an index file cannot carry or the process has no place for, and for another ID or UID than the item has. A write that
+// is refused makes no item.
 uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* value);
 
 }  // namespace velmora

@@ -62,24 +62,27 @@ void RefreshCachedDetails(STOREINDEXTYPE& index)
     SetCachedStatus(index.Postoffice, index.Mailbox, index.Folder, index.CachedDetails);
 }
 
-uint64_t CommitRecord(STOREINDEXTYPE& index)
+// `status` is right at every moment, so that an exception in a later step does not take it away.
+void CommitRecord(STOREINDEXTYPE& index, uint64_t& status)
 {
-    if (index.Changed != 1) return 2;
+    if (index.Changed != 1) {
+        status = 2;
+        return;
+    }
     if (!*index.Path) {
         PrintLine("WARNING!: StoreIndex Folder has not been set. Commit is ignored\n");
-        return 0;
+        return;
     }
     const MutexLock lock(index.Mutex, kWaitForever);
     if (!lock.Held()) {
         const std::string text = FormatText("StoreIndex_Commit:: Was abandoned due to mutex timeout %s\n", index.Path);
         DebugTrace(text);
         ReportStoreEvent(text);
-        return 0;
+        return;
     }
-    const uint64_t saved = SaveRecord(index);
+    status = SaveRecord(index);
     RefreshCachedDetails(index);
     StoreLog(kLogProgress, FormatText("StoreIndex_Commit::Committed Index for folder %s\n", index.Path));
-    return saved;
 }
 
 // ---- Changed items ----
@@ -162,7 +165,9 @@ uint64_t StoreIndex_Commit(STOREINDEXTYPE* index)
         WarnNullIndex("StoreIndex_Commit");
         return 0;
     }
-    return GuardedEntry("StoreIndex_Commit", uint64_t{0}, [&] { return CommitRecord(*index); });
+    uint64_t status = 0;
+    GuardedSwallow("StoreIndex_Commit", [&] { CommitRecord(*index, status); });
+    return status;
 }
 
 uint64_t StoreIndex_SaveChanged(STOREINDEXTYPE* index)

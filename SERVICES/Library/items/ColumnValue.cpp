@@ -20,10 +20,10 @@ bool IsCopiedText(int32_t type) { return type == PropString || type == PropStrin
 // The column as text: in `text`, or where it lies in the item with `text` untouched.
 bool ReadColumn(const STOREITEMTYPE& handle, std::string_view column, std::string& text, std::string_view& read)
 {
+    if (!handle.Item) return false;
     if (column == kClassColumn) {
         text = std::to_string(handle.Class);
     } else {
-        if (!handle.Item) return false;
         if (column.starts_with('@')) column.remove_prefix(1);
         const IndexPropertyRef ref = IndexPropertyTable::LookUp(column);
         if (!handle.Item->Has(ref)) return false;
@@ -62,17 +62,17 @@ uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& bind
         *size = stored.size() + 1;
         return kNewAllocation;
     }
+    const int32_t fixed = PropertyValueSize(binding.ClientType);
     const std::string source(stored);
     switch (ConvertPropertyValue(binding.StoredType, binding.ClientType, source.c_str(), value)) {
         case Conversion::None:
             return kNoProperty;
         case Conversion::SameValue:
-            *value = NewText(source);
+            *value = fixed > 0 ? NewTextField(source, static_cast<size_t>(fixed)) : NewText(source);
             break;
         case Conversion::NewValue:
             break;
     }
-    const int32_t fixed = PropertyValueSize(binding.ClientType);
     *size = fixed >= 0 ? static_cast<uint64_t>(fixed) : std::strlen(static_cast<const char*>(*value)) + 1;
     return kNewAllocation;
 }

@@ -10,8 +10,9 @@
 namespace velmora {
 
 // The value of `binding` for the item in `handle`: 2 with a new allocation of malloc in `value` and its size in bytes
-// (text counts its terminator), or kNoProperty with null and 0 when there is no item, no such column, or no way to the
-// client's type. "!CLASS" is answered from the handle and needs no item.
+// (text of its own length counts its terminator, text of a fixed size is cut and filled up with zeros), or kNoProperty
+// with null and 0 when there is no item, no such column, or no way to the client's type. "!CLASS" is the class of the
+// handle, and needs an item like any other column.
 uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& binding, void** value, uint64_t* size);
 
 }  // namespace velmora

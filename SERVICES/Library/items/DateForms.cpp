@@ -42,9 +42,9 @@ FILETIME FileTimeFromValue(uint64_t value)
     return time;
 }
 
-uint64_t FileTimeFromUnixSeconds(int64_t seconds) { return (static_cast<uint64_t>(seconds) + kUnixEpochSeconds) * kTicksPerSecond; }
+uint64_t UnixTimeToFileTime(int64_t seconds) { return (static_cast<uint64_t>(seconds) + kUnixEpochSeconds) * kTicksPerSecond; }
 
-int64_t UnixSecondsFromFileTime(uint64_t fileTime)
+int64_t UnixTimeFromFileTime(uint64_t fileTime)
 {
     const uint64_t sinceEpoch = fileTime - kUnixEpochSeconds * kTicksPerSecond;
     return static_cast<int64_t>(sinceEpoch) / static_cast<int64_t>(kTicksPerSecond);

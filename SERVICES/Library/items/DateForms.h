@@ -41,8 +41,8 @@ FILETIME FileTimeFromValue(uint64_t value);
 
 // Unix seconds and file times. Seconds before 1601 and beyond the reach of 64 bits wrap; a file time before 1970 gives
 // negative seconds, truncated towards 0.
-uint64_t FileTimeFromUnixSeconds(int64_t seconds);
-int64_t UnixSecondsFromFileTime(uint64_t fileTime);
+uint64_t UnixTimeToFileTime(int64_t seconds);
+int64_t UnixTimeFromFileTime(uint64_t fileTime);
 
 // Date in the high 16 bits, time in the low ones; 0 for a moment that the form cannot hold (before 1980, after 2107).
 uint32_t DosDateTime(const FILETIME& time);

@@ -71,6 +71,7 @@ bool TakeSubject(ParseState& state, std::string_view value, std::string_view)
 }
 void FoldSubject(MessageHeader& header, std::string_view text) { AppendBounded(header.Subject, text); }
 
+// Kept: alone among the addresses it is not followed onto continuation lines.
 bool TakeFrom(ParseState& state, std::string_view value, std::string_view)
 {
     CopyBounded(state.header.From, value);
@@ -127,6 +128,7 @@ bool TakeMessageId(ParseState& state, std::string_view, std::string_view rest)
     return false;
 }
 
+// Kept: every such line decides anew, also against an attachment that a disposition before it has settled.
 bool TakeContentType(ParseState& state, std::string_view, std::string_view rest)
 {
     state.header.Attachments = BeginsNoCase(rest, "multipart/mixed") ? 1 : 0;

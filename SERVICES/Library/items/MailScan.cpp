@@ -62,15 +62,33 @@ private:
     bool ours_ = false;
 };
 
-// Starts from what the index file knows, or from nothing; loaded in full either way.
-void LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind,
+// Whether the folder has an index file. One that cannot be asked for counts as there.
+bool IndexIsThere(const std::string& path)
+{
+    if (GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES) return true;
+    const DWORD error = GetLastError();
+    return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
+}
+
+// Behind a load: whether a file is there that was not seen to its end, so that it may be a good one. A reader notes the last
+// write when it is through with the file; one that could not open the file took it for an empty one.
+bool IndexIsUnread(const SORTEDSTOREINDEXTYPE& table, const std::string& path, bool loaded)
+{
+    if (table.IndexFileTime != 0 && (loaded || FileStream().OpenRead(path))) return false;
+    return IndexIsThere(path);
+}
+
+// Starts from what the index file knows, or from nothing; loaded in full either way. False, with an empty table, when there
+// is an index file that cannot be read at this moment, or that the settings leave without a reader.
+bool LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind,
                  uint32_t verifyItemFiles)
 {
     UnInit(table);
     UnInit(table);
     // A table that holds chosen items only would take all the others for new ones.
     table.LoadSelection.clear();
-    if (GetFileAttributesA(IndexFilePath(folderPath, indexKind).c_str()) != INVALID_FILE_ATTRIBUTES) {
+    const std::string path = IndexFilePath(folderPath, indexKind);
+    if (IndexIsThere(path)) {
         IndexLoadArguments arguments;
         arguments.Owner = owner;
         arguments.FolderPath = folderPath;
@@ -82,10 +100,16 @@ void LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::
         arguments.NoBlock = 1;  // held by the scan or by its caller
         arguments.CheckDirty = 0;
         arguments.VerifyItemFiles = verifyItemFiles;
+        const bool loaded = LoadIndex(table, arguments, kFullLoad);
+        if (IndexIsUnread(table, path, loaded)) {
+            UnInit(table);
+            return false;
+        }
         // A damaged file cannot be updated in place: what could be read of it is completed and written anew.
-        if (!LoadIndex(table, arguments, kFullLoad)) table.RewriteRequired = 1;
+        if (!loaded) table.RewriteRequired = 1;
     }
     table.LoadLevel = kFullLoad;
+    return true;
 }
 
 bool FileDiffers(const IndexItemPropertyContainer& item, const ListedFile& file)
@@ -119,6 +143,8 @@ void MessageListing::Read(const std::string& folderPath, uint32_t rowLimit)
     if (search == INVALID_HANDLE_VALUE) return;
     uint32_t seen = 0;
     do {
+        // Kept: entries that are left out count as well, and the cut comes before the sort, so that the order of the
+        // directory decides which files of a folder beyond the limit are indexed.
         if (++seen >= rowLimit) break;
         const std::string_view name = found.cFileName;
         if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsItemName(name)) continue;
@@ -160,7 +186,8 @@ uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     if (nextUid == UINT32_MAX || !ParseMessageHeaders(path, header, options)) return 0;
 
     const uint32_t uid = ++nextUid;
-    // A UID from another life of the file only tells that its X-UID line is out of date.
+    // Kept: a UID in the file is never kept for an item new to the index. It only tells that the X-UID line is out of date;
+    // the file is branded with the new UID, and the strip behind it in the same pass takes that line away again.
     const bool branded = header.Uid > 0;
     header.Uid = static_cast<int32_t>(uid);
     if (branded) BrandMessageFile(folderPath, file.name, folderUid, uid);
@@ -203,7 +230,9 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
         if (IndexItemPropertyContainer* const known = FindLoadedItem(table, file.name)) {
             if (FileDiffers(*known, file)) RefreshMessageItem(*known, folderPath, file, folderUid);
         } else {
-            AddMessageItem(table, folderPath, file, folderUid, nextUid);
+            // The flags of a file that is not in the index stand in the file alone.
+            if (AddMessageItem(table, folderPath, file, folderUid, nextUid) == 0) continue;
+            // Kept: the item keeps the size and time that the file had before, so the next scan reads a stripped file again.
             StripMessageBranding(folderPath, file.name, folderUid, nextUid);
         }
     }
@@ -215,7 +244,8 @@ uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
     FileStream file;
     if (!file.OpenTruncate(folderPath + "\\_DIRSIZE.TMP")) return 1;
     file.Write(FormatSigned(kilobytes));
-    return file.Close() ? 0 : 1;
+    file.Close();
+    return 0;
 }
 
 void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result)
@@ -235,7 +265,11 @@ uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, 
 
     const ScanBlock block(folderPath, lockMode);
     if (!block.Taken()) return 1;
-    LoadForScan(owner, table, folderPath, indexKind, verifyItemFiles);
+    if (!LoadForScan(owner, table, folderPath, indexKind, verifyItemFiles)) {
+        // Every known message would be taken for a new one, and its flags and UID would be lost. A later scan may fare better.
+        MarkFolderDirty(folderPath.c_str());
+        return 1;
+    }
     MessageListing files;
     files.Read(folderPath, rowLimit);
     StoreScanResult(table, folderPath, indexKind, ReconcileMessages(table, folderPath, files, rowLimit));

@@ -53,13 +53,14 @@ private:
 // The low 32 bits of the directory's creation time; 0 when the directory cannot be found.
 uint32_t GetFolderUniqueId(const std::string& folderPath);
 
-// Reads a new file and inserts an item with the next UID, which is counted up in `nextUid`. 0 with nothing added when
-// the file cannot be read or no UID is left, else 1.
+// Reads a new file and inserts an item with the next UID, which is counted up in `nextUid`. With branding on, a file that
+// bears a UID of this folder is branded with the new one. 0 with nothing added when the file cannot be read to the end of
+// its headers, no UID is left, or the table refuses the name (the UID is then used up), else 1.
 uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
                         uint32_t& nextUid);
 
-// Reads the file of a known item again and updates the columns that follow it. 0 with nothing changed when the file
-// cannot be read, else 1.
+// Reads the file of a known item again and updates the columns that follow it. 0 with nothing changed when the file cannot
+// be opened or a read of it fails, else 1.
 uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid);
 
 // The middle of the scan: brings a loaded table in step with a listing.
@@ -74,13 +75,14 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
 // folder is marked dirty; so it is when the index cannot be saved.
 void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result);
 
-// Writes the number, in kilobytes, to folderPath\_DIRSIZE.TMP. 1 when the file cannot be written, else 0.
+// Writes the number, in kilobytes, to folderPath\_DIRSIZE.TMP. 1 when the file cannot be opened, else 0.
 uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes);
 
 // The whole pass. `lockMode`: kScanTakesBlock holds _index.blk by handle for as long as it runs, 0 by name alone,
 // kScanCallerHolds leaves the lock to the caller. Takes one attempt at the block and answers 1 at once when somebody
-// else has it. 0 for an empty path, else 1. `owner` may be null; `verifyItemFiles` above 0 drops items of the index file
-// whose own file is gone.
+// else has it. An index file that is there and cannot be read now, or has no reader, is left alone: the table is then empty
+// with nothing loaded, and the folder marked dirty. 0 for an empty path, else 1. `owner` may be null; `verifyItemFiles` above
+// 0 drops items of the index file whose own file is gone.
 uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t lockMode,
                             uint32_t verifyItemFiles);
 

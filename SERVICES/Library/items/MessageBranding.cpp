@@ -6,6 +6,7 @@
 #include "frame/Settings.h"
 #include "items/LineReader.h"
 #include "items/MessageFile.h"
+#include "platform/Clock.h"
 
 namespace velmora {
 
@@ -13,6 +14,8 @@ namespace {
 
 constexpr size_t kLineBytes = 2047;
 constexpr size_t kBlockBytes = 2047;
+constexpr uint32_t kMoveRetryPauseMs = 1000;
+constexpr int kMoveRetries = 3;
 constexpr std::string_view kUidName = "X-UID: ";
 constexpr std::string_view kTempFlagsName = "X-VLTempFlags: ";
 
@@ -37,7 +40,7 @@ bool BeginsWithLineEnd(std::string_view line) { return line[0] == '\r' || line[0
 void CopyBody(LineReader& reader, FileStream& output)
 {
     std::string_view block;
-    while (reader.NextBlock(kBlockBytes, block)) output.Write(block);
+    while (!output.Failed() && reader.NextBlock(kBlockBytes, block)) output.Write(block);
 }
 
 // Copies a header with its X-UID lines renewed; the blank line is written, the body left unread.
@@ -45,7 +48,7 @@ void CopyBrandedHeader(LineReader& reader, FileStream& output, const std::string
 {
     bool written = false;
     std::string_view line;
-    while (reader.Next(kLineBytes, line)) {
+    while (!output.Failed() && reader.Next(kLineBytes, line)) {
         if (BeginsWithLineEnd(line)) {
             if (!written) output.Write(uidLine);
             output.Write(line);
@@ -62,7 +65,7 @@ bool CopyStrippedHeader(LineReader& reader, FileStream& output, const std::strin
 {
     bool dropped = false;
     std::string_view line;
-    while (reader.Next(kLineBytes, line)) {
+    while (!output.Failed() && reader.Next(kLineBytes, line)) {
         if (BeginsWithLineEnd(line)) {
             // Kept: this line never reaches the item, because a file with nothing dropped is thrown away.
             if (!dropped) output.Write(uidLine);
@@ -77,12 +80,26 @@ bool CopyStrippedHeader(LineReader& reader, FileStream& output, const std::strin
     return dropped;
 }
 
+bool MoveIntoPlace(const RewritePaths& paths) { return MoveFileA(paths.temporary.c_str(), paths.message.c_str()) != FALSE; }
+
+// The message is deleted and its copy, the only one left, could not be moved: under the copy's name no scan finds it.
+void BringBack(const RewritePaths& paths)
+{
+    for (int retry = 0; retry < kMoveRetries; ++retry) {
+        platform::SleepMs(kMoveRetryPauseMs);
+        if (MoveIntoPlace(paths)) return;
+    }
+    PrintLine("Could not move message file into place\r\n");
+    if (CopyFileA(paths.temporary.c_str(), paths.message.c_str(), TRUE)) DeleteFileA(paths.temporary.c_str());
+}
+
 void PutInPlace(const RewritePaths& paths)
 {
     const bool deleted = DeleteFileA(paths.message.c_str());
-    const bool moved = MoveFileA(paths.temporary.c_str(), paths.message.c_str());
+    if (MoveIntoPlace(paths)) return;
+    if (deleted) return BringBack(paths);
     // A message that somebody holds open stays, and the copy must not lie beside it for ever.
-    if (!deleted && !moved) DeleteFileA(paths.temporary.c_str());
+    DeleteFileA(paths.temporary.c_str());
 }
 
 void ReportUnwritable() { PrintLine("Could not open message file for writing\r\n"); }
@@ -113,7 +130,9 @@ uint64_t BrandMessageFile(const std::string& folderPath, std::string_view fileNa
     if (!output.OpenTruncate(paths.temporary)) {
         ReportUnwritable();
         message.Close();
-        PutInPlace(paths);
+        // Kept: what would end a rewrite is done all the same, and with no copy the message is lost.
+        DeleteFileA(paths.message.c_str());
+        MoveIntoPlace(paths);
         return 1;
     }
     LineReader reader(message);

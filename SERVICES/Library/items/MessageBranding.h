@@ -1,7 +1,8 @@
 // Branding: the X-UID line that ties a message file to its folder, written and taken away by rewriting the file.
 //
 // Everything here does nothing unless the setting "UID Branding Enabled" is on. A rewrite goes through a temporary file
-// beside the message, its name with "_" in front, and ends with a delete of the message and a move into its place.
+// beside the message, its name with "_" in front, and ends with a delete of the message and a move into its place. A move
+// that fails is tried again for three seconds and then made a copy, with a line on standard output.
 //
 // Only a file that came with a valid UID is branded, and the strip that follows in the same scan takes the line away
 // again; a file that came with neither X-UID nor X-VLTempFlags is never touched.

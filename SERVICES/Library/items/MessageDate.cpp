@@ -85,6 +85,7 @@ void WriteFields(const std::tm& fields, int32_t month, char* result, size_t size
 }
 
 // "+0130" is 5400 seconds.
+// Kept: a zone of letters, "EST" for one, is no number and counts as UTC.
 int64_t ZoneSeconds(std::string_view zone)
 {
     const int64_t value = EqualsNoCase(zone, "GMT") ? 0 : ParseLong(zone);

@@ -10,7 +10,8 @@
 
 namespace velmora {
 
-// Shared as C streams share: others may read and write the file meanwhile, and delete it a moment later.
+// Shared as C streams share: others may read and write the file meanwhile, and delete it a moment later. Only a plain file
+// is ever open.
 class MessageFile : public ByteSource {
 public:
     explicit MessageFile(const std::string& path);

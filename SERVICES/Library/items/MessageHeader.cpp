@@ -34,6 +34,7 @@ const MailColumns& Columns()
 }
 
 // The list that FLAGSTATUS holds: what came with the message and whether it was read, or just "\RECENT".
+// Kept: with an empty list a message that was read is "\RECENT" all the same; READ alone tells.
 std::string_view BuildFlagStatus(MessageHeader& header)
 {
     if (header.TempFlags.empty()) return "\\RECENT";
@@ -76,7 +77,7 @@ bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const H
     if (!file.IsOpen()) return false;
     header.ModifiedDate = file.DosLastWrite();
     ParseMessageHeaders(static_cast<ByteSource&>(file), header, options);
-    return true;
+    return !file.Failed();
 }
 
 bool AddFlagStatus(std::string& list, std::string_view flag)
@@ -84,6 +85,7 @@ bool AddFlagStatus(std::string& list, std::string_view flag)
     std::string spelled;
     if (flag.find('\\') == std::string_view::npos) spelled = '\\';
     spelled += flag;
+    // Kept: the text is looked for anywhere, so that a longer flag that begins with it hides it.
     if (ContainsNoCase(list, spelled)) return false;
     if (!list.empty()) list += ' ';
     list += spelled;
@@ -123,6 +125,7 @@ void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const
     item.SetText(columns.received, header.Received);
     item.SetText(columns.modifiedDate, FormatSigned(header.ModifiedDate));
     item.SetNumber(columns.attachments, header.Attachments);
+    // Kept: READ is what the file says, while the flags of the index stay, also where they say otherwise.
     item.SetNumber(columns.read, header.Read);
     item.SetNumber(columns.size, header.Size);
     MarkItemChanged(item);

@@ -1,8 +1,9 @@
 // The header block of a mail message, and what an index keeps of it.
 //
 // A message is RFC 822 text as a delivery agent wrote it, with LF or CR LF, possibly with private lines: X-UID, X-VL-Class,
-// X-VLTempFlags, X-Read. The parser takes bytes and gives values; it opens no file and refuses nothing. It looks at the
-// first 201 lines at most, in pieces of 2,047 bytes, and ends a line at its first zero byte, as text in C does.
+// X-VLTempFlags, X-Read. The parser takes bytes and gives values, and refuses nothing; one function below opens a file for
+// it. It takes headers from the first 201 lines at most, in pieces of 2,047 bytes, and ends a line at its first zero byte,
+// as text in C does. What lies behind is read only for a multipart/mixed message, in search of an attachment.
 #ifndef VELMORA_ITEMS_MESSAGEHEADER_H
 #define VELMORA_ITEMS_MESSAGEHEADER_H
 
@@ -56,7 +57,8 @@ struct HeaderParseOptions {
 // which start at 0.
 void ParseMessageHeaders(ByteSource& message, MessageHeader& header, const HeaderParseOptions& options);
 
-// The same on a file, with its last write in ModifiedDate. False, with nothing changed, when it cannot be opened.
+// The same on a file, with its last write in ModifiedDate. False, with nothing changed, when it cannot be opened or is no
+// plain file; false also when a read of it failed, and what `header` then holds is of no use.
 [[nodiscard]] bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
 
 // Whether a line of the rest begins "Content-Disposition: attachment", in any case.

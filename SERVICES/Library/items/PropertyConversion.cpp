@@ -93,4 +93,12 @@ char* NewText(std::string_view text)
     return copy;
 }
 
+char* NewTextField(std::string_view text, size_t size)
+{
+    char* const field = static_cast<char*>(std::calloc(size, 1));
+    if (!field) throw std::bad_alloc();
+    CopyBounded(field, size, text);
+    return field;
+}
+
 }  // namespace velmora

@@ -29,6 +29,9 @@ int32_t ParseSensitivity(std::string_view text);
 // An allocation of malloc with the text, ended by a zero. Throws std::bad_alloc.
 char* NewText(std::string_view text);
 
+// The same in a field of `size` bytes (at least 1): the text cut to fit, zeros behind it.
+char* NewTextField(std::string_view text, size_t size);
+
 }  // namespace velmora
 
 #endif

@@ -80,6 +80,7 @@ std::string BlockFilePath(const char* folderPath, uint32_t indexKind)
 
 bool AcquireIndexBlock(STOREINDEXTYPE& index)
 {
+    // Kept: a save of group items takes _index.blk as well, while the wait of their opens is on _groups.blk.
     void* const handle = CreateBlockFile(PathIn(index.Path, kIndexBlockName));
     if (!handle) return false;
     index.BlockFileHandle = handle;
@@ -170,6 +171,8 @@ uint64_t WaitForAccessToIndexFileEx(const char* filename, uint32_t keepHandle, v
 uint64_t UnBlockIndexFileAccessEx(const char* filename, uint32_t keepHandle, void** handle)
 {
     return GuardedEntry("UnBlockIndexFileAccessEx", uint64_t{0}, [&]() -> uint64_t {
+        // Kept: the handle is closed for 1 alone, although any number but 0 made it stay open; and a file that is gone
+        // already answers 0, as one that cannot be deleted does.
         if (keepHandle == 1 && handle) CloseBlockHandle(*handle);
         return filename && DeleteBlockFile(CutPath(filename)) == BlockDelete::Deleted ? 1 : 0;
     });

@@ -90,6 +90,8 @@ uint64_t ClearCachedTransactions(const char* folderPath)
 
 bool StoreIndex_FolderNeedsScan(const char* folderPath)
 {
+    // A folder without a path would be looked for, and its flag deleted, at the root of the drive.
+    if (!folderPath) return true;
     ClearCachedTransactions(folderPath);
     // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. When the
     // scan then fails, it stays undone until the next flag.

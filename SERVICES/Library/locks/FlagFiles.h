@@ -24,7 +24,8 @@ uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox);
 uint64_t MarkCachedTransactions(const char* folderPath);
 // Deletes _CACHED.DTY; 0 when cached transactions are off or the path is null.
 uint64_t ClearCachedTransactions(const char* folderPath);
-// Takes the dirty flag away and says whether the folder must be scanned: a flag was there, or there is no index.
+// Takes the dirty flag away and says whether the folder must be scanned: a flag was there, or there is no index, or dirty
+// tracking is off, or the path is null, for which no file is looked at.
 bool StoreIndex_FolderNeedsScan(const char* folderPath);
 
 }  // namespace velmora

@@ -57,6 +57,14 @@ void ElementFormatter::Append(std::string& out, const IndexItemPropertyContainer
     out += kElementEnd;
 }
 
+bool FitsInTag(const IndexItemPropertyContainer& item)
+{
+    const std::string_view id = item.Id();
+    constexpr size_t kSurelyShort = 980;
+    return !IsTombstone(id) && id.find_first_of("\">") == std::string_view::npos &&
+           (id.size() <= kSurelyShort || ElementStart(item).size() <= kLongestTag);
+}
+
 std::string ElementStart(const IndexItemPropertyContainer& item)
 {
     std::string start;

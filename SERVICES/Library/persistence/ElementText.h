@@ -27,6 +27,10 @@ private:
     std::vector<Child> children_;
 };
 
+// Whether an item's start tag can be read back: an ID stands there unescaped. Items that got their ID from a child of a
+// file that somebody else wrote may have any.
+bool FitsInTag(const IndexItemPropertyContainer& item);
+
 // The start tag of an item's element without its ">".
 std::string ElementStart(const IndexItemPropertyContainer& item);
 

@@ -13,6 +13,7 @@ namespace {
 
 using Item = IndexItemPropertyContainer;
 
+constexpr int32_t kHeaderLevel = 1;
 constexpr int32_t kFullLevel = 3;
 
 }  // namespace
@@ -49,25 +50,32 @@ bool InPlacePlan::ReadHeader()
 bool InPlacePlan::FindEndOfItems()
 {
     constexpr uint64_t kLongestTail = 31;
-    constexpr uint64_t kSearched = 4096;
     constexpr std::string_view kBareEnd = "</BASEELEMENT>";
     stream_->SeekToEnd();
     CheckStreamState(*stream_, StreamSite::EndSeek);
     const uint64_t size = stream_->Position();
-    const auto lastBytes = [&](uint64_t most) {
-        const auto wanted = static_cast<size_t>(std::min(size, most));
-        std::string bytes = BytesAt(size - wanted, wanted);
-        CheckStreamState(*stream_, StreamSite::TrailerSeek);
-        if (bytes.size() != wanted) bytes.clear();
-        return bytes;
-    };
-    const std::string tail = lastBytes(kLongestTail);
-    if (tail.empty()) return false;
+    const auto tailSize = static_cast<size_t>(std::min(size, kLongestTail));
+    const std::string tail = BytesAt(size - tailSize, tailSize);
+    CheckStreamState(*stream_, StreamSite::TrailerSeek);
+    if (tail.empty() || tail.size() != tailSize) return false;
     const size_t found = std::string_view(tail).ends_with(kRootEnd) ? tail.size() - kRootEnd.size() : tail.find(kBareEnd);
-    endOfItems_ = found == std::string::npos ? size : size - tail.size() + found;
-    if (found != std::string::npos) return true;
-    const std::string end = lastBytes(kSearched);
-    return !end.empty() && end.find(kBareEnd) == std::string::npos;
+    endOfItems_ = found == std::string::npos ? size : size - tailSize + found;
+    // A pass over the elements has seen an end tag, and that nothing was open there. With the header alone in memory the
+    // bytes in front have to tell.
+    return table_->LoadLevel > kHeaderLevel ? found != std::string::npos : ElementsEndAt(endOfItems_);
+}
+
+// Whether an element, or the header, is what ends at `offset`, but for white space.
+bool InPlacePlan::ElementsEndAt(uint64_t offset)
+{
+    constexpr uint64_t kSearched = 64;
+    if (offset < kHeaderSize) return false;
+    const uint64_t begin = std::max<uint64_t>(kHeaderSize, offset - std::min(offset, kSearched));
+    const std::string bytes = BytesAt(begin, static_cast<size_t>(offset - begin));
+    if (bytes.size() != offset - begin) return false;
+    const size_t last = bytes.find_last_not_of(" \t\r\n");
+    if (last == std::string::npos) return begin == kHeaderSize;
+    return std::string_view(bytes).substr(0, last + 1).ends_with(kElementEnd);
 }
 
 bool InPlacePlan::ChooseFirstItem()

@@ -57,6 +57,7 @@ public:
 private:
     bool ReadHeader();
     bool FindEndOfItems();
+    bool ElementsEndAt(uint64_t offset);
     bool ChooseFirstItem();
     bool RemovedItemsStand();
     bool WalkedItemsStand();

@@ -18,24 +18,29 @@ std::string DamagedPath(const std::string& folderPath) { return folderPath + "\\
 
 bool CopyOver(const std::string& from, const std::string& to) { return CopyFileA(from.c_str(), to.c_str(), FALSE) != FALSE; }
 
-}  // namespace
-
-// The last good backup stays until the new one is whole.
-void IndexFileSerialiser::BackupIndex(const std::string& folderPath)
+// The old `to` stays until the new one is whole.
+bool ReplaceByCopy(const std::string& from, const std::string& to)
 {
-    const std::string whole = folderPath + "\\_index.xml.bak.tmp";
-    if (!CopyOver(IndexPath(folderPath), whole) || !MoveFileExA(whole.c_str(), BackupPath(folderPath).c_str(), MOVEFILE_REPLACE_EXISTING))
-        DeleteFileA(whole.c_str());
+    const std::string whole = to + ".tmp";
+    if (CopyOver(from, whole) && MoveFileExA(whole.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+    DeleteFileA(whole.c_str());
+    return false;
 }
 
+}  // namespace
+
+void IndexFileSerialiser::BackupIndex(const std::string& folderPath) { ReplaceByCopy(IndexPath(folderPath), BackupPath(folderPath)); }
+
+// Only a file that has been put aside is replaced: one that cannot be read now may be a good one.
 bool IndexFileSerialiser::RestoreBackup(const std::string& folderPath)
 {
     if (!HasBackup(folderPath)) return false;
-    CopyOver(IndexPath(folderPath), DamagedPath(folderPath));
-    return CopyOver(BackupPath(folderPath), IndexPath(folderPath));
+    const bool exists = FileManagement::Exists(IndexPath(folderPath));
+    if (exists && !CopyOver(IndexPath(folderPath), DamagedPath(folderPath))) return false;
+    return ReplaceByCopy(BackupPath(folderPath), IndexPath(folderPath));
 }
 
-// Only a file that has been put aside is deleted: one that cannot be read now may be a good one.
+// As for a restore, only what has been put aside goes.
 bool IndexFileSerialiser::QuarantineIndex(const std::string& folderPath)
 {
     if (!CopyOver(IndexPath(folderPath), DamagedPath(folderPath))) return false;
@@ -51,6 +56,7 @@ uint64_t IndexFileSerialiser::BackupAgeMinutes(const std::string& folderPath)
     return stamp.lastWrite == 0 ? 0 : AgeInMinutes(stamp.lastWrite, platform::NowFileTime());
 }
 
+// Kept: a damaged _groups.xml ends in the removal of the backup of the index beside it.
 void IndexFileSerialiser::DeleteBackup(const std::string& folderPath) { DeleteFileA(BackupPath(folderPath).c_str()); }
 
 uint64_t AgeInMinutes(uint64_t fileTime, uint64_t now)

@@ -35,7 +35,7 @@ struct TagAttribute {
     std::string_view value;
 };
 
-// The attributes of a tag, one after another. A value runs to the next double quote that is not its first byte, so an
+// The attributes of a tag, one after another. Kept: a value runs to the next double quote that is not its first byte, so an
 // empty value takes in what follows, up to the quote after that.
 class AttributeWalk {
 public:

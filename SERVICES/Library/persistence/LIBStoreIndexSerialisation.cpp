@@ -64,22 +64,28 @@ std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& 
     if (DispatchDeserialise(rebuild, index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level, 0, 1,
                             true) != 0)
         return ". Successfully loaded recovery index.\n";
+    // A backup that could not be read has not been tried either.
+    if (rebuild.InnerBrokeOff()) return "\n";
     serialiser.DeleteBackup(request.folderPath);
     return ". Backup Index is also corrupt.\n";
 }
 
 enum class Recovery { Allowed, Finished };
 
-int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, Recovery recovery)
+// `completed` becomes false when an exception broke the load off; what the file holds is not known then.
+int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, Recovery recovery,
+                       bool& completed)
 {
-    bool completed = false;
+    completed = false;
     GuardedSwallow("StoreIndexSerialiser::Deserialise", [&] {
         index.LoadLevel = serialiser.Deserialise(index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level,
                                                  request.reserved, request.verifyItemFiles);
         if (index.LoadLevel == kFullLoad) {
-            if (request.checkDirty) DeleteFileA((request.folderPath + "\\_change.dty").c_str());
-            // What a rebuild found and could not save is in this process's memory alone.
-            if (serialiser.LeftUnsaved()) MarkFolderDirty(request.folderPath.c_str());
+            // What a rebuild found and could not save is in this process's memory alone, so the next one has to look again.
+            if (serialiser.LeftUnsaved())
+                MarkFolderDirty(request.folderPath.c_str());
+            else if (request.checkDirty)
+                DeleteFileA((request.folderPath + "\\_change.dty").c_str());
             KeepBackup(serialiser, request.folderPath);
         } else if (index.LoadLevel == 0) {
             const std::string message = "Failed to deserialise index: " + request.folderPath +
@@ -126,7 +132,8 @@ int32_t DispatchDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTY
                             uint32_t verifyItemFiles, bool checkDirty)
 {
     const LoadRequest request{folderPath, indexKind, pathA, pathB, level, reserved, verifyItemFiles, checkDirty};
-    return RunDeserialise(serialiser, index, request, Recovery::Allowed);
+    bool completed = false;
+    return RunDeserialise(serialiser, index, request, Recovery::Allowed, completed);
 }
 
 uint64_t DispatchSerialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind)
@@ -178,7 +185,9 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
     index.LoadSelection.clear();
     if (StoreIndexSerialiser* const inner = Inner()) {
         const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, false};
-        const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed);
+        bool completed = false;
+        const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed, completed);
+        innerBrokeOff_ = !completed;
         // The restored backup is damaged too. The recovery ends here, or it would restore the same file for ever.
         if (borrowed_ && loaded == 0) return 0;
     } else {

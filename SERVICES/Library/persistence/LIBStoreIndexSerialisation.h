@@ -95,8 +95,11 @@ public:
     void DeleteBackup(const std::string&) override {}
 
     StoreIndexSerialiser* Inner() const { return borrowed_ ? borrowed_ : inner_.get(); }
+    // Whether the last load through `inner` ended in an exception, which says nothing about the file.
+    bool InnerBrokeOff() const { return innerBrokeOff_; }
 
 private:
+    bool innerBrokeOff_ = false;
     std::unique_ptr<StoreIndexSerialiser> inner_;
     StoreIndexSerialiser* borrowed_ = nullptr;
 };

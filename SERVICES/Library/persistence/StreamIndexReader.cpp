@@ -164,7 +164,7 @@ void Parser::HandleTag()
 {
     const bool closing = tag_.starts_with('/');
     const std::string_view name = closing ? tag_.substr(1) : tag_;
-    // A prefix is enough, so a property whose name begins with "ELEMENT" counts as an element.
+    // Kept: a prefix is enough, so a property whose name begins with "ELEMENT" counts as an element.
     if (name.starts_with(kRootTag)) return HandleRootTag();
     if (!name.starts_with(kElementTag)) return HandlePropertyTag();
     if (closing)
@@ -180,6 +180,7 @@ void Parser::HandleRootTag()
             Fault("Encountered root element end tag before root element start tag");
         else if (rootEndSeen_)
             Fault("Encountered root element end tag after already encountering a root element end tag");
+        // Kept: an element that is still open is dropped and no fault, so files that were cut and closed load.
         if (elementOpen_) NoteUnusual();
         rootEndSeen_ = true;
         return;

@@ -225,8 +225,11 @@ void Writer::WriteItems()
     ForEachItemAndNext(content_.ByUID, firstUid, [&](Item& item, const Item* nextItem, bool) {
         if (step == 0) ReportUidOrder(item, uidBefore);
         if (nextItem) ReportUidOrder(*nextItem, uidBefore);
-        position = WriteItemAndGap(item, nextItem, position, inPlace_ ? plan_.Gap(step) : std::string_view());
+        const std::string_view gap = inPlace_ ? plan_.Gap(step) : std::string_view();
         ++step;
+        // An item that no reader could read back would make the whole file unreadable. No gap stands behind it: it is new, or
+        // the table stands for the whole file.
+        if (FitsInTag(item)) position = WriteItemAndGap(item, nextItem, position, gap);
     });
     // With no item left, the end tag stands right behind the header.
     if (step == 0 && inPlace_) stream_.SeekTo(position);

@@ -3,8 +3,9 @@
 // A removed item is struck out where it stands, its identifiers overwritten with dashes. A changed item and all that
 // follow it in UID order are written again from that item's place; where memory holds only part of the file, the bytes
 // between loaded items are carried along as gaps. Only when the remembered offsets cannot be trusted is the file written
-// in full. There is no temporary file and no rollback: a crash in the middle leaves a file that the reader finds
-// malformed, and recovery mends it.
+// in full. There is no temporary file and no rollback. A crash in the middle mostly leaves a file that the reader finds
+// malformed, and recovery mends it; when all that was missing are bytes that overwrite others of the same length, the file
+// loads with some changes in it and some not, and the folder's files tell the rest at the next scan.
 //
 // Cost follows what stands behind the first dirty item, not the size of the file: an append writes one element, the end
 // tag and eight digits.

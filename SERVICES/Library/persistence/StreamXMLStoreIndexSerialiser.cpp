@@ -69,6 +69,7 @@ std::string FirstLine(const std::string& path)
 std::optional<int32_t> ReadHeader(SORTEDSTOREINDEXTYPE& index, const std::string& path, int32_t& level)
 {
     const std::string line = FirstLine(path);
+    // Kept: a first line that holds no more than the header, with a line end behind it too, has its elements read.
     if (line.size() <= kHeaderSize) return std::nullopt;
     const bool oldForm = ParseLastUID(line, index.LastUID) == RootForm::Old;
     const bool closedAtOnce = line[kHeaderSize - 1] == '/';

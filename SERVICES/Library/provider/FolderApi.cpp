@@ -41,6 +41,8 @@ void TakeNames(TLSStoreIndex& context, const FolderName& name)
 
 // "[postoffice][mailbox][folder]", then "[item]" for an item that is opened on its own, then with affinity 1 a number that
 // tells threads apart: the low half of their context's address, as a signed number. Cut at 1,023 bytes.
+// Kept: the names stand as the host spelt them, so two spellings of one folder make two records, which do not see each
+// other's unsaved changes.
 std::string RegistryKey(const TLSStoreIndex& context, const FolderName& name, const char* itemId)
 {
     std::string key = std::string("[") + name.postoffice + "][" + name.mailbox + "][" + name.folder + "]";
@@ -98,16 +100,14 @@ uint64_t OpenRecord(SharedIndex& index, const FolderName& name, uint32_t mode)
     if (!opens.Held()) return 0;
     PlaceRecord(index, name);
     if (mode == VELMORA_OPEN_UNLOADED) return 2;
+    // Kept: 2, an index that is loaded already and up to date, becomes 1 here; 2 is what a thread's own second open answers.
     return OpenIndexQuietly(index) == 0 ? 0 : 1;
 }
 
 uint64_t OpenDocument(TLSStoreIndex& context)
 {
     context.CalendarDocument = std::make_unique<CalendarObject>();
-    std::string source = context.Folder;
-    if (!ContainsNoCase(source, "http://"))
-        source = std::string(Process().MailRoot) + "\\" + context.Postoffice + "\\MAILROOT\\" + context.Mailbox + "\\" + context.Folder;
-    return OpenCalendarObject(*context.CalendarDocument, source);
+    return OpenCalendarObject(*context.CalendarDocument, DocumentSource(context));
 }
 
 uint64_t OpenFolder(TLSStoreIndex& context, const FolderName& name, uint32_t mode)
@@ -117,6 +117,7 @@ uint64_t OpenFolder(TLSStoreIndex& context, const FolderName& name, uint32_t mod
 
     const std::string key = RegistryKey(context, name, nullptr);
     if (HasOpenIndex(context)) {
+        // Kept: nothing on disk is looked at, so what others have changed there since is not seen.
         if (key == context.Key && AddOpen(context)) {
             PrintLine("StoreFolder_Open::Piggybacking Index\n");
             return 2;
@@ -156,6 +157,7 @@ uint64_t OpenItem(TLSStoreIndex& context, const FolderName& name, const char* it
     TakeNames(context, name);
     const std::string key = RegistryKey(context, name, itemId);
     if (HasOpenIndex(context)) {
+        // Kept: no open is counted here, so one close is enough for any number of these.
         if (key == context.Key && IsLoaded(context)) {
             OutputDebugStringA("StoreFolder_OpenItem::Piggybacking Index\n");
             return 2;
@@ -188,6 +190,7 @@ uint64_t OpenItem(TLSStoreIndex& context, const FolderName& name, const char* it
 
 // ---- Close ----
 
+// Kept: behind an open of kind 5 a close is the document's, and an index that was open before it stays open.
 void CloseFolder(TLSStoreIndex& context)
 {
     if (context.CurrentFolderItem.Class != kKindCalendarDocument) {

@@ -178,6 +178,7 @@ uint64_t StoreFolder_FindNextItem()
 uint64_t StoreFolder_FindClose()
 {
     return GuardedEntry("StoreFolder_FindClose", uint64_t{1}, []() -> uint64_t {
+        // Kept: the end of a walk gives up the thread's open of the folder as well.
         CloseThreadIndex(CurrentContext(), 1);
         return 1;
     });

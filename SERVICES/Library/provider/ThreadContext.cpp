@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "common/Text.h"
 #include "frame/ProcessState.h"
 #include "platform/Threads.h"
 #include "platform/win32.h"
@@ -47,6 +48,12 @@ TLSStoreIndex* ExistingContext()
 {
     const uint32_t slot = Process().TLSFolderContextSlot;
     return slot == kNoTlsSlot ? nullptr : static_cast<TLSStoreIndex*>(TlsGetValue(slot));
+}
+
+std::string DocumentSource(const TLSStoreIndex& context)
+{
+    if (ContainsNoCase(context.Folder, "http://")) return context.Folder;
+    return std::string(MailRootText()) + "\\" + context.Postoffice + "\\MAILROOT\\" + context.Mailbox + "\\" + context.Folder;
 }
 
 void CloseThreadContext()

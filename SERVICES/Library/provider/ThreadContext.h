@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "index/ItemOperations.h"
 #include "items/CalendarDocument.h"
@@ -49,6 +50,10 @@ TLSStoreIndex* GetTLSStoreIndex(uint32_t slot);
 TLSStoreIndex* CurrentContext();
 // The same, but null if there is none.
 TLSStoreIndex* ExistingContext();
+
+// What an open of kind 5 reads by the context's names: the folder itself when it is an address, with "http://" in it in any
+// case of letters, else "<mail root>\<postoffice>\MAILROOT\<mailbox>\<folder>".
+std::string DocumentSource(const TLSStoreIndex& context);
 
 // Closes the thread's folder, in its final form, and destroys the context; nothing without one.
 void CloseThreadContext();
