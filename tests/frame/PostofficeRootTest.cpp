@@ -1,4 +1,5 @@
 // The root of a post office, with and without an options module that knows another.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -36,6 +37,17 @@ protected:
         EXPECT_EQ(ResolvePostofficeRoot(root, sizeof root, postoffice), 1u);
         return root;
     }
+    // Takes every handle of an options module away, and tells how many there were.
+    static int TakeHandles(const std::string& name)
+    {
+        const std::string file = VELMORA_TEST_MODULES "/" + name + "64/libvlaiso.so";
+        int handles = 0;
+        while (void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
+            dlclose(module);
+            if (dlclose(module) != 0 || ++handles > 1000) break;
+        }
+        return handles;
+    }
     test::TestStore store_;
 };
 
@@ -69,6 +81,8 @@ TEST_F(PostofficeRoot, AModuleWithoutSetOptionCountsAsMissing)
 {
     UseModules("broken");
     EXPECT_EQ(Of("custom"), "C:\\store\\custom");
+    EXPECT_EQ(Of("custom"), "C:\\store\\custom");
+    EXPECT_EQ(TakeHandles("broken"), 0) << "no handle of it is kept";
 }
 
 TEST_F(PostofficeRoot, IsAskedForOnlyWhenAllowedWithExactlyOne)
@@ -161,10 +175,13 @@ TEST_F(PostofficeRoot, AMailRootIsCutAtItsField)
 
 TEST_F(PostofficeRoot, ManyThreadsThatAskAtOnceGetTheOneModule)
 {
+    TakeHandles("sized");
     UseModules("sized");
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i) threads.emplace_back([&] { EXPECT_EQ(Of("custom"), "C:\\sized root"); });
     for (std::thread& thread : threads) thread.join();
+    ForgetOptionsModule();
+    EXPECT_EQ(TakeHandles("sized"), 1);
 }
 
 TEST_F(PostofficeRoot, AMailRootThatStaysEmptyGivesARelativePath)

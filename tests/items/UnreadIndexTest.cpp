@@ -94,5 +94,20 @@ TEST_F(UnreadIndex, ThatTheSettingsLeaveWithoutAReaderIsLeftAlone)
     ExpectNothingLost();
 }
 
+TEST_F(UnreadIndex, WithNoReaderAFlaggedLoadLeavesTheFileAndTheFlag)
+{
+    store_.SetNumber("Use XML Stream Index Deserialisation", 0);
+    WriteFileBytes(folder_ / "_CHANGE.DTY", "");
+    IndexLoadArguments arguments;
+    arguments.FolderPath = Path();
+    arguments.NoBlock = 1;
+    arguments.CheckDirty = 1;
+    EXPECT_FALSE(LoadIndex(table_, arguments, 3));
+    EXPECT_EQ(ReadFileBytes(folder_ / "_index.xml"), bytes_);
+    EXPECT_TRUE(Has("_CHANGE.DTY"));
+    store_.SetNumber("Use XML Stream Index Deserialisation", 1);
+    ExpectNothingLost();
+}
+
 }  // namespace
 }  // namespace velmora::test

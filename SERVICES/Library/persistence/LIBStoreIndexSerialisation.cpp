@@ -184,6 +184,8 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
 {
     index.LoadSelection.clear();
     if (StoreIndexSerialiser* const inner = Inner()) {
+        // A file that nobody here can read is not a damaged one: a rebuild would put other UIDs and no flags in its place.
+        if (!inner->HasReader()) return 0;
         const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, false};
         bool completed = false;
         const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed, completed);

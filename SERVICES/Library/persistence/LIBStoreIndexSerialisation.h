@@ -31,6 +31,9 @@ public:
     virtual uint64_t BackupAgeMinutes(const std::string& folderPath) = 0;
     virtual void DeleteBackup(const std::string& folderPath) = 0;
 
+    // False for a strategy whose document facility is not there: its files may be good, and stay as they are.
+    virtual bool HasReader() const { return true; }
+
     // Whether the last load made something that could not be written.
     bool LeftUnsaved() const { return !saved_; }
 
@@ -68,6 +71,7 @@ public:
                         const std::string& pathB, int32_t level, uint32_t reserved, uint32_t verifyItemFiles) override;
     bool RequiresFullLoad() const override { return true; }
     bool SupportsBackup() const override { return false; }
+    bool HasReader() const override { return false; }
     bool ProducesOldFormat() const { return producesOldFormat_; }
 
 private:
