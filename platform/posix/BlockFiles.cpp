@@ -103,7 +103,7 @@ DWORD CreateLocked(const PathText& path, Birth birth, Descriptor& made)
 DWORD LockByName(const char* path, Descriptor& descriptor, struct stat& info)
 {
     for (int round = 0; round < kRoundsAgainstReplacement; ++round) {
-        struct stat named;
+        struct stat named = {};
         descriptor = Descriptor(OpenFile(path, O_RDONLY | O_NOFOLLOW));
         if (!descriptor.IsOpen() && errno == EACCES) descriptor = Descriptor(OpenFile(path, O_WRONLY | O_NOFOLLOW));
         if (!descriptor.IsOpen()) {
@@ -136,7 +136,7 @@ namespace {
 DWORD DeleteNow(const PathText& path)
 {
     Descriptor locked;
-    struct stat info;
+    struct stat info = {};
     if (const DWORD error = LockByName(path.text, locked, info); error != 0) return error;
     if (S_ISDIR(info.st_mode)) return ERROR_ACCESS_DENIED;
     return unlink(path.text) == 0 ? 0 : PresentError();

@@ -32,9 +32,9 @@ int RemoveEmptyDirectory(const char* path, DWORD& error)
     error = 0;
     if (rmdir(path) == 0) return 0;
     if (errno == EEXIST) errno = ENOTEMPTY;
-    struct stat info;
+    struct stat info = {};
     if (errno != ENOTDIR || lstat(path, &info) != 0) return -1;
-    struct stat target;
+    struct stat target = {};
     if (S_ISLNK(info.st_mode) && stat(path, &target) == 0 && S_ISDIR(target.st_mode)) return unlink(path);
     error = ERROR_DIRECTORY;
     errno = ENOTDIR;

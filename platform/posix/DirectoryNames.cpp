@@ -136,7 +136,7 @@ DWORD List(const char* path, KeptDirectory& directory)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(path), closedir);
     if (!opened) return PresentError();
-    struct stat info;
+    struct stat info = {};
     if (fstat(dirfd(opened.get()), &info) != 0) return PresentError();
     directory.identity = IdentityOf(info);
     directory.listedAt = std::chrono::steady_clock::now();
@@ -175,7 +175,7 @@ DWORD FindIn(const KeptDirectory& directory, char* name, size_t length)
 
 DWORD IdentifyDirectory(const char* path, DirectoryIdentity& identity)
 {
-    struct stat info;
+    struct stat info = {};
     if (stat(path, &info) != 0) return PresentError();
     if (!S_ISDIR(info.st_mode)) return ERROR_PATH_NOT_FOUND;
     identity = IdentityOf(info);

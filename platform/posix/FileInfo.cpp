@@ -30,7 +30,7 @@ DWORD AttributesOf(mode_t mode)
 // cost this second look.
 DWORD LinkAttribute(int directory, const char* name)
 {
-    struct stat info;
+    struct stat info = {};
     const bool isLink = fstatat(directory, name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(info.st_mode);
     return isLink ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
 }
@@ -75,7 +75,7 @@ DWORD GetFileAttributesA(LPCSTR path)
     if (SeamRefuses(FileOperation::Search, path)) return INVALID_FILE_ATTRIBUTES;
     PathText native;
     DWORD error = ToSystemPath(path, native);
-    struct stat info;
+    struct stat info = {};
     if (error == 0) {
         native.DropTrailingSeparators();
         if (WithSpelling(native, error, [&](const char* name) { return stat(name, &info); }) == 0)

@@ -61,7 +61,7 @@ bool MakeRequest(DWORD access, DWORD share, DWORD disposition, OpenRequest& requ
 // Locks an opened file as its share mode says and checks what it is. `Again` when it was deleted before it was locked.
 Attempt Settle(const OpenRequest& request, OpenedFile& opened, bool empties, DWORD& error)
 {
-    struct stat info;
+    struct stat info = {};
     const int fd = opened.descriptor.Get();
     error = LockFor(fd, request.share);
     if (fstat(fd, &info) != 0) {
@@ -256,7 +256,7 @@ BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size)
 {
     const FileObject* object = HandleAs<FileObject>(file);
     if (!object) return FALSE;
-    struct stat info;
+    struct stat info = {};
     if (fstat(object->Fd(), &info) != 0) return Fail(PresentError());
     size->QuadPart = info.st_size;
     return TRUE;

@@ -25,7 +25,7 @@ int RenameWithoutReplacing(const char* from, const char* to, bool isDirectory)
 {
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return -1;
-    struct stat info;
+    struct stat info = {};
     if (lstat(to, &info) == 0) {
         errno = EEXIST;
         return -1;
@@ -72,7 +72,7 @@ DWORD CopyContents(int from, int to)
 // Contents, permissions and last-write time. `to` is an empty file that nobody else has open.
 DWORD CopyOpened(int from, int to)
 {
-    struct stat info;
+    struct stat info = {};
     if (fstat(from, &info) != 0) return PresentError();
     if (const DWORD error = CopyContents(from, to); error != 0) return error;
     const timespec stamps[2] = {{0, UTIME_OMIT}, info.st_mtim};
@@ -86,7 +86,7 @@ DWORD OpenForCopy(PathText& path, Descriptor& opened)
     const int fd = WithSpelling(path, error, [](const char* name) { return OpenFile(name, O_RDONLY); });
     if (fd < 0) return error;
     opened = Descriptor(fd);
-    struct stat info;
+    struct stat info = {};
     if (fstat(fd, &info) != 0) return PresentError();
     if (!S_ISREG(info.st_mode)) return ERROR_ACCESS_DENIED;
     return LockFor(fd, Share::NoDelete);
@@ -103,7 +103,7 @@ DWORD OpenCopyTargetOnce(PathText& path, bool failIfExists, Descriptor& opened, 
         opened = Descriptor(OpenFile(path.text, O_WRONLY));
         if (!opened.IsOpen()) return PresentError();
         if (const DWORD error = LockFor(opened.Get(), Share::None); error != 0) return error;
-        struct stat info;
+        struct stat info = {};
         if (fstat(opened.Get(), &info) != 0) return PresentError();
         if (!S_ISREG(info.st_mode)) return ERROR_ACCESS_DENIED;
         if (info.st_nlink == 0) return ERROR_SHARING_VIOLATION;  // deleted before it was locked
@@ -152,7 +152,7 @@ struct MoveOptions {
 // it must stay.
 DWORD ClaimTarget(const PathText& to, const struct stat& source, const MoveOptions& options, Descriptor& claimed)
 {
-    struct stat present;
+    struct stat present = {};
     if (lstat(to.text, &present) != 0) return errno == ENOENT ? 0 : PresentError();
     if (!options.replace) return ERROR_ALREADY_EXISTS;
     if (S_ISDIR(present.st_mode) || S_ISDIR(source.st_mode)) return ERROR_ACCESS_DENIED;
@@ -183,7 +183,7 @@ DWORD RenameLocked(const PathText& from, const PathText& to, bool respelling, co
 {
     Descriptor source;
     Descriptor target;
-    struct stat info;
+    struct stat info = {};
     DWORD error = LockByName(from.text, source, info);
     if (error == 0 && !respelling) error = ClaimTarget(to, info, options, target);
     if (error != 0) return error;
@@ -214,7 +214,7 @@ DWORD Move(LPCSTR fromPath, LPCSTR toPath, const MoveOptions& options)
     if (error != 0) return error;
     from.DropTrailingSeparators();
     to.DropTrailingSeparators();
-    struct stat info;
+    struct stat info = {};
     if (WithSpelling(from, error, [&](const char* name) { return lstat(name, &info); }) != 0) return error;
 
     const PathText asked = to;

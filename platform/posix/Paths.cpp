@@ -22,7 +22,7 @@ constexpr std::string_view kMixedSpellings[] = {
 
 bool Exists(const char* path)
 {
-    struct stat info;
+    struct stat info = {};
     return fstatat(AT_FDCWD, path, &info, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
@@ -104,7 +104,7 @@ DWORD FindDirectorySpelling(PathText& path, size_t end)
         const size_t stop = length == std::string_view::npos ? end : at + length;
         const char behind = path.text[stop];
         path.text[stop] = '\0';
-        struct stat info;
+        struct stat info = {};
         DWORD error = 0;
         if (stat(path.text, &info) != 0) {
             error = PresentError();

@@ -122,7 +122,7 @@ std::shared_ptr<const RegistryKeys> KeysOf(const std::string& path)
     Keeper& keeper = TheKeeper();
     std::lock_guard<std::mutex> hold(keeper.lock);
     const auto kept = std::find_if(keeper.files.begin(), keeper.files.end(), [&](const KeptFile& file) { return file.path == path; });
-    struct stat info;
+    struct stat info = {};
     if (kept != keeper.files.end() && kept->settled && stat(path.c_str(), &info) == 0 && SameContents(info, kept->info)) return kept->keys;
 
     const Descriptor opened(OpenFile(path.c_str(), O_RDONLY));
