@@ -102,6 +102,14 @@ void PutInPlace(const RewritePaths& paths)
     DeleteFileA(paths.temporary.c_str());
 }
 
+// Says so when the message to be rewritten could not be opened.
+bool IsReadable(const MessageFile& message)
+{
+    if (message.IsOpen()) return true;
+    PrintLine("Could not open message file for input\r\n");
+    return false;
+}
+
 void ReportUnwritable() { PrintLine("Could not open message file for writing\r\n"); }
 
 // Ends a rewrite: a copy that is not whole (full disk, read fault) never replaces the message.
@@ -122,10 +130,7 @@ uint64_t BrandMessageFile(const std::string& folderPath, std::string_view fileNa
     if (!UidBrandingIsOn()) return 1;
     const RewritePaths paths = PathsOf(folderPath, fileName);
     MessageFile message(paths.message);
-    if (!message.IsOpen()) {
-        PrintLine("Could not open message file for input\r\n");
-        return 1;
-    }
+    if (!IsReadable(message)) return 1;
     FileStream output;
     if (!output.OpenTruncate(paths.temporary)) {
         ReportUnwritable();
@@ -147,10 +152,7 @@ uint64_t StripMessageBranding(const std::string& folderPath, std::string_view fi
     if (!UidBrandingIsOn()) return 1;
     const RewritePaths paths = PathsOf(folderPath, fileName);
     MessageFile message(paths.message);
-    if (!message.IsOpen()) {
-        PrintLine("Could not open message file for input\r\n");
-        return 1;
-    }
+    if (!IsReadable(message)) return 1;
     FileStream output;
     if (!output.OpenTruncate(paths.temporary)) {
         ReportUnwritable();
