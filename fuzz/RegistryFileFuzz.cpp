@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/posix/RegistryFile.h"
+#include "platform/shared/RegistryFile.h"
 
 using namespace velmora::platform;
 

@@ -57,6 +57,8 @@
 #undef max
 #undef min
 
+#include "platform/windows/Seamed.h"
+
 #else
 
 #include <cstddef>

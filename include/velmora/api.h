@@ -4,12 +4,11 @@
 
 #include <stdint.h>
 
-/* VELMORA_API marks what the shared library exports. VELMORA_BUILDING_LIBRARY is set for the library's own sources,
- * VELMORA_STATIC for a program that links its parts directly, as the library's tests do. */
+/* VELMORA_API marks what the shared library exports. On Windows the library's definition file says what that is;
+ * VELMORA_BUILDING_LIBRARY is set for the library's own sources, VELMORA_STATIC for a program that links its parts
+ * directly, as the library's tests do. */
 #if defined(_WIN32)
-#if defined(VELMORA_BUILDING_LIBRARY)
-#define VELMORA_API __declspec(dllexport)
-#elif defined(VELMORA_STATIC)
+#if defined(VELMORA_BUILDING_LIBRARY) || defined(VELMORA_STATIC)
 #define VELMORA_API
 #else
 #define VELMORA_API __declspec(dllimport)

@@ -14,8 +14,8 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "platform/posix/Ascii.h"
+#include "platform/shared/Ascii.h"
 #include "platform/win32.h"
 
 namespace velmora::platform {

@@ -1,16 +1,10 @@
-#include "platform/Clock.h"
-
-#include <atomic>
 #include <cerrno>
 #include <ctime>
 
 #include "platform/posix/FileTimes.h"
+#include "platform/shared/SystemClock.h"
 
 namespace velmora::platform {
-
-namespace {
-
-std::atomic<Clock*> replacement{nullptr};
 
 void SystemSleep(uint32_t milliseconds)
 {
@@ -19,23 +13,11 @@ void SystemSleep(uint32_t milliseconds)
     }
 }
 
-}  // namespace
-
-Clock* ReplaceClock(Clock* clock) { return replacement.exchange(clock, std::memory_order_acq_rel); }
-
-void SleepMs(uint32_t milliseconds)
+uint64_t SystemNow()
 {
-    if (Clock* clock = replacement.load(std::memory_order_acquire)) {
-        clock->Sleep(milliseconds);
-    } else {
-        SystemSleep(milliseconds);
-    }
-}
-
-uint64_t NowFileTime()
-{
-    if (Clock* clock = replacement.load(std::memory_order_acquire)) return clock->NowFileTime();
-    return SystemNow();
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return UnitsOf(now.tv_sec, static_cast<uint32_t>(now.tv_nsec));
 }
 
 }  // namespace velmora::platform

@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/Paths.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/Ascii.h"
 #include "platform/posix/Errors.h"
+#include "platform/shared/Ascii.h"
 
 namespace velmora::platform {
 

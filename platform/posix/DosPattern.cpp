@@ -1,6 +1,6 @@
 #include "platform/posix/DosPattern.h"
 
-#include "platform/posix/Ascii.h"
+#include "platform/shared/Ascii.h"
 
 namespace velmora::platform {
 

@@ -1,8 +1,7 @@
 // The event log: the system's log daemon, under the identity "Velmora", or the file that VELMORA_EVENTLOG names.
 //
 // Datagrams go to the daemon directly, not through syslog(): that function has one identity a process, and it is the
-// host's. In a file, one event is one line, written by one call, with tabs between its parts: time, type, event number,
-// strings; "\", tab and line ends inside a string are escaped.
+// host's. In a file, one event is one line (platform/shared/EventLine.h), written by one call.
 #include "platform/posix/EventLog.h"
 
 #include <fcntl.h>
@@ -16,6 +15,7 @@
 #include <cstring>
 
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/EventLine.h"
 
 namespace velmora::platform {
 
@@ -27,55 +27,20 @@ struct EventSourceObject : HandleObject {
     std::string source;
 };
 
-struct TypeRow {
-    WORD type;
-    int severity;  // as the log daemon counts
-    const char* name;
-};
-constexpr TypeRow kTypes[] = {
-    {EVENTLOG_ERROR_TYPE, 3, "ERROR"},
-    {EVENTLOG_WARNING_TYPE, 4, "WARNING"},
-    {EVENTLOG_INFORMATION_TYPE, 6, "INFORMATION"},
-    {EVENTLOG_SUCCESS, 6, "SUCCESS"},
-};
-
-const TypeRow& TypeOf(WORD type)
+// As the log daemon counts.
+int SeverityOf(WORD type)
 {
-    for (const TypeRow& row : kTypes) {
-        if (row.type == type) return row;
-    }
-    return kTypes[2];
+    if (type == EVENTLOG_ERROR_TYPE) return 3;
+    return type == EVENTLOG_WARNING_TYPE ? 4 : 6;
 }
 
-void AppendEscaped(std::string& line, const char* text)
-{
-    for (; *text; ++text) {
-        switch (*text) {
-            case '\\':
-                line += "\\\\";
-                break;
-            case '\t':
-                line += "\\t";
-                break;
-            case '\r':
-                line += "\\r";
-                break;
-            case '\n':
-                line += "\\n";
-                break;
-            default:
-                line += *text;
-        }
-    }
-}
-
-std::string TimeText(const char* format, bool local)
+std::string LocalTime()
 {
     const time_t now = time(nullptr);
     struct tm parts {};
-    local ? localtime_r(&now, &parts) : gmtime_r(&now, &parts);
+    localtime_r(&now, &parts);
     char text[40];
-    return {text, strftime(text, sizeof(text), format, &parts)};
+    return {text, strftime(text, sizeof(text), "%b %e %H:%M:%S", &parts)};
 }
 
 DWORD AppendToFile(const char* path, const std::string& line)
@@ -96,7 +61,7 @@ DWORD SendToLogDaemon(const char* socketPath, int severity, const std::string& t
     const Descriptor log(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!log.IsOpen()) return PresentError();
     constexpr size_t kLongestText = 8000;  // daemons cut or refuse longer ones
-    const std::string message = "<" + std::to_string(kUserFacility | severity) + ">" + TimeText("%b %e %H:%M:%S", true) + " Velmora[" +
+    const std::string message = "<" + std::to_string(kUserFacility | severity) + ">" + LocalTime() + " Velmora[" +
                                 std::to_string(getpid()) + "]: " + text.substr(0, kLongestText);
     const ssize_t sent = sendto(log.Get(), message.data(), message.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address),
                                 static_cast<socklen_t>(sizeof(address)));
@@ -112,20 +77,13 @@ HANDLE RegisterEventSourceA(LPCSTR, LPCSTR source) { return MakeHandle(std::make
 BOOL ReportEventA(HANDLE log, WORD type, WORD, DWORD eventId, PSID, WORD stringCount, DWORD, LPCSTR* strings, LPVOID)
 {
     if (!HandleAs<EventSourceObject>(log)) return FALSE;
-    const TypeRow& row = TypeOf(type);
-    std::string text;
-    for (WORD i = 0; i < stringCount; ++i) {
-        if (i > 0) text += '\t';
-        if (strings[i]) AppendEscaped(text, strings[i]);
-    }
+    const std::string text = EventText(strings, stringCount);
     DWORD error;
     const char* file = getenv("VELMORA_EVENTLOG");
     if (file && *file) {
-        char number[16];
-        std::snprintf(number, sizeof(number), "0x%08X", eventId);
-        error = AppendToFile(file, TimeText("%Y-%m-%dT%H:%M:%SZ", false) + '\t' + row.name + '\t' + number + '\t' + text + '\n');
+        error = AppendToFile(file, EventLine(type, eventId, text));
     } else {
-        error = SendToLogDaemon("/dev/log", row.severity, text);
+        error = SendToLogDaemon("/dev/log", SeverityOf(type), text);
     }
     return error == 0 ? TRUE : Fail(error);
 }

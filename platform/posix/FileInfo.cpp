@@ -8,9 +8,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/FileTimes.h"
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

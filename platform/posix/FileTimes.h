@@ -29,13 +29,6 @@ inline FILETIME ToFileTime(uint64_t units) { return {static_cast<DWORD>(units), 
 
 inline uint64_t FromFileTime(const FILETIME& time) { return (uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime; }
 
-inline uint64_t SystemNow()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return UnitsOf(now.tv_sec, static_cast<uint32_t>(now.tv_nsec));
-}
-
 }  // namespace velmora::platform
 
 #endif

@@ -7,8 +7,8 @@
 #include <atomic>
 #include <cerrno>
 
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

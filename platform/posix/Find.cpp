@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/Ascii.h"
 #include "platform/posix/DosPattern.h"
 #include "platform/posix/FileInfo.h"
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/Ascii.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "platform/posix/Ascii.h"
 #include "platform/posix/Paths.h"
+#include "platform/shared/Ascii.h"
 
 namespace velmora::platform {
 

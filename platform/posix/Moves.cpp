@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "platform/posix/FileSeam.h"
 #include "platform/posix/OpenFiles.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

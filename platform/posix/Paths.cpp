@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/posix/Ascii.h"
+#include "platform/shared/Ascii.h"
 
 namespace velmora::platform {
 

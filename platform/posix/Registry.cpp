@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "platform/posix/OpenFiles.h"
-#include "platform/posix/RegistryFile.h"
+#include "platform/shared/RegistryFile.h"
 
 namespace velmora::platform {
 
@@ -94,11 +94,6 @@ bool IsSettled(const struct stat& info)
     return (now.tv_sec - info.st_mtim.tv_sec) * 1'000'000'000 + (now.tv_nsec - info.st_mtim.tv_nsec) > kYoungNanoseconds;
 }
 
-void ReportFault(const std::string& path, const RegistryFault& fault)
-{
-    std::fprintf(stderr, "%s:%zu: %s; the settings before this line count\n", path.c_str(), fault.line, fault.reason.c_str());
-}
-
 KeptFile Load(const std::string& path, int fd, const struct stat& info, const KeptFile* before)
 {
     KeptFile file{path, info, IsSettled(info), nullptr};
@@ -110,7 +105,7 @@ KeptFile Load(const std::string& path, int fd, const struct stat& info, const Ke
         contents.fault = RegistryFault{1, "the file cannot be read, or is larger than 16 MB"};
     }
     // Once a content: a file that is read again because it is young is not reported again.
-    if (contents.fault && !(before && SameContents(before->info, info))) ReportFault(path, *contents.fault);
+    if (contents.fault && !(before && SameContents(before->info, info))) ReportRegistryFault(path, *contents.fault);
     file.keys = std::make_shared<const RegistryKeys>(std::move(contents.keys));
     return file;
 }
@@ -156,16 +151,6 @@ const Root* RootOf(HKEY key)
     return nullptr;
 }
 
-// Adds the parts of a sub-key's path.
-void AppendPath(std::string& path, std::string_view subKey)
-{
-    while (!subKey.empty()) {
-        const size_t end = subKey.find('\\');
-        if (end != 0) path.append("\\").append(subKey.substr(0, end));
-        subKey.remove_prefix(end == std::string_view::npos ? subKey.size() : end + 1);
-    }
-}
-
 // A key's root and path: of an opened key or of a root itself. False for neither.
 bool Place(HKEY key, const Root*& root, std::string& path)
 {
@@ -183,18 +168,6 @@ bool Place(HKEY key, const Root*& root, std::string& path)
 
 LSTATUS Status(DWORD error) { return static_cast<LSTATUS>(error); }
 
-LSTATUS GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size)
-{
-    if (type) *type = value.type;
-    if (!size) return Status(ERROR_SUCCESS);
-    const DWORD room = *size;
-    *size = static_cast<DWORD>(value.data.size());
-    if (!data) return Status(ERROR_SUCCESS);
-    if (room < value.data.size()) return Status(ERROR_MORE_DATA);
-    std::memcpy(data, value.data.data(), value.data.size());
-    return Status(ERROR_SUCCESS);
-}
-
 }  // namespace
 
 }  // namespace velmora::platform
@@ -209,7 +182,7 @@ LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD, REGSAM, PHKEY opened)
     std::string path;
     if (!Place(key, root, path)) return Status(ERROR_INVALID_HANDLE);
     const bool isRoot = RootOf(key) != nullptr && (!subKey || !*subKey);
-    AppendPath(path, subKey ? subKey : "");
+    AppendRegistryPath(path, subKey ? subKey : "");
     std::shared_ptr<const RegistryKeys> keys = KeysOf(FileOf(*root));
     if (!keys) keys = std::make_shared<const RegistryKeys>();
     if (!isRoot && !HasRegistryKey(*keys, path)) return Status(ERROR_FILE_NOT_FOUND);
@@ -229,10 +202,7 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, 
     }
     const KeyObject* object = HandleAs<KeyObject>(key);
     if (!object) return Status(ERROR_INVALID_HANDLE);
-    const auto values = object->keys->find(object->path);
-    if (values == object->keys->end()) return Status(ERROR_FILE_NOT_FOUND);
-    const auto value = values->second.find(std::string_view(name ? name : ""));
-    return value != values->second.end() ? GiveValue(value->second, type, data, size) : Status(ERROR_FILE_NOT_FOUND);
+    return GiveRegistryValue(*object->keys, object->path, name ? name : "", type, data, size);
 }
 
 LSTATUS RegCloseKey(HKEY key)

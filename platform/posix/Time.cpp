@@ -1,6 +1,7 @@
 // Time in the Windows forms: FILETIME, its parts, and the DOS date and time.
 #include "platform/posix/Errors.h"
 #include "platform/posix/FileTimes.h"
+#include "platform/shared/SystemClock.h"
 
 namespace velmora::platform {
 

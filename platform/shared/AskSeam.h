@@ -1,6 +1,6 @@
 // Asking the file seam: one load and a predictable branch when none is installed.
-#ifndef VELMORA_PLATFORM_POSIX_FILESEAM_H
-#define VELMORA_PLATFORM_POSIX_FILESEAM_H
+#ifndef VELMORA_PLATFORM_SHARED_ASKSEAM_H
+#define VELMORA_PLATFORM_SHARED_ASKSEAM_H
 
 #include <atomic>
 

@@ -17,8 +17,8 @@
 // and 0x9F become that byte, all others their UTF-8 bytes; the same holds for the texts of hex(1), hex(2) and hex(7).
 //
 // The parser is pure: bytes in, keys and the first fault out. What stands before a fault counts.
-#ifndef VELMORA_PLATFORM_POSIX_REGISTRYFILE_H
-#define VELMORA_PLATFORM_POSIX_REGISTRYFILE_H
+#ifndef VELMORA_PLATFORM_SHARED_REGISTRYFILE_H
+#define VELMORA_PLATFORM_SHARED_REGISTRYFILE_H
 
 #include <map>
 #include <optional>
@@ -59,6 +59,15 @@ RegistryContents ParseRegistryFile(std::string_view bytes);
 
 // Whether the key is there: named itself, or a key below it is.
 bool HasRegistryKey(const RegistryKeys& keys, std::string_view path);
+
+// Adds the parts of a sub-key's path, each behind a "\"; empty parts are dropped.
+void AppendRegistryPath(std::string& path, std::string_view subKey);
+
+// Answers RegQueryValueExA for the key at `path`: the arguments and results are that function's.
+LSTATUS GiveRegistryValue(const RegistryKeys& keys, std::string_view path, std::string_view name, LPDWORD type, LPBYTE data, LPDWORD size);
+
+// One line on standard error: file, line and reason.
+void ReportRegistryFault(const std::string& file, const RegistryFault& fault);
 
 }  // namespace velmora::platform
 

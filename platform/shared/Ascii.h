@@ -1,6 +1,6 @@
 // ASCII folding on bytes, independent of any locale.
-#ifndef VELMORA_PLATFORM_POSIX_ASCII_H
-#define VELMORA_PLATFORM_POSIX_ASCII_H
+#ifndef VELMORA_PLATFORM_SHARED_ASCII_H
+#define VELMORA_PLATFORM_SHARED_ASCII_H
 
 #include <algorithm>
 #include <string_view>

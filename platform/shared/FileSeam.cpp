@@ -1,4 +1,4 @@
-#include "platform/posix/FileSeam.h"
+#include "platform/shared/AskSeam.h"
 
 namespace velmora::platform {
 

@@ -1,5 +1,5 @@
 // The parser of settings files: bytes in, keys and the first fault out.
-#include "platform/posix/RegistryFile.h"
+#include "platform/shared/RegistryFile.h"
 
 #include <gtest/gtest.h>
 
@@ -44,7 +44,7 @@ std::string Bytes(std::initializer_list<int> list)
 
 std::string Text(std::string_view text) { return std::string(text) + '\0'; }
 
-TEST(PosixRegistryFile, TextsNumbersBytesAndTheDefaultValue)
+TEST(RegistryFile, TextsNumbersBytesAndTheDefaultValue)
 {
     const RegistryContents contents = ParseRegistryFile(kKey +
                                                         "@=\"the default\"\r\n"
@@ -75,7 +75,7 @@ TEST(PosixRegistryFile, TextsNumbersBytesAndTheDefaultValue)
     EXPECT_EQ(type, REG_QWORD);
 }
 
-TEST(PosixRegistryFile, TheLastOfTwoValuesCountsAndAMinusTakesOneAway)
+TEST(RegistryFile, TheLastOfTwoValuesCountsAndAMinusTakesOneAway)
 {
     const RegistryContents contents = ParseRegistryFile(kKey +
                                                         "\"A\"=\"one\"\n\"a\"=\"two\"\n\"B\"=dword:1\n\"b\"=-\n"
@@ -88,7 +88,7 @@ TEST(PosixRegistryFile, TheLastOfTwoValuesCountsAndAMinusTakesOneAway)
     EXPECT_EQ(Data(contents, "D"), Bytes({2, 0, 0, 0})) << "one key in two spellings is one key";
 }
 
-TEST(PosixRegistryFile, ARemovedKeyGoesWithItsSubKeysButNotWithItsNeighbours)
+TEST(RegistryFile, ARemovedKeyGoesWithItsSubKeysButNotWithItsNeighbours)
 {
     const RegistryContents contents = ParseRegistryFile(kHeader +
                                                         "[HKEY_LOCAL_MACHINE\\A]\n[HKEY_LOCAL_MACHINE\\A\\B]\n[HKEY_LOCAL_MACHINE\\AB]\n"
@@ -97,7 +97,7 @@ TEST(PosixRegistryFile, ARemovedKeyGoesWithItsSubKeysButNotWithItsNeighbours)
     EXPECT_TRUE(HasRegistryKey(contents.keys, "HKEY_LOCAL_MACHINE\\ab"));
 }
 
-TEST(PosixRegistryFile, AKeyIsThereWhenOneBelowItIs)
+TEST(RegistryFile, AKeyIsThereWhenOneBelowItIs)
 {
     const RegistryContents contents = ParseRegistryFile(kKey);
     EXPECT_TRUE(HasRegistryKey(contents.keys, "hkey_local_machine\\software"));
@@ -106,7 +106,7 @@ TEST(PosixRegistryFile, AKeyIsThereWhenOneBelowItIs)
     EXPECT_FALSE(HasRegistryKey(contents.keys, "HKEY_LOCAL_MACHINE\\Software\\Key\\More"));
 }
 
-TEST(PosixRegistryFile, Utf16IsReadAsRegeditWritesIt)
+TEST(RegistryFile, Utf16IsReadAsRegeditWritesIt)
 {
     std::string bytes = Wide(kKey + "\"Name\"=\"m");
     bytes += Bytes({0xFC, 0x00, 0xAC, 0x20, 0x1F, 0x04, 0x3D, 0xD8, 0x00, 0xDE});  // u umlaut, euro, a Cyrillic letter, a smiley
@@ -116,14 +116,14 @@ TEST(PosixRegistryFile, Utf16IsReadAsRegeditWritesIt)
     EXPECT_EQ(Data(contents, "Name"), Text("m\xFC\x80\xD0\x9F\xF0\x9F\x98\x80"));
 }
 
-TEST(PosixRegistryFile, AUtf8MarkIsPassedOverAndBytesStayBytes)
+TEST(RegistryFile, AUtf8MarkIsPassedOverAndBytesStayBytes)
 {
     const RegistryContents contents = ParseRegistryFile("\xEF\xBB\xBF" + kKey + "\"Name\"=\"m\xC3\xBCll\"\n");
     ASSERT_FALSE(contents.fault);
     EXPECT_EQ(Data(contents, "Name"), Text("m\xC3\xBCll"));
 }
 
-TEST(PosixRegistryFile, AnEmptyFileHasNoKeysAndNoFault)
+TEST(RegistryFile, AnEmptyFileHasNoKeysAndNoFault)
 {
     for (const char* text : {"", "\n\n", "\xEF\xBB\xBF", "\xFF\xFE"}) {
         const RegistryContents contents = ParseRegistryFile(text);
@@ -132,7 +132,7 @@ TEST(PosixRegistryFile, AnEmptyFileHasNoKeysAndNoFault)
     }
 }
 
-TEST(PosixRegistryFile, TheFirstFaultIsToldByItsLineAndWhatStandsBeforeCounts)
+TEST(RegistryFile, TheFirstFaultIsToldByItsLineAndWhatStandsBeforeCounts)
 {
     const struct {
         const char* line;
@@ -168,7 +168,7 @@ TEST(PosixRegistryFile, TheFirstFaultIsToldByItsLineAndWhatStandsBeforeCounts)
     }
 }
 
-TEST(PosixRegistryFile, AFileWithoutItsFirstLineIsRefused)
+TEST(RegistryFile, AFileWithoutItsFirstLineIsRefused)
 {
     const RegistryContents contents = ParseRegistryFile("\n[HKEY_LOCAL_MACHINE\\A]\n");
     ASSERT_TRUE(contents.fault);
@@ -179,7 +179,7 @@ TEST(PosixRegistryFile, AFileWithoutItsFirstLineIsRefused)
     EXPECT_EQ(early.fault->reason, "a value stands before the first key");
 }
 
-TEST(PosixRegistryFile, AFileCutAnywhereGivesKeysOrAFault)
+TEST(RegistryFile, AFileCutAnywhereGivesKeysOrAFault)
 {
     const std::string whole = kKey + "\"Text\"=\"a\\\\b\"\n\"Bytes\"=hex(2):41,00,\\\n 42,00,00,00\n";
     for (size_t length = 0; length <= whole.size(); ++length) {

@@ -1,9 +1,11 @@
-#include "platform/posix/RegistryFile.h"
+#include "platform/shared/RegistryFile.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstring>
 
-#include "platform/posix/Ascii.h"
+#include "platform/shared/Ascii.h"
 
 namespace velmora::platform {
 
@@ -329,6 +331,39 @@ bool HasRegistryKey(const RegistryKeys& keys, std::string_view path)
     const std::string below = std::string(path) + '\\';
     const auto next = keys.lower_bound(std::string_view(below));
     return next != keys.end() && begins(next->first, below);
+}
+
+void AppendRegistryPath(std::string& path, std::string_view subKey)
+{
+    while (!subKey.empty()) {
+        const size_t end = subKey.find('\\');
+        if (end != 0) path.append("\\").append(subKey.substr(0, end));
+        subKey.remove_prefix(end == std::string_view::npos ? subKey.size() : end + 1);
+    }
+}
+
+LSTATUS GiveRegistryValue(const RegistryKeys& keys, std::string_view path, std::string_view name, LPDWORD type, LPBYTE data, LPDWORD size)
+{
+    const auto status = [](DWORD error) { return static_cast<LSTATUS>(error); };
+    const auto values = keys.find(path);
+    if (values == keys.end()) return status(ERROR_FILE_NOT_FOUND);
+    const auto found = values->second.find(name);
+    if (found == values->second.end()) return status(ERROR_FILE_NOT_FOUND);
+    const RegistryValue& value = found->second;
+
+    if (type) *type = value.type;
+    if (!size) return status(ERROR_SUCCESS);
+    const DWORD room = *size;
+    *size = static_cast<DWORD>(value.data.size());
+    if (!data) return status(ERROR_SUCCESS);
+    if (room < value.data.size()) return status(ERROR_MORE_DATA);
+    std::memcpy(data, value.data.data(), value.data.size());
+    return status(ERROR_SUCCESS);
+}
+
+void ReportRegistryFault(const std::string& file, const RegistryFault& fault)
+{
+    std::fprintf(stderr, "%s:%zu: %s; the settings before this line count\n", file.c_str(), fault.line, fault.reason.c_str());
 }
 
 }  // namespace velmora::platform

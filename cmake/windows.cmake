@@ -1,0 +1,27 @@
+# What the Windows build takes from where: the compiler's own libraries are linked in, so that a program is one file;
+# header-only libraries come from the build machine's packages, and GoogleTest is built from Debian's source package.
+add_link_options(-static)
+
+set(header_only ${CMAKE_BINARY_DIR}/header-only)
+file(MAKE_DIRECTORY ${header_only})
+foreach(library CLI nlohmann)
+  if(NOT EXISTS /usr/include/${library})
+    message(FATAL_ERROR "${library} is not installed")
+  endif()
+  file(CREATE_LINK /usr/include/${library} ${header_only}/${library} SYMBOLIC)
+endforeach()
+add_library(CLI11::CLI11 INTERFACE IMPORTED)
+target_include_directories(CLI11::CLI11 SYSTEM INTERFACE ${header_only})
+add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
+target_include_directories(nlohmann_json::nlohmann_json SYSTEM INTERFACE ${header_only})
+
+if(VELMORA_TESTS)
+  set(gtest_disable_pthreads OFF)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  if(NOT TARGET GTest::gtest)
+    foreach(library gtest gtest_main gmock)
+      add_library(GTest::${library} ALIAS ${library})
+    endforeach()
+  endif()
+endif()
