@@ -53,6 +53,8 @@
 #undef IN
 #undef OUT
 #undef interface
+#undef far
+#undef near
 #undef small
 #undef max
 #undef min

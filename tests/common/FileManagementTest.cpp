@@ -8,67 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "common/Exception.h"
 #include "common/FileIterator.h"
-#include "platform/FileSeam.h"
 #include "platform/win32.h"
-#include "tests/support/TestStore.h"
+#include "tests/common/FileManagementFixture.h"
 
 namespace velmora {
 namespace {
-
-using test::FileExists;
-using test::FileNames;
-using test::ReadFileBytes;
-using test::WriteFileBytes;
-
-template <typename Body>
-std::string MessageOf(Body body)
-{
-    try {
-        body();
-    } catch (const Exception& error) {
-        EXPECT_EQ(error.Source(), "FileManagement");
-        return error.Message();
-    }
-    return "no exception";
-}
-
-// Lets one kind of operation fail, on paths that end in `end`, and counts it.
-class FailingSeam : public platform::FileSeam {
-public:
-    explicit FailingSeam(platform::FileOperation operation, uint32_t error, std::string end = {})
-        : operation_(operation), error_(error), end_(std::move(end)), before_(platform::ReplaceFileSeam(this))
-    {
-    }
-    ~FailingSeam() override { platform::ReplaceFileSeam(before_); }
-    platform::FileVerdict Before(platform::FileOperation operation, const char* path, uint64_t) override
-    {
-        if (operation != operation_ || !std::string_view(path).ends_with(end_)) return {};
-        ++calls;
-        return {error_, UINT64_MAX};
-    }
-    int calls = 0;
-
-private:
-    platform::FileOperation operation_;
-    uint32_t error_;
-    std::string end_;
-    platform::FileSeam* before_;
-};
-
-class FileManagementTest : public testing::Test {
-protected:
-    std::string Path(std::string_view name) { return (directory_ / name).string(); }
-    // a/, a/one, a/b/, a/b/two, a/b/c/
-    void MakeTree()
-    {
-        std::filesystem::create_directories(directory_ / "a/b/c");
-        WriteFileBytes(directory_ / "a/one", "1");
-        WriteFileBytes(directory_ / "a/b/two", "22");
-    }
-    test::TempDirectory directory_;
-};
 
 TEST_F(FileManagementTest, ParentDirectoryIsTheTextBeforeTheLastSeparator)
 {
@@ -356,38 +301,6 @@ TEST_F(FileManagementTest, CopyTreeQuietlyAnswersFalse)
     const FailingSeam seam(platform::FileOperation::Copy, ERROR_DISK_FULL);
     EXPECT_FALSE(FileManagement::CopyTree(Path("a"), Path("x"), true));
     EXPECT_EQ(seam.calls, 1);
-}
-
-TEST_F(FileManagementTest, RemoveTreeRemovesALinkAndNotWhatItLeadsTo)
-{
-    MakeTree();
-    std::filesystem::create_directories(directory_ / "outside/deep");
-    WriteFileBytes(directory_ / "outside/kept", "k");
-    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "a/b/link");
-    std::filesystem::create_symlink(directory_ / "outside/kept", directory_ / "a/file-link");
-    std::filesystem::create_directory_symlink(directory_ / "a", directory_ / "a/b/loop");
-    FileManagement::RemoveTree(Path("a"));
-    EXPECT_FALSE(FileExists(directory_ / "a"));
-    EXPECT_EQ(ReadFileBytes(directory_ / "outside/kept"), "k");
-    EXPECT_TRUE(std::filesystem::is_directory(directory_ / "outside/deep"));
-
-    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "link");
-    FileManagement::RemoveTree(Path("link"));
-    EXPECT_FALSE(std::filesystem::is_symlink(directory_ / "link"));
-    EXPECT_EQ(ReadFileBytes(directory_ / "outside/kept"), "k");
-}
-
-TEST_F(FileManagementTest, CopyTreeDoesNotFollowALinkOutOfTheTree)
-{
-    MakeTree();
-    std::filesystem::create_directories(directory_ / "outside");
-    WriteFileBytes(directory_ / "outside/secret", "s");
-    std::filesystem::create_directory_symlink(directory_ / "outside", directory_ / "a/link");
-    EXPECT_EQ(MessageOf([&] { FileManagement::CopyTree(Path("a"), Path("copy")); }), "Call to CopyFile failed (GetLastError() returned 5)");
-    EXPECT_FALSE(FileExists(directory_ / "copy/link"));
-    EXPECT_FALSE(FileManagement::CopyTree(Path("a/link"), Path("other"), true));
-    EXPECT_FALSE(FileExists(directory_ / "other"));
-    EXPECT_EQ(ReadFileBytes(directory_ / "outside/secret"), "s");
 }
 
 TEST_F(FileManagementTest, CopyTreeOfALoopOfLinksEnds)

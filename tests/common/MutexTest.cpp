@@ -200,7 +200,7 @@ TEST(xMutexLock, AFailedWaitThrowsWithTheSystemError)
     void* const file = INVALID_HANDLE_VALUE;
     const auto error = Thrown([&] { xMutexLock lock(file, 0); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->Message(), FormatText("Failed to lock mutex %p with error %d", file, ERROR_INVALID_HANDLE));
+    EXPECT_EQ(error->Message(), FormatText("Failed to lock mutex %p with error %u", file, unsigned{ERROR_INVALID_HANDLE}));
     EXPECT_EQ(error->Line(), 86u);
 }
 
@@ -212,7 +212,7 @@ TEST(xMutexLock, AFailedReleaseThrows)
         ReleaseMutex(mutex.Get());
     });
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->Message(), FormatText("Failed to unlock mutex %p with error %d", mutex.Get(), ERROR_NOT_OWNER));
+    EXPECT_EQ(error->Message(), FormatText("Failed to unlock mutex %p with error %u", mutex.Get(), unsigned{ERROR_NOT_OWNER}));
     EXPECT_EQ(error->Line(), 127u);
 }
 

@@ -133,15 +133,15 @@ TEST_F(RecordLife, TheLargestNewMailCounterIsTakenAndAllGo)
     WriteFileBytes(box / "9.NEW", "");
     WriteFileBytes(box / "_13.NEWS", "");
     fs::create_directory(box / "_99.NEW");
-    EXPECT_EQ(TakeNewMailCounter(box.c_str()), 12u);
+    EXPECT_EQ(TakeNewMailCounter(box.string().c_str()), 12u);
     EXPECT_EQ(FileNames(box), (std::vector<std::string>{"9.NEW", "INBOX", "_13.NEWS", "_99.NEW"}));
 }
 
 TEST_F(RecordLife, AMailboxWithoutCountersHasNoNewMail)
 {
     const fs::path box = store.MakeFolder("INBOX").parent_path();
-    EXPECT_EQ(TakeNewMailCounter(box.c_str()), 0u);
-    EXPECT_EQ(TakeNewMailCounter((box / "gone").c_str()), 0u);
+    EXPECT_EQ(TakeNewMailCounter(box.string().c_str()), 0u);
+    EXPECT_EQ(TakeNewMailCounter((box / "gone").string().c_str()), 0u);
     EXPECT_EQ(TakeNewMailCounter(nullptr), 0u);
 }
 
@@ -149,7 +149,7 @@ TEST_F(RecordLife, ACounterBeyondTheNumbersIsTheLargestNumber)
 {
     const fs::path box = store.MakeFolder("INBOX").parent_path();
     WriteFileBytes(box / "_99999999999999999999.NEW", "");
-    EXPECT_EQ(TakeNewMailCounter(box.c_str()), 0x7FFFFFFFu);
+    EXPECT_EQ(TakeNewMailCounter(box.string().c_str()), 0x7FFFFFFFu);
     EXPECT_EQ(FileNames(box), (std::vector<std::string>{"INBOX"}));
 }
 

@@ -256,7 +256,7 @@ TEST_F(SaveLife, ACommitWritesTheIndexAndTheCounts)
     EXPECT_EQ(record->Changed, 0u);
     EXPECT_TRUE(HasLineAt(8, Line("StoreIndex_Commit::Committed Index for folder %s\n", record)));
     uint32_t details[kDetailWords] = {};
-    ASSERT_TRUE(ReadCachedDetails(inbox / "_FOLDER.DAT", details));
+    ASSERT_TRUE(ReadCachedDetails((inbox / "_FOLDER.DAT").string(), details));
     EXPECT_EQ(details[6], 2u);
     EXPECT_EQ(details[7], 1u);
     EXPECT_EQ(details[4], 1u);

@@ -219,7 +219,7 @@ TEST_F(TransactionLife, ACommitAppendsAndWritesTheDetailsGiven)
     EXPECT_NE(IndexBytes().find("3.MAI"), std::string::npos);
     EXPECT_EQ(details[7], 3u) << "lowered to the number of items";
     uint32_t written[13] = {};
-    ASSERT_TRUE(ReadCachedDetails(inbox / "_FOLDER.DAT", written));
+    ASSERT_TRUE(ReadCachedDetails((inbox / "_FOLDER.DAT").string(), written));
     EXPECT_TRUE(std::equal(std::begin(written), std::end(written), std::begin(details)));
     EXPECT_TRUE(HasLineAt(8, Line("StoreIndex_SaveAndClose::Committing Index for folder %s\n", transaction)));
     EXPECT_TRUE(HasLineAt(8, Line("StoreIndex_SaveAndClose::SetCacheDetailsToFile for folder %s\n", transaction)));
@@ -235,7 +235,7 @@ TEST_F(TransactionLife, ACommitWithoutDetailsComputesThem)
     transaction.Add("3.MAI");
     EXPECT_EQ(transaction.End(true, 0), 1u);
     uint32_t written[13] = {};
-    ASSERT_TRUE(ReadCachedDetails(inbox / "_FOLDER.DAT", written));
+    ASSERT_TRUE(ReadCachedDetails((inbox / "_FOLDER.DAT").string(), written));
     EXPECT_EQ(written[6], 3u);
     EXPECT_EQ(written[7], 1u);
     EXPECT_EQ(written[11], 3u);

@@ -1,6 +1,5 @@
 // Scans of a mail folder while branding is on.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <utility>
 
@@ -9,16 +8,6 @@
 
 namespace velmora::test {
 namespace {
-
-class BrandedScan : public MailScan {
-protected:
-    BrandedScan()
-    {
-        store_.SetNumber("UID Branding Enabled", 1);
-        ForgetCachedSettings();
-    }
-    std::string FolderId() const { return std::to_string(GetFolderUniqueId(folder_.string())); }
-};
 
 TEST_F(BrandedScan, AUidInTheFileIsNeverKept)
 {
@@ -95,18 +84,6 @@ TEST_F(BrandedScan, AStrippedMessageIsReadAgainByTheNextScanAndKeepsItsFlags)
     EXPECT_EQ(Column("a.MAI", "UID"), "1");
     Scan();
     EXPECT_EQ(Column("a.MAI", "FLAGSTATUS"), "\\FLAGGED \\RECENT");
-}
-
-TEST_F(BrandedScan, DevicesAndPipesAreNeitherIndexedNorCopied)
-{
-    std::filesystem::create_symlink("/dev/zero", folder_ / "z.MAI");
-    ASSERT_EQ(mkfifo((folder_ / "p.MAI").c_str(), 0600), 0);
-    Deliver("a.MAI");
-    EXPECT_EQ(Scan(), 1u);
-    EXPECT_EQ(Ids(), Names{"a.MAI"});
-    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "z.MAI"));
-    EXPECT_FALSE(Has("_z.MAI"));
-    EXPECT_TRUE(std::filesystem::is_fifo(folder_ / "p.MAI"));
 }
 
 TEST_F(BrandedScan, TemporaryFlagsLeaveTheFileForTheIndex)

@@ -72,6 +72,17 @@ protected:
     SORTEDSTOREINDEXTYPE table_;
 };
 
+// The same while branding is on.
+class BrandedScan : public MailScan {
+protected:
+    BrandedScan()
+    {
+        store_.SetNumber("UID Branding Enabled", 1);
+        ForgetCachedSettings();
+    }
+    std::string FolderId() const { return std::to_string(GetFolderUniqueId(folder_.string())); }
+};
+
 inline HookedSeam::Hook CountMessageOpens(uint32_t& opens)
 {
     return [&opens](platform::FileOperation operation, std::string_view path, uint64_t) {

@@ -216,15 +216,6 @@ TEST_F(Branding, ACopyThatCannotBePutInPlaceIsNotThrownAway)
     EXPECT_EQ(ReadFileBytes(folder_ / "_a.MAI"), "\r\nbody");
 }
 
-TEST_F(Branding, ADeviceIsNoMessage)
-{
-    std::filesystem::create_symlink("/dev/zero", folder_ / "a.MAI");
-    for (const auto rewrite : {BrandMessageFile, StripMessageBranding})
-        EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(rewrite(folder_.string(), "a.MAI", 99, 12), 1u); }), kNoInput);
-    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "a.MAI"));
-    EXPECT_EQ(Names(), std::vector<std::string>{"a.MAI"});
-}
-
 TEST_F(Branding, AFullDiskEndsTheCopyBeforeTheEndOfTheMessage)
 {
     Write("X-UID: 99.7\r\n\r\n" + std::string(4u << 20, 'x'));

@@ -181,17 +181,17 @@ TEST_F(BlockFile, ReleasingARecordWhoseBlockWasBrokenIsFalse)
 
 TEST_F(BlockFile, AvailabilityTellsAMissingFromAPresentIndex)
 {
-    EXPECT_EQ(CheckIndexFileAvailability(folder.c_str(), 0), IndexAvailability::Missing);
+    EXPECT_EQ(CheckIndexFileAvailability(folder.string().c_str(), 0), IndexAvailability::Missing);
     EXPECT_FALSE(FileExists(block));
     WriteFileBytes(folder / "_index.xml", "");
-    EXPECT_EQ(CheckIndexFileAvailability(folder.c_str(), 0), IndexAvailability::Present);
+    EXPECT_EQ(CheckIndexFileAvailability(folder.string().c_str(), 0), IndexAvailability::Present);
     EXPECT_FALSE(FileExists(block));
 }
 
 TEST_F(BlockFile, AvailabilityOfAHeldFolderIsBusyAtOnce)
 {
     HoldByName();
-    EXPECT_EQ(CheckIndexFileAvailability(folder.c_str(), 0), IndexAvailability::Busy);
+    EXPECT_EQ(CheckIndexFileAvailability(folder.string().c_str(), 0), IndexAvailability::Busy);
     EXPECT_TRUE(FileExists(block));
     EXPECT_TRUE(clock.Sleeps().empty());
     EXPECT_EQ(static_cast<uint32_t>(IndexAvailability::Busy), 5u);
@@ -201,9 +201,9 @@ TEST_F(BlockFile, AvailabilityOfACallerThatHoldsTheBlockTakesNone)
 {
     HoldByHandle();
     FileWatch watch;
-    EXPECT_EQ(CheckIndexFileAvailability(folder.c_str(), 99), IndexAvailability::Missing);
+    EXPECT_EQ(CheckIndexFileAvailability(folder.string().c_str(), 99), IndexAvailability::Missing);
     WriteFileBytes(folder / "_index.xml", "");
-    EXPECT_EQ(CheckIndexFileAvailability(folder.c_str(), 99), IndexAvailability::Present);
+    EXPECT_EQ(CheckIndexFileAvailability(folder.string().c_str(), 99), IndexAvailability::Present);
     EXPECT_EQ(watch.creates, 0u);
     EXPECT_EQ(watch.deletes, 0u);
 }
@@ -219,7 +219,7 @@ TEST_F(BlockFile, AvailabilityTellsOfABlockThatItCannotRemove)
         HoldByHandle();
     };
     IndexAvailability found = IndexAvailability::Missing;
-    const std::string printed = CaptureStdout([&] { found = CheckIndexFileAvailability(folder.c_str(), 0); });
+    const std::string printed = CaptureStdout([&] { found = CheckIndexFileAvailability(folder.string().c_str(), 0); });
     EXPECT_EQ(printed, "CheckIndexFileAvailability::Unable to remove blocking file");
     EXPECT_EQ(found, IndexAvailability::Present);
     EXPECT_EQ(clock.Sleeps(), Seconds(81));
@@ -229,7 +229,7 @@ TEST_F(BlockFile, AvailabilityIsQuietWhenItsBlockHasGone)
 {
     FileWatch watch;
     watch.onDelete = [&](size_t) { fs::remove(block); };
-    const std::string printed = CaptureStdout([&] { CheckIndexFileAvailability(folder.c_str(), 0); });
+    const std::string printed = CaptureStdout([&] { CheckIndexFileAvailability(folder.string().c_str(), 0); });
     EXPECT_EQ(printed, "");
     EXPECT_TRUE(clock.Sleeps().empty());
 }

@@ -21,14 +21,14 @@ protected:
 
 TEST_F(FlagFiles, TheDirtyFlagBearsItsTextWithNoLineEnd)
 {
-    EXPECT_EQ(MarkFolderDirty(folder.c_str()), 1u);
+    EXPECT_EQ(MarkFolderDirty(folder.string().c_str()), 1u);
     EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
 }
 
 TEST_F(FlagFiles, SettingTheFlagTwiceReplacesItsContent)
 {
     WriteFileBytes(folder / "_CHANGE.DTY", std::string(500, 'x'));
-    EXPECT_EQ(MarkFolderDirty(folder.c_str()), 1u);
+    EXPECT_EQ(MarkFolderDirty(folder.string().c_str()), 1u);
     EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
 }
 
@@ -62,7 +62,7 @@ TEST_F(FlagFiles, TheInboxIsOnlyMarkedWhenDirtyTrackingIsExactlyOne)
 
 TEST_F(FlagFiles, AFolderWithNoFlagAndNoIndexNeedsAScan)
 {
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_TRUE(FileNames(folder).empty());
 }
 
@@ -70,65 +70,65 @@ TEST_F(FlagFiles, AFolderWithAnIndexAndNoFlagNeedsNoneAndNothingChangesOnDisk)
 {
     PutIndex();
     WriteFileBytes(folder / "_CACHED.DTY", "c");
-    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_CACHED.DTY", "_index.xml"})) << "cached transactions are off, so their flag stays";
 }
 
 TEST_F(FlagFiles, TheFlagAsksForOneScanAndIsConsumed)
 {
     PutIndex();
-    MarkFolderDirty(folder.c_str());
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    MarkFolderDirty(folder.string().c_str());
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
-    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
 }
 
 TEST_F(FlagFiles, FlagAndIndexAreFoundInAnyCase)
 {
     WriteFileBytes(folder / "_INDEX.XML", "");
-    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     WriteFileBytes(folder / "_change.dty", "");
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_INDEX.XML"}));
 }
 
 TEST_F(FlagFiles, WithoutDirtyTrackingEveryFolderNeedsAScan)
 {
     PutIndex();
-    MarkFolderDirty(folder.c_str());
+    MarkFolderDirty(folder.string().c_str());
     Switches().DirtyTrackingEnabled = 0;
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"})) << "the flag is taken all the same";
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
 }
 
 TEST_F(FlagFiles, CachedTransactionsAreOffByDefault)
 {
     WriteFileBytes(folder / "_CACHED.DTY", "c");
-    EXPECT_EQ(MarkCachedTransactions(folder.c_str()), 0u);
-    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 0u);
+    EXPECT_EQ(MarkCachedTransactions(folder.string().c_str()), 0u);
+    EXPECT_EQ(ClearCachedTransactions(folder.string().c_str()), 0u);
     EXPECT_EQ(ReadFileBytes(folder / "_CACHED.DTY"), "c");
 }
 
 TEST_F(FlagFiles, CachedTransactionsAreMarkedAndClearedWhenTheyAreOn)
 {
     Switches().CachedTransactionsEnabled = 1;
-    EXPECT_EQ(MarkCachedTransactions(folder.c_str()), 1u);
+    EXPECT_EQ(MarkCachedTransactions(folder.string().c_str()), 1u);
     EXPECT_EQ(ReadFileBytes(folder / "_CACHED.DTY"), kCachedText);
     EXPECT_EQ(MarkCachedTransactions((folder.string() + "\\gone").c_str()), 0u);
     EXPECT_EQ(MarkCachedTransactions(nullptr), 0u);
     EXPECT_EQ(ClearCachedTransactions(nullptr), 0u);
-    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 1u);
+    EXPECT_EQ(ClearCachedTransactions(folder.string().c_str()), 1u);
     EXPECT_TRUE(FileNames(folder).empty());
-    EXPECT_EQ(ClearCachedTransactions(folder.c_str()), 1u) << "also with nothing to clear";
+    EXPECT_EQ(ClearCachedTransactions(folder.string().c_str()), 1u) << "also with nothing to clear";
 }
 
 TEST_F(FlagFiles, TheDirtyCheckClearsCachedTransactionsWhenTheyAreOn)
 {
     PutIndex();
     Switches().CachedTransactionsEnabled = 1;
-    MarkCachedTransactions(folder.c_str());
-    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    MarkCachedTransactions(folder.string().c_str());
+    EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
 }
 
@@ -153,7 +153,7 @@ TEST_F(FlagFiles, ANullFolderNeedsAScanAndTouchesNothing)
     EXPECT_TRUE(StoreIndex_FolderNeedsScan(nullptr));
     EXPECT_EQ(MarkFolderDirty(nullptr), 1u);
     EXPECT_EQ(seam.calls, 0);
-    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.c_str()));
+    EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_GT(seam.calls, 0);
 }
 

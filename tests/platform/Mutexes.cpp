@@ -65,7 +65,7 @@ TEST(Mutexes, AnotherThreadCannotRelease)
 TEST(Mutexes, AnOwnerThatDiedIsReportedOnceAsAbandoned)
 {
     Opened mutex(CreateMutexA(nullptr, FALSE, nullptr));
-    for (DWORD timeout : {DWORD{0}, DWORD{1000}, INFINITE}) {
+    for (DWORD timeout : {DWORD{0}, DWORD{1000}, DWORD{INFINITE}}) {
         OnAnotherThread([&] {
             EXPECT_EQ(WaitForSingleObject(mutex.Get(), INFINITE), WAIT_OBJECT_0);
             EXPECT_EQ(WaitForSingleObject(mutex.Get(), INFINITE), WAIT_OBJECT_0);

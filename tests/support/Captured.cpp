@@ -1,12 +1,11 @@
 #include "tests/support/Captured.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
 #include <stdexcept>
+
+#include "tests/support/StandardOutput.h"
 
 namespace velmora::test {
 
@@ -88,20 +87,16 @@ void BeginStdoutCapture()
 {
     StdoutCapture& capture = TheCapture();
     if (capture.file) throw std::logic_error("standard output is captured already");
-    std::fflush(stdout);
     capture.file = std::tmpfile();
     if (!capture.file) throw std::runtime_error("no temporary file for standard output");
-    capture.original = dup(STDOUT_FILENO);
-    dup2(fileno(capture.file), STDOUT_FILENO);
+    capture.original = SendStandardOutputTo(capture.file);
 }
 
 std::string EndStdoutCapture()
 {
     StdoutCapture& capture = TheCapture();
     if (!capture.file) throw std::logic_error("standard output is not captured");
-    std::fflush(stdout);
-    dup2(capture.original, STDOUT_FILENO);
-    close(capture.original);
+    RestoreStandardOutput(capture.original);
 
     std::string text;
     std::rewind(capture.file);

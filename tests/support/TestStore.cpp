@@ -1,16 +1,15 @@
 #include "tests/support/TestStore.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <map>
+#include <random>
 #include <stdexcept>
 
 #include "frame/Attach.h"
 #include "frame/Settings.h"
+#include "tests/support/ChildProcess.h"
 
 namespace velmora::test {
 
@@ -38,12 +37,15 @@ std::string WithSlashes(std::string_view name)
 
 TempDirectory::TempDirectory()
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory: " + pattern);
-    path_ = pattern;
-    setenv("VELMORA_REGISTRY", (path_ / "registry.reg").c_str(), 1);
-    setenv("VELMORA_USER_REGISTRY", (path_ / "user.reg").c_str(), 1);
-    setenv("VELMORA_EVENTLOG", (path_ / "events.log").c_str(), 1);
+    std::random_device dice;
+    do {
+        char name[40];
+        std::snprintf(name, sizeof name, "velmora-test-%08x%08x", dice(), dice());
+        path_ = std::filesystem::temp_directory_path() / name;
+    } while (!std::filesystem::create_directory(path_));
+    SetVariable("VELMORA_REGISTRY", (path_ / "registry.reg").string().c_str());
+    SetVariable("VELMORA_USER_REGISTRY", (path_ / "user.reg").string().c_str());
+    SetVariable("VELMORA_EVENTLOG", (path_ / "events.log").string().c_str());
 }
 
 TempDirectory::~TempDirectory()

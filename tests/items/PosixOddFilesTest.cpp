@@ -1,0 +1,57 @@
+// What can stand in a mail folder here and nowhere on Windows: links, devices, pipes, and names that are none there.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "items/MessageBranding.h"
+#include "tests/items/MailScanFixture.h"
+#include "tests/support/Captured.h"
+
+namespace velmora::test {
+namespace {
+
+TEST_F(MailScan, LeavesOutNamesThatAnIndexCannotHold)
+{
+    for (const char* name : {"a\"b.MAI", "a>b.MAI", "a<b&'.MAI"}) Deliver(name);
+    EXPECT_EQ(Listed(), Names{"a<b&'.MAI"});
+}
+
+TEST_F(MailScan, LinksDevicesPipesAndStrangeNamesAreLeftOut)
+{
+    Deliver("a.MAI");
+    Deliver("quo\"te.MAI");
+    Deliver("back\\slash.MAI");
+    std::filesystem::create_symlink("nowhere", folder_ / "dangling.MAI");
+    std::filesystem::create_symlink("loop.MAI", folder_ / "loop.MAI");
+    std::filesystem::create_symlink("/dev/zero", folder_ / "device.MAI");
+    ASSERT_EQ(mkfifo((folder_ / "pipe.MAI").c_str(), 0600), 0);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(Scan(), 1u);
+        EXPECT_EQ(Ids(), Names{"a.MAI"});
+        EXPECT_EQ(table_.LastUID, 1u);
+    }
+}
+
+TEST_F(BrandedScan, DevicesAndPipesAreNeitherIndexedNorCopied)
+{
+    std::filesystem::create_symlink("/dev/zero", folder_ / "z.MAI");
+    ASSERT_EQ(mkfifo((folder_ / "p.MAI").c_str(), 0600), 0);
+    Deliver("a.MAI");
+    EXPECT_EQ(Scan(), 1u);
+    EXPECT_EQ(Ids(), Names{"a.MAI"});
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "z.MAI"));
+    EXPECT_FALSE(Has("_z.MAI"));
+    EXPECT_TRUE(std::filesystem::is_fifo(folder_ / "p.MAI"));
+}
+
+TEST_F(BrandedScan, ADeviceIsNeitherBrandedNorStripped)
+{
+    std::filesystem::create_symlink("/dev/zero", folder_ / "a.MAI");
+    for (const auto rewrite : {BrandMessageFile, StripMessageBranding})
+        EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(rewrite(folder_.string(), "a.MAI", 99, 12), 1u); }),
+                  "Could not open message file for input\r\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "a.MAI"));
+    EXPECT_EQ(FileNames(folder_), Names{"a.MAI"});
+}
+
+}  // namespace
+}  // namespace velmora::test

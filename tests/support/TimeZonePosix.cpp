@@ -1,0 +1,15 @@
+#include "tests/support/TimeZone.h"
+
+#include <time.h>
+
+#include "tests/support/ChildProcess.h"
+
+namespace velmora::test {
+
+void UseZone(const char* zone)
+{
+    SetVariable("TZ", zone);
+    tzset();
+}
+
+}  // namespace velmora::test
