@@ -1,7 +1,6 @@
 // What loading the library does to the process: settings, companions, slots and mutexes.
 #include "velmora/library.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,6 +12,7 @@
 #include "frame/ProcessState.h"
 #include "platform/win32.h"
 #include "tests/support/Captured.h"
+#include "tests/support/Module.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora {
@@ -126,7 +126,7 @@ TEST_F(LibraryInit, UnInitGivesBackTheListSlotAndTheOpenMutexAlone)
     const ProcessState before = Process();
     EXPECT_EQ(StoreLibrary_UnInit(), 1u);
     EXPECT_EQ(Process().TLSListPositionSlot, kNoTlsSlot);
-    EXPECT_EQ(TlsSetValue(before.TLSListPositionSlot, nullptr), FALSE);
+    EXPECT_EQ(TlsFree(before.TLSListPositionSlot), FALSE);
     EXPECT_EQ(Process().IndexOpenMutex, nullptr);
     EXPECT_EQ(Process().TLSFolderContextSlot, before.TLSFolderContextSlot);
     EXPECT_EQ(Process().TLSFolderListSlot, before.TLSFolderListSlot);
@@ -178,9 +178,10 @@ TEST_F(LibraryInit, ACompanionThatIsLoadedIsNotLoadedAgainAndStaysBehindUnload)
 
 TEST_F(LibraryInit, WithoutAnApplicationDirectoryNothingIsLoadedFromTheWorkingDirectory)
 {
-    const auto module = store_.Directory() / "64/libvlaipo.so";
-    std::filesystem::create_directory(module.parent_path());
-    std::filesystem::copy_file(VELMORA_TEST_MODULES "/sized64/libvlaipo.so", module);
+    const auto directory = store_.Directory() / "64";
+    std::filesystem::create_directory(directory);
+    std::filesystem::copy_file(test::ModuleFile(VELMORA_TEST_MODULES "/sized64", "VLAIPO.DLL"),
+                               test::ModuleFile(directory.string(), "VLAIPO.DLL"));
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(store_.Directory().Path());
     EXPECT_EQ(test::CaptureStdout([] { ProcessAttach(); }), "Unable to Load Postoffice Configuration Provider\n");
@@ -197,15 +198,15 @@ TEST_F(LibraryInit, WithoutTheNotifyModuleThereIsNoAddress)
 TEST_F(LibraryInit, TheNotifyModuleIsFoundByItsBareNameAndFreedAtUnInit)
 {
     // The loader's search path is given from outside of the process; a module that is in the process already is found too.
-    void* preloaded = dlopen(VELMORA_TEST_MODULES "/notify/libvlainfy.so", RTLD_NOW);
-    ASSERT_NE(preloaded, nullptr) << dlerror();
+    const HMODULE preloaded = LoadLibraryA(VELMORA_TEST_MODULES "\\notify\\VLAINFY.DLL");
+    ASSERT_NE(preloaded, nullptr) << GetLastError();
     ASSERT_EQ(StoreLibrary_Init(), 1u);
     EXPECT_NE(Process().NotifyModule, nullptr);
-    EXPECT_EQ(Process().NotifyRemote, dlsym(preloaded, "NotifyRemote"));
+    EXPECT_EQ(Process().NotifyRemote, test::FunctionOf<void*>(preloaded, "NotifyRemote"));
     EXPECT_EQ(StoreLibrary_UnInit(), 1u);
     EXPECT_EQ(Process().NotifyModule, nullptr);
     EXPECT_EQ(Process().NotifyRemote, nullptr);
-    dlclose(preloaded);
+    FreeLibrary(preloaded);
 }
 
 TEST(Library, AffinityIsOneOnlyForOne)

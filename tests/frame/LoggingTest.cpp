@@ -6,6 +6,7 @@
 
 #include "platform/win32.h"
 #include "tests/support/Captured.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora {
@@ -69,11 +70,12 @@ TEST_F(LoggingTest, StoreEventPrintsTheLastErrorSigned)
 TEST_F(LoggingTest, IndexEventBeginsWithTheFileNameOfTheProgram)
 {
     const test::CapturedLog log;
+    const std::string event = "[" + test::OwnProgramPath().filename().string() + "] Malformed index detected";
     SetLastError(5);
     LogIndexEvent("Malformed index detected");
-    EXPECT_EQ(log.Events(), std::vector<std::string>{"[tests_frame] Malformed index detected"});
+    EXPECT_EQ(log.Events(), std::vector<std::string>{event});
     EXPECT_NE(EventLog().find("Velmora Store Provider error: 5"), std::string::npos);
-    EXPECT_NE(EventLog().find("[tests_frame] Malformed index detected"), std::string::npos);
+    EXPECT_NE(EventLog().find(event), std::string::npos);
 }
 
 TEST_F(LoggingTest, LinesForTheOperatorGoToStandardOutput)

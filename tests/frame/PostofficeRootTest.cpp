@@ -1,5 +1,4 @@
 // The root of a post office, with and without an options module that knows another.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -12,6 +11,7 @@
 #include "frame/Companions.h"
 #include "frame/ProcessState.h"
 #include "frame/StorePaths.h"
+#include "tests/support/Module.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora {
@@ -37,16 +37,9 @@ protected:
         EXPECT_EQ(ResolvePostofficeRoot(root, sizeof root, postoffice), 1u);
         return root;
     }
-    // Takes every handle of an options module away, and tells how many there were.
     static int TakeHandles(const std::string& name)
     {
-        const std::string file = VELMORA_TEST_MODULES "/" + name + "64/libvlaiso.so";
-        int handles = 0;
-        while (void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
-            dlclose(module);
-            if (dlclose(module) != 0 || ++handles > 1000) break;
-        }
-        return handles;
+        return test::TakeModuleHandles(VELMORA_TEST_MODULES "/" + name + "64", "VLAISO.DLL");
     }
     test::TestStore store_;
 };

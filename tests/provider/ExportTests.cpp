@@ -1,15 +1,13 @@
 // What the built library lets out, compared with the list and with the headers.
-#include <dlfcn.h>
-#include <elf.h>
-
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <set>
 #include <string>
 
 #include "tests/provider/CApi.h"
+#include "tests/provider/DefinedNames.h"
 #include "tests/provider/ProviderFixture.h"
+#include "tests/support/Module.h"
 
 namespace velmora::test {
 namespace {
@@ -22,34 +20,6 @@ Names ListedNames()
     std::ifstream file(VELMORA_EXPORTS_FILE);
     for (std::string line; std::getline(file, line);)
         if (!line.empty() && line[0] != '#') names.insert(line);
-    return names;
-}
-
-template <typename T>
-T At(const std::string& bytes, uint64_t offset)
-{
-    T value{};
-    if (offset + sizeof(T) > bytes.size()) throw std::out_of_range("not an ELF file as expected");
-    std::memcpy(&value, bytes.data() + offset, sizeof(T));
-    return value;
-}
-
-// The names that a shared library defines for others.
-Names DefinedNames(const std::string& file)
-{
-    const std::string bytes = ReadFileBytes(file);
-    const auto header = At<Elf64_Ehdr>(bytes, 0);
-    Names names;
-    for (unsigned i = 0; i < header.e_shnum; ++i) {
-        const auto section = At<Elf64_Shdr>(bytes, header.e_shoff + uint64_t{i} * header.e_shentsize);
-        if (section.sh_type != SHT_DYNSYM) continue;
-        const auto strings = At<Elf64_Shdr>(bytes, header.e_shoff + uint64_t{section.sh_link} * header.e_shentsize);
-        for (uint64_t at = 0; at < section.sh_size; at += section.sh_entsize) {
-            const auto symbol = At<Elf64_Sym>(bytes, section.sh_offset + at);
-            if (symbol.st_shndx == SHN_UNDEF || ELF64_ST_BIND(symbol.st_info) == STB_LOCAL) continue;
-            names.insert(bytes.c_str() + strings.sh_offset + symbol.st_name);
-        }
-    }
     return names;
 }
 
@@ -95,13 +65,13 @@ TEST(LoadedLibrary, AttachesItselfAndAnswers)
 {
     TestStore store;
     WriteFileBytes(store.MakeFolder("INBOX") / "1.MAI", "Subject: loaded\r\n\r\nbody\r\n");
-    void* const library = dlopen(VELMORA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(library, nullptr) << dlerror();
-    const auto open = reinterpret_cast<decltype(&StoreFolder_Open)>(dlsym(library, "StoreFolder_Open"));
-    const auto first = reinterpret_cast<decltype(&StoreFolder_FindFirstItem)>(dlsym(library, "StoreFolder_FindFirstItem"));
-    const auto get = reinterpret_cast<decltype(&StoreItem_GetProperty)>(dlsym(library, "StoreItem_GetProperty"));
-    const auto free = reinterpret_cast<decltype(&StoreItem_FreeProperty)>(dlsym(library, "StoreItem_FreeProperty"));
-    const auto close = reinterpret_cast<decltype(&StoreFolder_Close)>(dlsym(library, "StoreFolder_Close"));
+    const HMODULE library = LoadLibraryA(VELMORA_LIBRARY_MODULE);
+    ASSERT_NE(library, nullptr) << "error " << GetLastError();
+    const auto open = FunctionOf<decltype(&StoreFolder_Open)>(library, "StoreFolder_Open");
+    const auto first = FunctionOf<decltype(&StoreFolder_FindFirstItem)>(library, "StoreFolder_FindFirstItem");
+    const auto get = FunctionOf<decltype(&StoreItem_GetProperty)>(library, "StoreItem_GetProperty");
+    const auto free = FunctionOf<decltype(&StoreItem_FreeProperty)>(library, "StoreItem_FreeProperty");
+    const auto close = FunctionOf<decltype(&StoreFolder_Close)>(library, "StoreFolder_Close");
     ASSERT_TRUE(open && first && get && free && close);
 
     std::thread([&] {
@@ -114,7 +84,7 @@ TEST(LoadedLibrary, AttachesItselfAndAnswers)
         free(value);
         EXPECT_EQ(close(), 1u);
     }).join();
-    EXPECT_EQ(dlclose(library), 0);
+    EXPECT_TRUE(FreeLibrary(library));
 }
 
 }  // namespace
