@@ -83,10 +83,8 @@ std::string People(Random& random, uint32_t count)
 
 std::string FormatTime(const char* format, std::time_t time)
 {
-    std::tm parts{};
-    gmtime_r(&time, &parts);
     char text[64];
-    const size_t size = std::strftime(text, sizeof text, format, &parts);
+    const size_t size = std::strftime(text, sizeof text, format, std::gmtime(&time));
     return std::string(text, size);
 }
 

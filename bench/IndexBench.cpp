@@ -1,18 +1,16 @@
 // Index files: what loads and saves cost, beside a bare pass over the bytes and beside an XML library on the same file.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
 
 #include "bench/Corpus.h"
+#include "bench/Floors.h"
 #include "bench/Measure.h"
+#include "bench/System.h"
 #include "index/IndexItem.h"
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
@@ -62,27 +60,6 @@ std::string WorkFolder(const std::string& name, uint32_t size)
     const auto directory = DataDirectory() / ("work-" + name + "-" + std::to_string(size));
     OverwriteFile(SourceFolder(size) + "/_index.xml", directory / "_index.xml");
     return directory.string();
-}
-
-// The floor under every reader: the whole file through one buffer, and each bracket found.
-size_t CountTags(const std::string& file)
-{
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    Require(descriptor >= 0, "no index file");
-    char buffer[8192];
-    size_t tags = 0;
-    bool inside = false;
-    for (ssize_t size; (size = read(descriptor, buffer, sizeof buffer)) > 0;) {
-        const char* at = buffer;
-        const char* const end = buffer + size;
-        while (const void* found = std::memchr(at, inside ? '>' : '<', static_cast<size_t>(end - at))) {
-            at = static_cast<const char*>(found) + 1;
-            tags += inside;
-            inside = !inside;
-        }
-    }
-    close(descriptor);
-    return tags;
 }
 
 size_t WalkDocument(const pugi::xml_document& document)
@@ -143,16 +120,12 @@ void InsertOne(SORTEDSTOREINDEXTYPE& table)
     item.release();
 }
 
-// What the child says of itself; the library may have lines of its own to print. 0 when it failed.
-long PeakOfChild(const std::string& command)
+// The peak that a process of its own reports of a full load; the library may have lines of its own to print. 0 on failure.
+long PeakOfChild(const std::string& folder)
 {
-    FILE* const child = popen(command.c_str(), "r");
-    if (!child) return 0;
-    long peakKB = 0;
-    char line[256];
-    while (std::fgets(line, sizeof line, child))
-        if (std::strncmp(line, kPeakLine, sizeof kPeakLine - 1) == 0) peakKB = std::strtol(line + sizeof kPeakLine - 1, nullptr, 10);
-    return pclose(child) == 0 ? peakKB : 0;
+    const std::string output = OutputOfSelf(kPeakOfLoadOption, folder);
+    const size_t at = output.find(kPeakLine);
+    return at == std::string::npos ? 0 : std::strtol(output.c_str() + at + sizeof kPeakLine - 1, nullptr, 10);
 }
 
 void RegisterReferences(uint32_t size)
@@ -193,9 +166,8 @@ void RegisterLoads(uint32_t size)
     // In a process of its own, so that nothing measured before counts.
     Register("FullLoadMemory", size, 1, [size](benchmark::State& state) {
         const std::string path = SourceFolder(size);
-        const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
         long peakKB = 0;
-        Measure(state, {}, [&] { peakKB = PeakOfChild("'" + self + "' --peak-of-load '" + path + "'"); });
+        Measure(state, {}, [&] { peakKB = PeakOfChild(path); });
         Require(peakKB > 0, "the child process failed");
         const auto bytes = std::filesystem::file_size(path + "/_index.xml");
         state.counters["resident_KB"] = static_cast<double>(peakKB);
@@ -243,7 +215,7 @@ void RegisterSaves(uint32_t size)
 
 void RegisterIndexBenchmarks()
 {
-    for (const uint32_t size : kSizes) {
+    for (const uint32_t size : Sizes()) {
         RegisterReferences(size);
         RegisterLoads(size);
         RegisterSaves(size);
@@ -254,13 +226,9 @@ int PrintPeakOfLoad(const std::string& folder)
 {
     Folder loaded(folder);
     loaded.Load(3);
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.rfind("VmHWM:", 0) == 0) {
-            std::printf("%s%ld\n", kPeakLine, std::strtol(line.c_str() + 6, nullptr, 10));
-            return 0;
-        }
-    return 1;
+    const long peakKB = PeakResidentKB();
+    std::printf("%s%ld\n", kPeakLine, peakKB);
+    return peakKB > 0 ? 0 : 1;
 }
 
 }  // namespace velmora::bench

@@ -1,17 +1,18 @@
-// velmora_bench --data=DIRECTORY [Google Benchmark's own options]
+// velmora_bench --data=DIRECTORY [--quick] [Google Benchmark's own options]
 //
-// Runs the benchmarks and prints the table of ratios behind their results. DIRECTORY keeps the corpora between runs.
+// Runs the benchmarks and prints two tables behind their results: the ratios, and the growth with the folder. DIRECTORY keeps
+// the corpora between runs. With --quick the largest folders are left out.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "bench/Measure.h"
-#include "bench/Ratios.h"
+#include "bench/System.h"
+#include "bench/Tables.h"
 #include "frame/Attach.h"
 
 namespace velmora::bench {
@@ -20,6 +21,12 @@ std::filesystem::path& DataDirectory()
 {
     static std::filesystem::path directory;
     return directory;
+}
+
+std::vector<uint32_t>& Sizes()
+{
+    static std::vector<uint32_t> sizes = {100, 10000, 100000};
+    return sizes;
 }
 
 namespace {
@@ -46,9 +53,9 @@ void WriteSettings(const std::filesystem::path& directory)
         << "\"Use XML Stream Index Serialisation\"=dword:00000001\n"
         << "\"Maximum Index Rows\"=dword:00989680\n";
     out.close();
-    setenv("VELMORA_REGISTRY", file.c_str(), 1);
-    setenv("VELMORA_USER_REGISTRY", (directory / "user.reg").c_str(), 1);
-    setenv("VELMORA_EVENTLOG", (directory / "events.log").c_str(), 1);
+    SetVariable("VELMORA_REGISTRY", file);
+    SetVariable("VELMORA_USER_REGISTRY", (directory / "user.reg").string());
+    SetVariable("VELMORA_EVENTLOG", (directory / "events.log").string());
 }
 
 int RunAll(int argc, char** argv)
@@ -62,6 +69,7 @@ int RunAll(int argc, char** argv)
     CollectingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool reached = PrintRatios(reporter);
+    PrintGrowth(reporter);
     if (!reached) std::printf("\nA goal is missed.\n");
     benchmark::Shutdown();
     ProcessDetach();
@@ -74,21 +82,23 @@ int RunAll(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        if (argc == 3 && std::string(argv[1]) == "--peak-of-load") {
+        if (argc == 3 && std::string(argv[1]) == velmora::bench::kPeakOfLoadOption) {
             if (!velmora::ProcessAttach()) return 1;
             return velmora::bench::PrintPeakOfLoad(argv[2]);
         }
-        // Our own option, taken out before the library reads the rest.
+        // Our own options, taken out before the library reads the rest.
         int kept = 1;
         for (int i = 1; i < argc; ++i) {
             const std::string argument = argv[i];
             if (argument.rfind("--data=", 0) == 0)
                 velmora::bench::DataDirectory() = std::filesystem::absolute(argument.substr(7));
+            else if (argument == "--quick")
+                velmora::bench::Sizes().pop_back();
             else
                 argv[kept++] = argv[i];
         }
         if (velmora::bench::DataDirectory().empty()) {
-            std::fprintf(stderr, "usage: velmora_bench --data=DIRECTORY [--benchmark_...]\n");
+            std::fprintf(stderr, "usage: velmora_bench --data=DIRECTORY [--quick] [--benchmark_...]\n");
             return 2;
         }
         return velmora::bench::RunAll(kept, argv);

@@ -16,11 +16,12 @@
 
 namespace velmora::bench {
 
-inline constexpr uint32_t kSizes[] = {100, 10000, 100000};
 inline constexpr char kMedian[] = "median_us";
+inline constexpr char kPeakOfLoadOption[] = "--peak-of-load";
 
-// Where corpora and work files lie; set once by main.
+// What main reads from the command line, once: where corpora and work files lie, and the numbers of items to measure with.
 std::filesystem::path& DataDirectory();
+std::vector<uint32_t>& Sizes();
 
 // A benchmark that does not do its work measures nothing, so it ends the run.
 inline void Require(bool condition, const char* what)

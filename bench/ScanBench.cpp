@@ -1,17 +1,16 @@
 // Folders of messages: what a scan, a walk and the cached counts cost, beside the bare work on the same files.
-#include <dirent.h>
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "bench/Corpus.h"
+#include "bench/Floors.h"
 #include "bench/Measure.h"
+#include "index/IndexItem.h"
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
+#include "index/StoreIndexLife.h"
 #include "velmora/index_records.h"
 #include "velmora/vlaisp.h"
 
@@ -23,37 +22,16 @@ constexpr char kMailbox[] = "box";
 
 std::string FolderName(uint32_t size) { return "mail-" + std::to_string(size); }
 
-std::filesystem::path MailFolder(uint32_t size)
+std::filesystem::path StoreFolder(const std::string& name)
 {
-    const auto directory = DataDirectory() / "POSTOFFICES" / kPostoffice / "MAILROOT" / kMailbox / FolderName(size);
-    MakeMessages(directory, size);
-    return directory;
+    return DataDirectory() / "POSTOFFICES" / kPostoffice / "MAILROOT" / kMailbox / name;
 }
 
-// The floor under a scan: every file opened, its first 4 KiB read, its header lines found.
-size_t HeaderLines(const std::filesystem::path& directory)
+std::filesystem::path MailFolder(uint32_t size)
 {
-    DIR* const handle = opendir(directory.c_str());
-    Require(handle != nullptr, "no folder");
-    size_t lines = 0;
-    char buffer[4096];
-    while (const dirent* entry = readdir(handle)) {
-        if (entry->d_name[0] == '.' || entry->d_name[0] == '_') continue;
-        const int file = open((directory / entry->d_name).c_str(), O_RDONLY | O_CLOEXEC);
-        Require(file >= 0, "a message is gone");
-        const ssize_t size = read(file, buffer, sizeof buffer);
-        close(file);
-        const char* at = buffer;
-        const char* const end = buffer + (size > 0 ? size : 0);
-        while (const void* found = std::memchr(at, '\n', static_cast<size_t>(end - at))) {
-            const char* const next = static_cast<const char*>(found) + 1;
-            if (next - at <= 2) break;  // the blank line
-            if (*at != ' ' && *at != '\t') ++lines;
-            at = next;
-        }
-    }
-    closedir(handle);
-    return lines;
+    const auto directory = StoreFolder(FolderName(size));
+    MakeMessages(directory, size);
+    return directory;
 }
 
 // A record of our own that is scanned by the mail back-end, as by a caller that holds the block.
@@ -157,6 +135,36 @@ void BenchReopen(benchmark::State& state, uint32_t size)
     StoreIndex_Release(&record);
 }
 
+// A delivery to a folder that nobody has open: the block is taken, the header read, one element and the counts written.
+void BenchDeliver(benchmark::State& state, uint32_t size)
+{
+    const std::string name = "deliver-" + std::to_string(size);
+    const auto source = DataDirectory() / ("index-" + std::to_string(size));
+    OverwriteFile(MakeIndexFile(source, size), StoreFolder(name) / "_index.xml");
+    uint32_t counts[VELMORA_STATUS_WORDS] = {};
+    counts[VELMORA_STATUS_ITEMS] = size;
+    Require(SetCachedStatus(kPostoffice, kMailbox, name.c_str(), counts) == 1, "the counts cannot be written");
+    uint32_t next = 0x800000;
+    Measure(state, {}, [&] {
+        STOREINDEXTYPE record;
+        StoreIndex_Init(&record);
+        void* block = nullptr;
+        Require(StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, name.c_str(), 1, block, 1) == 1, "no transaction");
+        auto item = std::make_unique<IndexItemPropertyContainer>();
+        item->SetText(kId, ItemName(next++));
+        item->SetText("FROM", "Alma Lund <a.lund7@example.net>");
+        item->SetText("SUBJECT", "agenda about the window repair");
+        item->SetText(kFlagStatus, "\\RECENT");
+        Require(InsertItem(record.Table, item.get()), "the item is there already");
+        item.release();
+        Require(GetCachedStatus(kPostoffice, kMailbox, name.c_str(), counts) == 1, "no counts");
+        ++counts[VELMORA_STATUS_ITEMS];
+        Require(StoreIndex_SaveAndClose(record, true, 1, block, &counts) == 1, "the transaction does not end");
+        StoreIndex_Release(&record);
+    });
+    Require(!std::filesystem::exists(StoreFolder(name) / "_CHANGE.DTY"), "a delivery was not written");
+}
+
 void BenchCachedCounts(benchmark::State& state, uint32_t size)
 {
     EnsureScanned(size);
@@ -172,18 +180,19 @@ void BenchCachedCounts(benchmark::State& state, uint32_t size)
 
 void RegisterScanBenchmarks()
 {
-    for (const uint32_t size : kSizes) {
+    for (const uint32_t size : Sizes()) {
         const int64_t rounds = size <= 100 ? 51 : size <= 10000 ? 7 : 3;
         Register("HeaderLinesFloor", size, rounds, [size](benchmark::State& state) {
             const auto directory = MailFolder(size);
-            HeaderLines(directory);  // the files' bytes in memory, for the scan as for the floor
-            Measure(state, {}, [&] { benchmark::DoNotOptimize(HeaderLines(directory)); });
+            CountHeaderLines(directory);  // the files' bytes in memory, for the scan as for the floor
+            Measure(state, {}, [&] { benchmark::DoNotOptimize(CountHeaderLines(directory)); });
         });
         Register("FirstScan", size, rounds, [size](benchmark::State& state) { BenchFirstScan(state, size); });
         Register("RescanNothingNew", size, rounds, [size](benchmark::State& state) { BenchRescan(state, size); });
         Register("OpenFolder", size, rounds, [size](benchmark::State& state) { BenchOpen(state, size); });
         Register("Reopen", size, rounds, [size](benchmark::State& state) { BenchReopen(state, size); });
         Register("WalkThreeProperties", size, rounds, [size](benchmark::State& state) { BenchWalk(state, size); });
+        Register("DeliverOne", size, 301, [size](benchmark::State& state) { BenchDeliver(state, size); });
         Register("CachedCounts", size, 1001, [size](benchmark::State& state) { BenchCachedCounts(state, size); });
     }
 }

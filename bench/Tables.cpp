@@ -1,11 +1,15 @@
-#include "bench/Ratios.h"
+#include "bench/Tables.h"
 
 #include <cstdio>
+#include <string>
 
 #include "bench/Measure.h"
 
 namespace velmora::bench {
 namespace {
+
+// Goals are meant for folders of this size, and are not asked of a run without them.
+constexpr uint32_t kGoalSize = 100000;
 
 enum class Goal { AtMost, AtLeast, None };
 
@@ -42,6 +46,69 @@ constexpr Row kRows[] = {
     {"walk with three properties, to a full load", "WalkThreeProperties", kMedian, "FullLoad", false, Goal::None, 0, ""},
     {"cached counts", "CachedCounts", kMedian, nullptr, false, Goal::None, 0, " us"},
 };
+
+// The rows of the table of growth, in the order of a folder's life.
+struct TimedRow {
+    const char* text;
+    const char* benchmark;
+};
+
+constexpr TimedRow kTimedRows[] = {
+    {"memchr pass over the index file", "MemchrPass"},
+    {"pugixml load and walk", "PugixmlLoadAndWalk"},
+    {"pugixml save", "PugixmlSave"},
+    {"opening and reading each message", "HeaderLinesFloor"},
+    {"header-only open", "HeaderOnlyOpen"},
+    {"identifiers", "Identifiers"},
+    {"full load", "FullLoad"},
+    {"selected load of 3", "SelectedLoad"},
+    {"append of one item", "AppendOne"},
+    {"delivery of one item, with block and counts", "DeliverOne"},
+    {"flag change of the first item", "FlagChangeFirst"},
+    {"flag change of the middle item", "FlagChangeMiddle"},
+    {"flag change of the last item", "FlagChangeLast"},
+    {"removal of one item", "RemoveMiddle"},
+    {"save with nothing changed", "SaveNothingChanged"},
+    {"full rewrite", "FullRewrite"},
+    {"first scan", "FirstScan"},
+    {"rescan with nothing new", "RescanNothingNew"},
+    {"open of an unchanged folder", "OpenFolder"},
+    {"reopen with nothing changed", "Reopen"},
+    {"walk with three properties", "WalkThreeProperties"},
+    {"cached counts", "CachedCounts"},
+};
+
+// "10,000 items".
+std::string ItemsText(uint32_t size)
+{
+    std::string digits = std::to_string(size);
+    for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
+    return digits + " items";
+}
+
+std::string TimeText(double microseconds)
+{
+    char text[32];
+    if (microseconds < 1000)
+        std::snprintf(text, sizeof text, "%.1f us", microseconds);
+    else if (microseconds < 1e6)
+        std::snprintf(text, sizeof text, "%.2f ms", microseconds / 1e3);
+    else
+        std::snprintf(text, sizeof text, "%.2f s", microseconds / 1e6);
+    return text;
+}
+
+// The head of a table with a first column, one for each size, and a last one.
+void PrintHead(const char* first, const std::string& last)
+{
+    std::string names = std::string("\n| ") + first;
+    std::string rule = "|---";
+    for (const uint32_t size : Sizes()) {
+        names += " | " + ItemsText(size);
+        rule += "|---";
+    }
+    std::printf("%s | %s |\n%s|---|\n", names.c_str(), last.c_str(), rule.c_str());
+}
 
 // Below 0 when a benchmark of the row was not run.
 double ValueOf(const CollectingReporter& runs, const Row& row, uint32_t size)
@@ -83,13 +150,13 @@ double CollectingReporter::Counter(const std::string& benchmark, const std::stri
 
 bool PrintRatios(const CollectingReporter& runs)
 {
-    std::printf("\n| Measure | 100 items | 10,000 items | 100,000 items | Goal at 100,000 |\n|---|---|---|---|---|\n");
+    PrintHead("Measure", "Goal at 100,000");
     bool reached = true;
     for (const Row& row : kRows) {
         std::string cells;
         bool any = false;
         double last = -1;
-        for (const uint32_t size : kSizes) {
+        for (const uint32_t size : Sizes()) {
             last = ValueOf(runs, row, size);
             char text[64] = "";
             if (last >= 0) std::snprintf(text, sizeof text, last < 100 ? "%.2f%s" : "%.0f%s", last, row.unit);
@@ -97,12 +164,29 @@ bool PrintRatios(const CollectingReporter& runs)
             cells += std::string(" | ") + text;
         }
         if (!any) continue;
-        const bool missed =
-            last >= 0 && ((row.goal == Goal::AtMost && last > row.bound) || (row.goal == Goal::AtLeast && last < row.bound));
+        const bool missed = last >= 0 && Sizes().back() == kGoalSize &&
+                            ((row.goal == Goal::AtMost && last > row.bound) || (row.goal == Goal::AtLeast && last < row.bound));
         if (missed) reached = false;
         std::printf("| %s%s | %s%s |\n", row.text, cells.c_str(), GoalText(row).c_str(), missed ? " (missed)" : "");
     }
     return reached;
+}
+
+void PrintGrowth(const CollectingReporter& runs)
+{
+    PrintHead("Time", "Last to first");
+    for (const TimedRow& row : kTimedRows) {
+        std::string cells;
+        double first = -1;
+        double last = -1;
+        for (const uint32_t size : Sizes()) {
+            last = runs.Counter(std::string(row.benchmark) + "/" + std::to_string(size), kMedian);
+            if (size == Sizes().front()) first = last;
+            cells += " | " + (last < 0 ? std::string() : TimeText(last));
+        }
+        if (first <= 0 || last < 0) continue;
+        std::printf("| %s%s | %.1f |\n", row.text, cells.c_str(), last / first);
+    }
 }
 
 }  // namespace velmora::bench

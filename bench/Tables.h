@@ -1,6 +1,7 @@
-// The table of ratios: each measure beside its plain reference of the same run, and beside its goal.
-#ifndef VELMORA_BENCH_RATIOS_H
-#define VELMORA_BENCH_RATIOS_H
+// The two tables behind a run: each measure beside its plain reference of the same run and beside its goal, and the time of
+// each measure by the size of the folder.
+#ifndef VELMORA_BENCH_TABLES_H
+#define VELMORA_BENCH_TABLES_H
 
 #include <benchmark/benchmark.h>
 
@@ -27,6 +28,9 @@ private:
 
 // The table in the form of the README, rows of benchmarks that were not run left out. False when a goal is missed.
 bool PrintRatios(const CollectingReporter& runs);
+
+// The medians, and how many times the last size costs what the first one does.
+void PrintGrowth(const CollectingReporter& runs);
 
 }  // namespace velmora::bench
 

@@ -1,0 +1,102 @@
+# Checks of where things stand: who includes whom, platform names above the platform, sources that no target builds.
+# Sourced by checks/all.sh; every function prints its faults, one a line, and nothing when there are none.
+
+library_sources() { our_sources platform common SERVICES/Library; }
+public_sources() { our_sources include; }
+# The tool, and the companion modules beside the library: they see the public headers alone.
+outside_sources() {
+    our_sources tools
+    our_sources SERVICES | grep -v '^SERVICES/Library/' || true
+}
+
+# FILE:LINE: INCLUDED for every include that the house plan forbids. A room may include itself and rooms below; items and
+# notify stand side by side and do not know each other. frame/Attach.cpp and the module entry put the rooms together and may
+# include upwards.
+forbidden_includes() {
+    library_sources | xargs -r awk '
+        BEGIN {
+            split("platform common frame locks index persistence notify items provider folders remote quota legacy", order, " ")
+            split("1 2 3 4 5 6 7 7 8 8 8 9 9", level, " ")
+            for (i in order) rank[order[i]] = level[i]
+        }
+        FNR == 1 {
+            room = FILENAME
+            sub(/^SERVICES\/Library\//, "", room)
+            sub(/\/.*/, "", room)
+            exempt = FILENAME == "SERVICES/Library/frame/Attach.cpp" || FILENAME == "SERVICES/Library/ModuleMain.cpp"
+        }
+        /^[ \t]*#[ \t]*include[ \t]*["<]/ && !exempt {
+            included = $0
+            sub(/^[^"<]*["<]/, "", included)
+            sub(/[">].*/, "", included)
+            target = included
+            sub(/\/.*/, "", target)
+            if (/include[ \t]*</ && !(target in rank)) next
+            if (target == "velmora") next
+            if (included == "frame/Attach.h") { print FILENAME ":" FNR ": " included ": only the module entry may"; next }
+            if (!(target in rank)) { print FILENAME ":" FNR ": " included ": not rooted in a room"; next }
+            if (rank[target] + 0 > rank[room] + 0) print FILENAME ":" FNR ": " included ": upwards"
+            else if (rank[target] == rank[room] && target != room) print FILENAME ":" FNR ": " included ": sideways"
+        }'
+    outside_sources | xargs -r grep -HnE \
+        '#[[:space:]]*include[[:space:]]*["<]([./]*/)?(platform|common|SERVICES|frame|locks|index|persistence|notify|items|provider|folders|remote|quota|legacy)/' || true
+    public_sources | xargs -r grep -HnE '#[[:space:]]*include[[:space:]]*"' | grep -v '"velmora/' || true
+}
+
+posix_headers='(windows|winsock2|unistd|fcntl|dirent|pthread|dlfcn|syslog|poll|signal|termios|pwd|grp|netdb|spawn|utime|glob|fnmatch|ftw|sys/[a-z_]+|netinet/[a-z_]+|arpa/[a-z_]+)\.h'
+
+# FILE:LINE: TEXT for the lines of the files on standard input that match, comments left out.
+code_lines() {
+    local pattern=$1 file
+    while read -r file; do
+        sed 's|//.*||' "$file" | grep -nE "$pattern" | sed "s|^|$file:|" || true
+    done
+}
+
+# The operating system belongs to platform/. Comments may name what they explain, and one public header says how an export
+# is marked on each system.
+platform_names() {
+    { our_sources common SERVICES/Library; public_sources | grep -vx include/velmora/api.h; } | code_lines \
+        "_WIN32|_WIN64|__MINGW|__linux__|__unix__|\\berrno\\b|std::filesystem|#[[:space:]]*include[[:space:]]*<($posix_headers|errno\\.h|cerrno|csignal|filesystem)>"
+}
+
+# Tests and benchmarks may use what the language has, and say in a file's name that it is for one system alone.
+is_for_one_system='(^|/)(Posix|Windows)[^/]*$|(Posix|Windows)\.(cpp|h)$'
+system_names_in_tests() {
+    our_sources tests bench | { grep -vE "$is_for_one_system" || true; } | code_lines \
+        "_WIN32|_WIN64|__MINGW|__linux__|__unix__|#[[:space:]]*include[[:space:]]*<$posix_headers>"
+}
+
+# The files of that kind that are still to be split stand in a list, which only grows shorter.
+system_names_list=scripts/checks/unsplit-tests
+unportable_tests() {
+    local found file
+    found=$(system_names_in_tests)
+    grep -vxF -f <(sed 's/$/:/' "$system_names_list" 2>/dev/null) <(cut -d: -f1 <<<"$found" | sort -u | sed '/^$/d; s/$/:/') |
+        tr -d : | while read -r file; do grep "^$file:" <<<"$found"; done || true
+    while read -r file; do
+        grep -q "^$file:" <<<"$found" || say "$file is in $system_names_list and needs it no more"
+    done < <(cat "$system_names_list" 2>/dev/null)
+}
+
+# The sources that a configured build directory compiles.
+built_sources() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" "$1/compile_commands.json"; }
+
+# Every source is in some target: of the release build, of the Windows build when it is for Windows alone, of the fuzz build
+# when it is a fuzz target. The last two are looked at where they are configured, as they are behind their own steps.
+unbuilt_sources() {
+    local windows='^platform/windows/|/Windows[^/]*$|Windows\.cpp$' all
+    all=$(our_sources platform common SERVICES tools tests bench fuzz | grep -E '\.(cpp|c)$')
+    unbuilt_in release < <(grep -vE "$windows|^fuzz/" <<<"$all")
+    unbuilt_in windows < <(grep -E "$windows" <<<"$all")
+    unbuilt_in fuzz < <(grep '^fuzz/' <<<"$all")
+}
+unbuilt_in() {
+    [ -f "build/$1/compile_commands.json" ] || return 0
+    grep -vxF -f <(built_sources "build/$1") | sed "s/\$/: not in the $1 build/" || true
+}
+
+long_files() {
+    our_sources "${all_source_directories[@]}" | xargs -r wc -l |
+        awk '$2 != "total" && $1 > 700 { print "warning: " $2 " has " $1 " lines" }'
+}
