@@ -154,6 +154,12 @@ bool FileManagement::IsValidPath(const std::string& path)
 
 bool FileManagement::Exists(const std::string& path) { return KindOfPath(path) != EntryKind::Missing; }
 
+bool FileManagement::MayExist(const std::string& path)
+{
+    FileIterator entry(path);
+    return !entry.First().empty() || (entry.Error() != 0 && entry.Error() != ERROR_PATH_NOT_FOUND);
+}
+
 bool FileManagement::CreateDirectories(const std::string& path, bool quiet)
 {
     const auto fail = [quiet](const std::string& message) {

@@ -19,6 +19,9 @@ public:
     // False only for a name that the file system refuses (error 123).
     static bool IsValidPath(const std::string& path);
     static bool Exists(const std::string& path);
+    // False only when the system says that nothing of that name is there. For what must not be taken for missing, and made
+    // anew, because it could not be asked for at this moment.
+    static bool MayExist(const std::string& path);
     // Makes the directory and its parents from the top; true when it is there. With `quiet` a path that is empty or no path,
     // and a failure of the last step, are false and not an exception; the parents are always made loudly. A path of more
     // than 4,095 bytes is no path.

@@ -33,6 +33,8 @@ bool FileStream::Open(const std::string& path, uint32_t access, Sharing sharing,
     lostBytes_ = false;
     lastError_ = 0;
     position_ = 0;
+    // The write buffer comes first, so that a lack of memory does not leave an emptied file.
+    if ((access & GENERIC_WRITE) != 0 && !buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
     const DWORD share = sharing == Sharing::None ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
     HANDLE handle = CreateFileA(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
@@ -71,7 +73,6 @@ void FileStream::Write(std::string_view bytes)
     if (bytes.size() > kBufferSize - used_) FlushBuffer();
     if (bytes.size() >= kBufferSize) return WriteThrough(bytes.data(), bytes.size());
     if (Failed()) return;
-    if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
     std::copy(bytes.begin(), bytes.end(), buffer_.get() + used_);
     used_ += bytes.size();
 }

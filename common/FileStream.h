@@ -33,6 +33,8 @@ public:
     bool IsOpen() const { return handle_ != nullptr; }
     bool Failed() const { return failed_ || bad_; }
     bool Bad() const { return bad_; }
+    // A write failed since the file was opened; clearing the state does not bring its bytes back.
+    bool LostBytes() const { return lostBytes_; }
     void ClearState() { failed_ = bad_ = false; }
     uint32_t LastError() const { return lastError_; }
 

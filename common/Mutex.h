@@ -15,6 +15,8 @@ enum class WaitResult : uint32_t { Failed = 0, Acquired = 1, TimedOut = 2, Aband
 [[nodiscard]] WaitResult WaitOnHandle(void* handle, uint32_t timeoutMs);
 
 // Opens the mutex of that name, or makes it, not owned. Null when neither works; a null name always makes a new one.
+// Kept: one that is there already is opened with no access, so its handle tells that the name is taken and no more; a
+// wait on it fails with 5.
 void* OpenOrCreateMutex(const char* name);
 
 // Owns one mutex. The name is a label for the reader: two objects with one name are two mutexes.

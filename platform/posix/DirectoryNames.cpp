@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -183,7 +184,7 @@ DWORD IdentifyDirectory(const char* path, DirectoryIdentity& identity)
 }
 
 DWORD FindInDirectory(const char* directory, const DirectoryIdentity& identity, char* name, size_t length, bool forCreation)
-{
+try {
     Keeper& keeper = TheKeeper();
     {
         std::lock_guard<std::mutex> hold(keeper.lock);
@@ -200,6 +201,8 @@ DWORD FindInDirectory(const char* directory, const DirectoryIdentity& identity, 
     listed->lastUse = ++keeper.uses;
     Keep(keeper, std::move(listed));
     return result;
+} catch (const std::bad_alloc&) {
+    return ERROR_NOT_ENOUGH_MEMORY;
 }
 
 bool AnyDirectoryKept() { return keptCount.load(std::memory_order_relaxed) != 0; }
@@ -213,8 +216,12 @@ void NoteChange(const char* directory, const DirectoryIdentity& before, std::str
     std::lock_guard<std::mutex> hold(keeper.lock);
     KeptDirectory* kept = KeptOf(keeper, now);
     if (!kept || !kept->identity.Unchanged(before)) return;
-    if (!created.empty() && created.size() <= 255) kept->names.Add(created);
-    kept->identity = now;
+    try {
+        if (!created.empty() && created.size() <= 255) kept->names.Add(created);
+        kept->identity = now;
+    } catch (const std::bad_alloc&) {
+        kept->identity = {};  // it is listed again at the next look
+    }
     kept->settled = false;
 }
 

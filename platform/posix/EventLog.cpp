@@ -46,7 +46,8 @@ std::string LocalTime()
 DWORD AppendToFile(const char* path, const std::string& line)
 {
     const Descriptor file(OpenFile(path, O_WRONLY | O_CREAT | O_APPEND, 0666));
-    if (!file.IsOpen()) return PresentError();
+    // A file that may be made is only missing when its directory is.
+    if (!file.IsOpen()) return errno == ENOENT ? ERROR_PATH_NOT_FOUND : PresentError();
     return write(file.Get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()) ? 0 : PresentError();
 }
 

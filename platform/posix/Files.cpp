@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <memory>
+#include <new>
 
 #include "platform/posix/OpenFiles.h"
 #include "platform/shared/AskSeam.h"
@@ -114,6 +116,14 @@ Attempt OpenOnce(PathText& path, const OpenRequest& request, OpenedFile& opened,
     return error == ERROR_FILE_EXISTS && !request.how.opens ? Attempt::Failed : made;
 }
 
+// Null when there is no memory for it.
+std::unique_ptr<FileObject> NewFileObject(DWORD access)
+try {
+    return std::make_unique<FileObject>(Descriptor(), true, (access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
 }  // namespace
 
 }  // namespace velmora::platform
@@ -130,6 +140,9 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES
     if (error == 0 && native.EndsInSeparator()) error = ERROR_INVALID_NAME;
     if (error != 0) return FailHandle(error);
 
+    // Made first: once the file is there, nothing may fail for want of memory.
+    std::unique_ptr<FileObject> object = NewFileObject(access);
+    if (!object) return FailHandle(ERROR_NOT_ENOUGH_MEMORY);
     OpenedFile opened;
     Attempt attempt = Attempt::Again;
     for (int round = 0; attempt == Attempt::Again && round < kRoundsAgainstChange; ++round) {
@@ -138,8 +151,9 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES
     if (attempt == Attempt::Again) error = ERROR_FILE_NOT_FOUND;  // a link that leads nowhere
     if (attempt != Attempt::Done) return FailHandle(error);
 
-    const HANDLE handle = MakeHandle(std::make_unique<FileObject>(std::move(opened.descriptor), opened.plain, (access & GENERIC_READ) != 0,
-                                                                  (access & GENERIC_WRITE) != 0));
+    object->descriptor = std::move(opened.descriptor);
+    object->plain = opened.plain;
+    const HANDLE handle = MakeHandle(std::move(object));
     if (!handle) return INVALID_HANDLE_VALUE;
     if (request.how.makes && request.how.opens) SetLastError(opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -143,12 +144,14 @@ HANDLE FindOne(PathText& path, WIN32_FIND_DATAA& found)
 using namespace velmora::platform;
 
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found)
-{
+try {
     if (SeamRefuses(FileOperation::Search, pattern)) return INVALID_HANDLE_VALUE;
     PathText path;
     if (const DWORD error = ToSystemPath(pattern, path); error != 0) return FailHandle(error);
     if (path.EndsInSeparator()) return FailHandle(ERROR_FILE_NOT_FOUND);
     return DosPattern::HasWildcard(path.Leaf()) ? FindPattern(path, *found) : FindOne(path, *found);
+} catch (const std::bad_alloc&) {
+    return FailHandle(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* found)

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace velmora::platform {
@@ -57,15 +58,20 @@ bool ClaimSlot(Table& table, uint32_t& index)
         return true;
     }
     if (table.slotsMade == kChunks * kSlotsPerChunk) return false;
-    index = table.slotsMade++;
-    if (index % kSlotsPerChunk == 0) table.chunks[index / kSlotsPerChunk].store(new Slot[kSlotsPerChunk], std::memory_order_release);
+    index = table.slotsMade;
+    if (index % kSlotsPerChunk == 0) {
+        // Room for every slot that may be given back, so that closing a handle never needs memory.
+        table.freeSlots.reserve(index + kSlotsPerChunk);
+        table.chunks[index / kSlotsPerChunk].store(new Slot[kSlotsPerChunk], std::memory_order_release);
+    }
+    ++table.slotsMade;
     return true;
 }
 
 }  // namespace
 
 HANDLE MakeHandle(std::unique_ptr<HandleObject> object)
-{
+try {
     Table& table = TheTable();
     std::lock_guard<std::mutex> hold(table.lock);
     uint32_t index = 0;
@@ -79,6 +85,9 @@ HANDLE MakeHandle(std::unique_ptr<HandleObject> object)
     slot.key.store(key, std::memory_order_release);
     ++table.open;
     return reinterpret_cast<HANDLE>(static_cast<uintptr_t>(key));
+} catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
 }
 
 HandleObject* LookUpHandle(HANDLE handle)

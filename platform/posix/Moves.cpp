@@ -8,7 +8,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "platform/posix/OpenFiles.h"
 #include "platform/shared/AskSeam.h"
@@ -48,14 +49,17 @@ int WriteAll(int fd, const char* bytes, size_t size)
 }
 
 int CopyThroughBuffer(int from, int to)
-{
-    std::vector<char> piece(kCopyPiece);
+try {
+    const auto piece = std::make_unique<char[]>(kCopyPiece);
     for (;;) {
-        const ssize_t got = read(from, piece.data(), piece.size());
+        const ssize_t got = read(from, piece.get(), kCopyPiece);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return static_cast<int>(got);
-        if (WriteAll(to, piece.data(), static_cast<size_t>(got)) != 0) return -1;
+        if (WriteAll(to, piece.get(), static_cast<size_t>(got)) != 0) return -1;
     }
+} catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return -1;
 }
 
 // The kernel copies where it can; what it has not copied goes through the buffer, from where both files stand.

@@ -137,8 +137,12 @@ std::shared_ptr<SystemMutex> NewMutex() { return {new SystemMutex, Retire}; }
 
 struct MutexObject : HandleObject {
     static constexpr HandleKind kKind = HandleKind::Mutex;
-    explicit MutexObject(std::shared_ptr<SystemMutex> of) : HandleObject(kKind), mutex(std::move(of)) {}
+    MutexObject(std::shared_ptr<SystemMutex> of, DWORD access)
+        : HandleObject(kKind), mutex(std::move(of)), mayWait((access & SYNCHRONIZE) != 0)
+    {
+    }
     std::shared_ptr<SystemMutex> mutex;
+    const bool mayWait;
 };
 
 // The mutex of that name, made when it is missing; `existed` tells which.
@@ -173,12 +177,12 @@ HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL owned, LPCSTR name)
     bool existed = false;
     std::shared_ptr<SystemMutex> mutex = name && *name ? NamedMutex(name, existed) : NewMutex();
     if (owned && !existed) mutex->Wait(INFINITE);
-    const HANDLE handle = MakeHandle(std::make_unique<MutexObject>(std::move(mutex)));
+    const HANDLE handle = MakeHandle(std::make_unique<MutexObject>(std::move(mutex), MUTEX_ALL_ACCESS));
     if (handle) SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;
 }
 
-HANDLE OpenMutexA(DWORD, BOOL, LPCSTR name)
+HANDLE OpenMutexA(DWORD access, BOOL, LPCSTR name)
 {
     if (!name || !*name) {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -189,13 +193,17 @@ HANDLE OpenMutexA(DWORD, BOOL, LPCSTR name)
         SetLastError(ERROR_FILE_NOT_FOUND);
         return nullptr;
     }
-    return MakeHandle(std::make_unique<MutexObject>(std::move(mutex)));
+    return MakeHandle(std::make_unique<MutexObject>(std::move(mutex), access));
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD timeoutMs)
 {
     const MutexObject* object = HandleAs<MutexObject>(handle);
     if (!object) return WAIT_FAILED;
+    if (!object->mayWait) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return WAIT_FAILED;
+    }
     const std::shared_ptr<SystemMutex> mutex = object->mutex;  // stays while waited for, should another thread close it
     return mutex->Wait(timeoutMs);
 }

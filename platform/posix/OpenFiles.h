@@ -52,7 +52,7 @@ struct FileObject : HandleObject {
     }
     int Fd() const { return descriptor.Get(); }
     Descriptor descriptor;
-    const bool plain;  // a file with bytes of its own, not a device
+    bool plain;  // a file with bytes of its own, not a device
     const bool readable;
     const bool writable;
 };

@@ -22,7 +22,6 @@ namespace velmora::platform {
 
 namespace {
 
-constexpr size_t kLargestFile = 16 * 1024 * 1024;
 constexpr int64_t kYoungNanoseconds = 20'000'000;
 constexpr size_t kFilesKept = 8;
 
@@ -77,7 +76,7 @@ bool SameContents(const struct stat& a, const struct stat& b)
 bool ReadAll(int fd, std::string& bytes)
 {
     char piece[16 * 1024];
-    while (bytes.size() <= kLargestFile) {
+    while (bytes.size() <= kLargestRegistryFile) {
         const ssize_t got = read(fd, piece, sizeof(piece));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return false;
@@ -98,12 +97,7 @@ KeptFile Load(const std::string& path, int fd, const struct stat& info, const Ke
 {
     KeptFile file{path, info, IsSettled(info), nullptr};
     std::string bytes;
-    RegistryContents contents;
-    if (ReadAll(fd, bytes)) {
-        contents = ParseRegistryFile(bytes);
-    } else {
-        contents.fault = RegistryFault{1, "the file cannot be read, or is larger than 16 MB"};
-    }
+    RegistryContents contents = ReadAll(fd, bytes) ? ParseRegistryFile(bytes) : UnreadableRegistryFile();
     // Once a content: a file that is read again because it is young is not reported again.
     if (contents.fault && !(before && SameContents(before->info, info))) ReportRegistryFault(path, *contents.fault);
     file.keys = std::make_shared<const RegistryKeys>(std::move(contents.keys));

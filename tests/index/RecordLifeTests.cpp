@@ -131,10 +131,10 @@ TEST_F(RecordLife, TheLargestNewMailCounterIsTakenAndAllGo)
     for (const char* const name : {"_3.NEW", "_12.NEW", "_007.new", "_5.old.NEW", "_x.NEW", "_-4.NEW", "_0.NEW", "_.NEW"})
         WriteFileBytes(box / name, "");
     WriteFileBytes(box / "9.NEW", "");
-    WriteFileBytes(box / "_13.NEWS", "");
+    WriteFileBytes(box / "_13.OLD", "");
     fs::create_directory(box / "_99.NEW");
     EXPECT_EQ(TakeNewMailCounter(box.string().c_str()), 12u);
-    EXPECT_EQ(FileNames(box), (std::vector<std::string>{"9.NEW", "INBOX", "_13.NEWS", "_99.NEW"}));
+    EXPECT_EQ(FileNames(box), (std::vector<std::string>{"9.NEW", "INBOX", "_13.OLD", "_99.NEW"}));
 }
 
 TEST_F(RecordLife, AMailboxWithoutCountersHasNoNewMail)

@@ -88,16 +88,6 @@ TEST_F(MailScan, TheFolderIdIsTheLowHalfOfItsCreationTime)
     EXPECT_EQ(GetFolderUniqueId(std::string(5000, 'x')), 0u);
 }
 
-TEST_F(MailScan, TheFolderIdOfALongPathIsThatOfItsFirst1023Bytes)
-{
-    std::string path = Path();
-    if (path.size() % 2 == 0) path += '/';
-    while (path.size() < 1023) path += "/.";
-    path += std::string(40, 'x');  // names nothing
-    EXPECT_EQ(GetFolderUniqueId(path), GetFolderUniqueId(Path()));
-    EXPECT_NE(GetFolderUniqueId(path), 0u);
-}
-
 TEST_F(MailScan, TheDirectorySizeIsDecimalText)
 {
     EXPECT_EQ(WriteDirectorySize(Path(), 123), 0u);
@@ -229,6 +219,51 @@ TEST_F(MailScan, AKnownMessageThatFailsWhileItIsReadKeepsItsColumnsUntilItCanBe)
     Scan();
     EXPECT_EQ(Column("a.MAI", "SUBJECT"), "newer");
     EXPECT_EQ(Column("a.MAI", "SIZE"), "18");
+}
+
+TEST_F(MailScan, WhatCannotBeReadNowMarksTheFolder)
+{
+    Deliver("a.MAI", "Subject: old\r\n\r\n");
+    Scan();
+    Deliver("a.MAI", "Subject: newer\r\n\r\n");
+    Deliver("b.MAI");
+    for (const char* name : {"a.MAI", "b.MAI"}) {
+        std::filesystem::remove(folder_ / "_CHANGE.DTY");
+        const HookedSeam seam(FailOn(platform::FileOperation::Open, name, 32));
+        EXPECT_EQ(Scan(), 1u);
+        EXPECT_TRUE(Has("_CHANGE.DTY")) << name;
+        EXPECT_FALSE(RebuildFromMessages(table_, Path())) << name;
+        std::filesystem::remove(folder_ / "_index.xml");
+    }
+    std::filesystem::remove(folder_ / "_CHANGE.DTY");
+    const HookedSeam gone(FailOn(platform::FileOperation::Open, "b.MAI", 2));
+    Scan();
+    EXPECT_FALSE(Has("_CHANGE.DTY"));
+}
+
+TEST_F(MailScan, AnElementThatIsDamagedIsReadFromItsMessageAgain)
+{
+    const std::string header = "<BASEELEMENT LASTUID=\"x00000004\">";
+    const auto element = [](const std::string& id, int uid, const std::string& values) {
+        return "<ELEMENT ID=\"" + id + "\" UID=\"" + std::to_string(uid) + "\">" + values + "</ELEMENT>";
+    };
+    for (const char* name : {"a.MAI", "b.MAI", "c.MAI"}) Deliver(name, std::string("From: x@y\r\nSubject: ") + name + "\r\n\r\n");
+    WriteFileBytes(folder_ / "_index.xml", header + element("a.MAI", 1, "<FLAGSTATUS>\\SEEN</FLAGSTATUS><FROM>old</FROM><READ>1</READ>") +
+                                               element("b.MAI", 2, "<FLAGSTATUS>\\FLAGGED</FLAGSTATUS><FR</FROM><TO>not its own</TO>") +
+                                               element("c", 3, "<SUBJECT>of an ID that was cut</SUBJECT>"));
+    EXPECT_EQ(Scan(), 1u);
+    EXPECT_EQ(Ids().size(), 3u);
+    EXPECT_EQ(Column("c", "UID"), "(no item)");
+    EXPECT_EQ(Column("c.MAI", "FLAGSTATUS"), "\\RECENT");
+    // The element itself is sound: its flags are the item's.
+    EXPECT_EQ(Column("a.MAI", "UID"), "1");
+    EXPECT_EQ(Column("a.MAI", "FLAGSTATUS"), "\\SEEN");
+    EXPECT_EQ(Column("a.MAI", "READ"), "1");
+    EXPECT_EQ(Column("a.MAI", "FROM"), "x@y");
+    EXPECT_EQ(Column("b.MAI", "UID"), "2");
+    EXPECT_EQ(Column("b.MAI", "FLAGSTATUS"), "\\RECENT");
+    EXPECT_EQ(Column("b.MAI", "TO"), "");
+    EXPECT_EQ(Column("b.MAI", "SUBJECT"), "b.MAI");
 }
 
 TEST_F(MailScan, AFolderWhoseUidsAreUsedUpTakesNoMore)

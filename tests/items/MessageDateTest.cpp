@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/support/TimeZone.h"
+#include "tests/support/Wine.h"
 
 namespace velmora {
 namespace {
@@ -138,10 +139,16 @@ protected:
     void TearDown() override { UseZone(nullptr); }
 };
 
-TEST_F(MessageDate, TheMomentMayNotLieBehindTheYear3000)
+TEST_F(MessageDate, TheYear3000IsTheLast)
 {
     UseZone("UTC0");
     EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 +0000"), "3000-12-31T23:59:59");
+}
+
+TEST_F(MessageDate, TheMomentMayNotLieBehindTheYear3000)
+{
+    if (test::RunsUnderWine()) GTEST_SKIP() << "Wine's calendar goes on behind the year 3000";
+    UseZone("UTC0");
     EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 -0100"), "untouched");
 }
 

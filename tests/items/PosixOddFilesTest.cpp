@@ -1,4 +1,5 @@
-// What can stand in a mail folder here and nowhere on Windows: links, devices, pipes, and names that are none there.
+// What can stand in a mail folder here and nowhere on Windows: links, devices, pipes, long paths, and names that are none
+// there.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -29,6 +30,17 @@ TEST_F(MailScan, LinksDevicesPipesAndStrangeNamesAreLeftOut)
         EXPECT_EQ(Ids(), Names{"a.MAI"});
         EXPECT_EQ(table_.LastUID, 1u);
     }
+}
+
+// Longer than any path that Windows takes.
+TEST_F(MailScan, TheFolderIdOfALongPathIsThatOfItsFirst1023Bytes)
+{
+    std::string path = Path();
+    if (path.size() % 2 == 0) path += '/';
+    while (path.size() < 1023) path += "/.";
+    path += std::string(40, 'x');  // names nothing
+    EXPECT_EQ(GetFolderUniqueId(path), GetFolderUniqueId(Path()));
+    EXPECT_NE(GetFolderUniqueId(path), 0u);
 }
 
 TEST_F(BrandedScan, DevicesAndPipesAreNeitherIndexedNorCopied)

@@ -32,6 +32,35 @@ TEST_F(FlagFiles, SettingTheFlagTwiceReplacesItsContent)
     EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
 }
 
+TEST_F(FlagFiles, ANotedFlagIsTakenAway)
+{
+    const std::string path = folder.string();
+    EXPECT_EQ(NoteDirtyMark(path.c_str()), 0u);
+    DropNotedMark(path.c_str(), 0);
+    MarkFolderDirty(path.c_str());
+    const uint64_t noted = NoteDirtyMark(path.c_str());
+    EXPECT_NE(noted, 0u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
+    DropNotedMark(path.c_str(), noted);
+    EXPECT_TRUE(FileNames(folder).empty());
+    DropNotedMark(path.c_str(), noted);
+    EXPECT_TRUE(FileNames(folder).empty());
+}
+
+TEST_F(FlagFiles, AFlagThatIsSetAfterTheNoteStays)
+{
+    const std::string path = folder.string();
+    for (int round = 0; round < 50; ++round) {
+        // As fast as it goes: both may be written in one tick of the clock.
+        MarkFolderDirty(path.c_str());
+        const uint64_t noted = NoteDirtyMark(path.c_str());
+        MarkFolderDirty(path.c_str());
+        DropNotedMark(path.c_str(), noted);
+        EXPECT_EQ(FileNames(folder), Names({"_CHANGE.DTY"}));
+        EXPECT_TRUE(StoreIndex_FolderNeedsScan(path.c_str()));
+    }
+}
+
 TEST_F(FlagFiles, MarkingADirectoryThatDoesNotExistAnswersOneAndCreatesNothing)
 {
     EXPECT_EQ(MarkFolderDirty((folder.string() + "\\gone").c_str()), 1u);

@@ -8,6 +8,7 @@
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "platform/FileSeam.h"
 #include "tests/index/TestTable.h"
+#include "tests/persistence/FileFaults.h"
 #include "tests/persistence/IndexBytes.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FakeClock.h"
@@ -195,6 +196,30 @@ TEST_F(Framework, NoFileAndADirtyCheckIsARebuildFromTheItemFiles)
     EXPECT_EQ(IdsById(table_), "1.MAI 2.MAI");
     EXPECT_TRUE(FileExists(folder_ / "_index.xml"));
     EXPECT_FALSE(FileExists(folder_ / "_change.dty"));
+}
+
+// A message that is delivered while another process loads the folder.
+TEST_F(Framework, AFlagThatIsSetDuringALoadStays)
+{
+    store_.Attach();
+    WriteFileBytes(folder_ / "1.MAI", "Subject: one\r\n\r\n");
+    WriteIndex(IndexFile(20, Element("1.MAI", 5)));
+    IndexLoadArguments arguments = Arguments();
+    arguments.CheckDirty = 1;
+    for (const bool flagged : {false, true}) {
+        if (flagged) WriteFileBytes(folder_ / "_CHANGE.DTY", "");
+        {
+            FileFaults during([&](platform::FileOperation operation, int nth, std::string_view, uint64_t) {
+                if (operation == platform::FileOperation::Read && nth == 1) WriteFileBytes(folder_ / "_CHANGE.DTY", "later");
+                return platform::FileVerdict();
+            });
+            EXPECT_TRUE(LoadIndex(table_, arguments, 3));
+        }
+        EXPECT_TRUE(FileExists(folder_ / "_CHANGE.DTY")) << "flagged before: " << flagged;
+        EXPECT_TRUE(LoadIndex(table_, arguments, 3));
+        EXPECT_FALSE(FileExists(folder_ / "_CHANGE.DTY"));
+    }
+    EXPECT_FALSE(FileExists(folder_ / "_CHANGE.TKN"));
 }
 
 TEST_F(Framework, ALoadRecordsItsArgumentsAndPlacesItsOwner)

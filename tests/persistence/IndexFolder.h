@@ -19,6 +19,7 @@ public:
     std::string Folder() const { return directory_.Str(); }
     std::filesystem::path File(uint32_t kind = 0) const { return directory_ / (kind == 54 ? "_groups.xml" : "_index.xml"); }
     std::string Bytes() const { return ReadFileBytes(File()); }
+    bool IsMarked() const { return FileExists(directory_ / "_CHANGE.DTY"); }
     void Write(std::string_view bytes) const { WriteFileBytes(File(), bytes); }
 
     // Loads into `table` and gives the level reached, which the table keeps.

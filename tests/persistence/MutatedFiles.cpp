@@ -10,8 +10,22 @@ namespace velmora::test {
 namespace {
 
 const char* const kNames[] = {"SUBJECT", "TO", "READ", "UID", "ID", "SEQ", "IDX", "FLAGS", "X", "READ ", "/X", "", "ELEMENT", "Y=\"-\""};
-const char* const kValues[] = {"",          "1",    "text", "a &lt; b", "&amp;lt;", "&#xe9;&#1;", "&#",
-                               "&#38;#60;", "\r\n", " ",    "--",       "-7 x",     "\"",         "4294967295"};
+const char* const kValues[] = {"",
+                               "1",
+                               "text",
+                               "a &lt; b",
+                               "&amp;lt;",
+                               "&#xe9;&#1;",
+                               "&#",
+                               "&#38;#60;",
+                               "\r\n",
+                               " ",
+                               "--",
+                               "-7 x",
+                               "\"",
+                               "4294967295",
+                               "99999999999999999999999",
+                               "&#99999999999;"};
 const char* const kPieces[] = {"<",
                                ">",
                                "/",
@@ -49,7 +63,22 @@ const char* const kPieces[] = {"<",
                                "\"\"",
                                "'",
                                "BASE",
-                               "<ELEMENT ID=\"---\" UID=\"-\"></ELEMENT>"};
+                               "<ELEMENT ID=\"---\" UID=\"-\"></ELEMENT>",
+                               "<ELEMENT ID=\"z\" UID=\"150\"/>",
+                               "<ELEMENT/>",
+                               "<BASEELEMENT/>",
+                               "<TO></TO>",
+                               "&amp;",
+                               "&#x26;",
+                               "&#38;#60;",
+                               "&#0;",
+                               "&#xffffffff1;",
+                               "\r\n",
+                               "\r",
+                               "4294967296",
+                               "99999999999999999999999",
+                               "xffffffff",
+                               "-2147483649"};
 
 template <size_t N>
 std::string OneOf(const char* const (&texts)[N], Dice& dice)
@@ -109,6 +138,41 @@ std::string RandomHeader(Dice& dice)
     return OneOf(headers, dice);
 }
 
+// A copy of a block put elsewhere, or two blocks that lie one behind the other in each other's place.
+void MoveBlocks(std::string& bytes, Dice& dice)
+{
+    // Ends of elements are where blocks begin more often than not.
+    const auto cut = [&] {
+        const size_t at = dice.Below(bytes.size() + 1);
+        const size_t end = dice.OneIn(4) ? std::string::npos : bytes.find("</ELEMENT>", at);
+        return end == std::string::npos ? at : end + 10;
+    };
+    size_t cuts[] = {cut(), cut(), cut()};
+    std::sort(std::begin(cuts), std::end(cuts));
+    if (dice.OneIn(2))
+        bytes.insert(dice.OneIn(2) ? cuts[2] : 0, bytes.substr(cuts[0], cuts[1] - cuts[0]));
+    else
+        std::rotate(bytes.begin() + static_cast<std::ptrdiff_t>(cuts[0]), bytes.begin() + static_cast<std::ptrdiff_t>(cuts[1]),
+                    bytes.begin() + static_cast<std::ptrdiff_t>(cuts[2]));
+}
+
+// Every line end becomes another, as it does on the way through a text editor; or a line end stands behind every tag.
+void ChangeLineEnds(std::string& bytes, Dice& dice)
+{
+    const std::string_view from = dice.OneIn(3) ? ">" : dice.OneIn(2) ? "\r\n" : "\n";
+    const std::string_view by = from == ">" ? ">\n" : from == "\n" ? "\r\n" : "\n";
+    for (size_t at = bytes.find(from); at != std::string::npos; at = bytes.find(from, at + by.size())) bytes.replace(at, from.size(), by);
+}
+
+void Nest(std::string& bytes, size_t at, Dice& dice)
+{
+    const char* const tags[] = {"<X>", "</X>", "<ELEMENT ID=\"n\" UID=\"199\">", "</ELEMENT>", "<BASEELEMENT LASTUID=\"x00000001\">", "<"};
+    const std::string tag = OneOf(tags, dice);
+    std::string tower;
+    for (uint32_t depth = 1 + dice.Below(dice.OneIn(4) ? 3000 : 20); depth > 0; --depth) tower += tag;
+    bytes.insert(at, tower);
+}
+
 }  // namespace
 
 std::string RandomFile(Dice& dice)
@@ -128,7 +192,7 @@ void Damage(std::string& bytes, Dice& dice)
     for (uint32_t changes = 1 + dice.Below(4); changes > 0; --changes) {
         const size_t at = dice.Below(bytes.size() + 1);
         const size_t length = std::min<size_t>(bytes.size() - at, dice.Below(dice.OneIn(4) ? bytes.size() + 1 : 12));
-        switch (dice.Below(9)) {
+        switch (dice.Below(13)) {
             case 0:
                 if (at < bytes.size()) bytes[at] = dice.OneIn(4) ? dice.Byte() : "<>/\"= -&#;x0"[dice.Below(12)];
                 break;
@@ -148,6 +212,18 @@ void Damage(std::string& bytes, Dice& dice)
                 break;
             case 7:
                 bytes.resize(at);
+                break;
+            case 8:
+                if (at < bytes.size()) bytes[at] = static_cast<char>(bytes[at] ^ (1 << dice.Below(8)));
+                break;
+            case 9:
+                MoveBlocks(bytes, dice);
+                break;
+            case 10:
+                ChangeLineEnds(bytes, dice);
+                break;
+            case 11:
+                Nest(bytes, at, dice);
                 break;
             default:
                 bytes.replace(at, length, OneOf(kPieces, dice));

@@ -15,7 +15,8 @@ inline constexpr char kIdLetters[] = "abcdefgh";
 // tags about as long as the reader's buffers.
 std::string RandomFile(Dice& dice);
 
-// One to a few changes: bytes, pieces of tags, long runs, cuts, copies.
+// One to a few changes: bytes and bits, pieces of tags, long runs, cuts, blocks copied and swapped, other line ends, towers of
+// tags.
 void Damage(std::string& bytes, Dice& dice);
 
 }  // namespace velmora::test

@@ -154,6 +154,7 @@ private:
     {
         if (ok_) fault_ = message;
         ok_ = false;
+        faultInElement_ = true;
     }
 
     bool Round()
@@ -240,6 +241,7 @@ private:
     void ElementStart()
     {
         elementOpen_ = true;
+        faultInElement_ = false;
         currentItem_.reset();
         bool idSeen = false;
         size_t at = 0;
@@ -299,10 +301,14 @@ private:
         Store(*currentItem_, "IDX", std::to_string(nextIdx_));
         MakeReadPresent(*currentItem_);
         if (Insert(index_, currentItem_)) {
+            // An element with a fault in it has no place.
+            if (faultInElement_) currentItem_->fileOffset = currentItem_->fileLength = 0;
             if (newFormat_)
                 Append(currentItem_);
             else
                 index_.sequence.push_back(currentItem_);  // not in its place yet; the sequence owns it all the same
+        } else {
+            ++index_.refused;
         }
         ++nextIdx_;
         currentItem_.reset();
@@ -367,6 +373,7 @@ private:
     bool rootStartSeen_ = false;
     bool rootEndSeen_ = false;
     bool elementOpen_ = false;
+    bool faultInElement_ = false;  // since the last start tag of an element
     bool filterActive_;
     bool closing_ = false;
     std::string currentProperty_;

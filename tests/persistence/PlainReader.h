@@ -26,6 +26,7 @@ struct PlainIndex {
     std::map<std::string, std::shared_ptr<PlainItem>> byId;
     std::vector<std::shared_ptr<PlainItem>> sequence;
     uint32_t lastUid = 0;
+    uint32_t refused = 0;  // elements that did not become items, for an ID or UID that another has
     bool rewriteRequired = false;
     std::string loadSelection;
 };

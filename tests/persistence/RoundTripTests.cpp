@@ -1,155 +1,46 @@
 // What was written comes back, by whatever sequence of saves it got there.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
-#include <vector>
 
-#include "tests/index/Dice.h"
+#include "tests/persistence/ChangeSequence.h"
 #include "tests/persistence/IndexFolder.h"
-#include "tests/support/Captured.h"
+#include "tests/persistence/WrittenItems.h"
+#include "tests/support/TestStore.h"
 
 namespace velmora::test {
 namespace {
 
-using Properties = std::map<std::string, std::string>;
-// The folder as it should be: by UID, what each item holds.
-using Model = std::map<uint32_t, Properties>;
-
-const char* const kColumns[] = {"SUBJECT", "TO", "FLAGS", "SIZE", "READ", "X-Column", "a lower-case column"};
-
-std::string RandomText(Dice& dice)
+// fuzz/WrittenItemsFuzz and fuzz/ChangeSequenceFuzz drive the same properties with bytes that find new ways.
+TEST(RoundTrip, AnyItemsComeBackEqual)
 {
-    std::string text;
-    const uint32_t size = dice.OneIn(20) ? dice.Below(3000) : dice.Below(40);
-    while (text.size() < size) text += dice.OneIn(3) ? dice.Byte() : "ab<>&;#x\r\n\t \""[dice.Below(13)];
-    return text;
-}
-
-std::string RandomValue(const std::string& column, Dice& dice)
-{
-    return column == "READ" ? std::to_string(dice.Below(2)) : RandomText(dice);
-}
-
-Model ModelOf(SORTEDSTOREINDEXTYPE& table)
-{
-    Model model;
-    ContentOf(table).ByUID.ForEach([&](uint32_t uid, IndexItemPropertyContainer* item) {
-        Properties& properties = model[uid];
-        item->CopyTo(properties);
-        properties.erase("SEQ");
-        properties.erase("IDX");
-    });
-    return model;
-}
-
-void ExpectFolderHolds(const IndexFolder& folder, const Model& model, uint64_t seed)
-{
-    TestTable fresh;
-    ASSERT_EQ(folder.Load(fresh), 3) << "seed " << seed;
-    ASSERT_EQ(ModelOf(fresh), model) << "seed " << seed;
-    // Places in the file are places of elements, and SEQ is dense.
-    const std::string bytes = folder.Bytes();
-    uint32_t seq = 0;
-    for (const IndexItemPropertyContainer* item : ContentOf(fresh).Sequence) {
-        ASSERT_EQ(bytes.substr(item->FileOffset, 8), "<ELEMENT") << "seed " << seed;
-        ASSERT_EQ(bytes.substr(item->FileOffset + item->FileLength - 10, 10), "</ELEMENT>") << "seed " << seed;
-        ASSERT_EQ(TextOf(*item, kSeq), std::to_string(++seq)) << "seed " << seed;
+    const IndexFolder folder;
+    for (uint64_t seed = 1; seed <= 120; ++seed) {
+        SeededChoices choices(seed);
+        ASSERT_EQ(WriteAnyItems(folder, choices), "") << "seed " << seed;
     }
-    ASSERT_TRUE(bytes.ends_with(kRootEnd)) << "seed " << seed;
-}
-
-TEST(RoundTrip, RandomItemsComeBackEqual)
-{
-    for (uint64_t seed = 1; seed <= 150; ++seed) {
-        Dice dice(seed);
-        IndexFolder folder;
-        TestTable table;
-        for (uint32_t count = dice.Below(30); count > 0; --count) {
-            auto* item = Add(table, "id " + std::to_string(count) + ".MAI", dice.OneIn(3) ? 1 + dice.Below(100) : 0);
-            if (!item) continue;
-            for (uint32_t columns = dice.Below(5); columns > 0; --columns) {
-                const std::string column = kColumns[dice.Below(std::size(kColumns))];
-                item->SetText(column, RandomValue(column, dice));
-            }
-        }
-        ASSERT_EQ(folder.Save(table), 1u);
-        ExpectFolderHolds(folder, ModelOf(table), seed);
-    }
-}
-
-// Changes `table` and `model` alike, a few times.
-void ChangeSomething(SORTEDSTOREINDEXTYPE& table, Model& model, Dice& dice, uint32_t& nextName)
-{
-    for (uint32_t changes = 1 + dice.Below(4); changes > 0; --changes) {
-        std::vector<IndexItemPropertyContainer*> items;
-        ContentOf(table).ByUID.ForEach([&](uint32_t, IndexItemPropertyContainer* item) { items.push_back(item); });
-        const uint32_t kind = dice.Below(10);
-        if (kind < 2 || items.empty()) {
-            auto* item = Add(table, "n" + std::to_string(++nextName) + ".MAI");
-            ASSERT_NE(item, nullptr);
-            SetItemKeyProperty(*item, "SUBJECT", RandomText(dice));
-            Properties& properties = model[item->Uid()];
-            item->CopyTo(properties);
-            properties.erase("SEQ");
-        } else if (kind < 4) {
-            auto* item = dice.Pick(items);
-            model.erase(item->Uid());
-            // Kept: taking out the first dirty item forgets the mark, so a change behind it to an item that is in the file
-            // waits for another one. New items are written all the same.
-            const bool forgets = table.FirstDirtyUID == static_cast<int32_t>(item->Uid());
-            const std::string id(item->Id());
-            ASSERT_EQ(RemoveItems(table, id.c_str()), 1u);
-            auto* const first = table.Content->ByUID.FirstFrom(0);
-            if (forgets && first && first->FileOffset != 0) MarkItemChanged(*first);
-        } else {
-            auto* item = dice.Pick(items);
-            const std::string column = kColumns[dice.Below(std::size(kColumns))];
-            const std::string value = RandomValue(column, dice);
-            ASSERT_TRUE(SetItemKeyProperty(*item, column.c_str(), value));
-            model[item->Uid()][column] = value;
-        }
-    }
-}
-
-std::string RandomSelection(const Model& model, Dice& dice)
-{
-    std::string selection;
-    for (const auto& [uid, properties] : model)
-        if (dice.OneIn(3)) selection += properties.at("ID") + ",";
-    return selection;
 }
 
 TEST(RoundTrip, AnySequenceOfSavesInPlaceGivesWhatOneFullRewriteGives)
 {
-    for (uint64_t seed = 1000; seed < 1030; ++seed) {
-        Dice dice(seed);
-        IndexFolder folder;
-        Model model;
-        uint32_t nextName = 0;
-        {
-            TestTable empty;
-            ASSERT_EQ(folder.Save(empty), 1u);
-        }
-        for (int round = 0; round < 25; ++round) {
-            TestTable table;
-            // A selection may be empty, which loads everything.
-            const std::string selection = dice.OneIn(2) ? RandomSelection(model, dice) : "";
-            const int32_t level = selection.empty() && dice.OneIn(4) ? 1 : 3;
-            ASSERT_GE(folder.Load(table, level, selection), level) << "seed " << seed << " round " << round;
-            ChangeSomething(table, model, dice, nextName);
-            if (HasFatalFailure()) return;
-            ASSERT_EQ(folder.Save(table), 1u) << "seed " << seed << " round " << round;
-            ExpectFolderHolds(folder, model, seed);
-            if (HasFatalFailure()) return;
-        }
-        // The same listing, written in full elsewhere.
-        TestTable last;
-        ASSERT_EQ(folder.Load(last), 3);
-        last.RewriteRequired = 1;
-        ASSERT_EQ(folder.Save(last), 1u);
-        ExpectFolderHolds(folder, model, seed);
-        if (HasFatalFailure()) return;
+    const IndexFolder folder;
+    const IndexFolder elsewhere;
+    for (uint64_t seed = 1000; seed < 1050; ++seed) {
+        SeededChoices choices(seed);
+        ASSERT_EQ(ChangeFolder(folder, elsewhere, choices, 60), "") << "seed " << seed;
+    }
+}
+
+// Loads of a part turn into full ones as soon as a few items have been removed, and the file is rewritten now and then.
+TEST(RoundTrip, AnySequenceOfSavesWithALowThresholdForTombstonesGivesTheSame)
+{
+    const IndexFolder folder;
+    const IndexFolder elsewhere;
+    TestStore store;
+    store.SetNumber("Index Garbage Collection Threshold", 3);
+    for (uint64_t seed = 2000; seed < 2030; ++seed) {
+        SeededChoices choices(seed);
+        ASSERT_EQ(ChangeFolder(folder, elsewhere, choices, 60), "") << "seed " << seed;
     }
 }
 

@@ -396,8 +396,8 @@ TEST_F(WriterTrust, AFileWrittenByAnotherDuringTheWaitAbortsTheSaveOfAPart)
     const std::string others = kHead + kA + kB + kTail;
     clock.onSleep = [&](size_t round) {
         if (round != 2) return;
-        folder_.Write(others);
         held.Release();
+        folder_.Write(others);
     };
     EXPECT_EQ(folder_.Save(table), 0u);
     EXPECT_EQ(clock.Sleeps().size(), 2u);
@@ -416,13 +416,60 @@ TEST_F(WriterTrust, AFileWrittenByAnotherDuringTheWaitIsRewrittenFromAFullTable)
     ASSERT_NE(held.handle, INVALID_HANDLE_VALUE);
     clock.onSleep = [&](size_t round) {
         if (round != 2) return;
-        folder_.Write(kHead + kA + kTail);
         held.Release();
+        folder_.Write(kHead + kA + kTail);
     };
     SaveGives(table, kHead + kA + WithSubject("b", 20, "x") + kC + kTail);
     EXPECT_EQ(clock.Sleeps().size(), 2u);
     EXPECT_TRUE(log_.HasTrace("Index file has changed: " + folder_.Folder() +
                               ". Cached offset information is now inaccurate. Index will be rewritten in full.\n"));
+}
+
+// What another one added since the load is not in memory, so a rewrite leaves it out.
+TEST_F(WriterTrust, ARewriteOverAnotherOnesItemsGivesNoUidAgainAndMarksTheFolder)
+{
+    LoadedTable ours(folder_), theirs(folder_);
+    ASSERT_NE(Add(theirs, "d"), nullptr);
+    ASSERT_EQ(folder_.Save(theirs), 1u);
+    ASSERT_FALSE(folder_.IsMarked());
+    SetItemKeyProperty(ours["b"], "SUBJECT", "ours");
+    SaveGives(ours, "<BASEELEMENT LASTUID=\"x00000016\">" + kA + WithSubject("b", 20, "ours") + kC + kTail);
+    EXPECT_TRUE(folder_.IsMarked());
+    ASSERT_NE(Add(ours, "e"), nullptr);
+    EXPECT_EQ(ours["e"].Uid(), 23u);
+}
+
+TEST_F(WriterTrust, ARewriteWithANewItemOverAnotherOnesNewItemMarksTheFolder)
+{
+    LoadedTable ours(folder_), theirs(folder_);
+    ASSERT_NE(Add(theirs, "d"), nullptr);
+    ASSERT_EQ(folder_.Save(theirs), 1u);
+    ASSERT_NE(Add(ours, "e"), nullptr);
+    ASSERT_NE(Add(ours, "f"), nullptr);
+    EXPECT_EQ(folder_.Save(ours), 1u);
+    FolderLists("a b c e f");
+    EXPECT_TRUE(folder_.IsMarked());
+}
+
+TEST_F(WriterTrust, ARewriteOverAnotherOnesChangesAloneMarksNothing)
+{
+    LoadedTable ours(folder_), theirs(folder_);
+    SetItemKeyProperty(theirs["a"], "SUBJECT", "theirs");
+    ASSERT_EQ(folder_.Save(theirs), 1u);
+    SetItemKeyProperty(ours["b"], "SUBJECT", "ours");
+    SaveGives(ours, kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
+    EXPECT_FALSE(folder_.IsMarked());
+}
+
+TEST_F(WriterTrust, ASecondSaveOfItsOwnNewItemMarksNothing)
+{
+    LoadedTable table(folder_);
+    ASSERT_NE(Add(table, "d"), nullptr);
+    ASSERT_EQ(folder_.Save(table), 1u);
+    SetItemKeyProperty(table["a"], "SUBJECT", "again");
+    ASSERT_EQ(folder_.Save(table), 1u);
+    FolderLists("a b c d");
+    EXPECT_FALSE(folder_.IsMarked());
 }
 
 TEST_F(WriterTrust, TwoSavesInOneTickOfTheClockDifferInTheirLastWriteTime)

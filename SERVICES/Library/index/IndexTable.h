@@ -27,6 +27,7 @@ struct IndexTableContent {
     std::vector<IndexItemPropertyContainer*> RemovedItems;
     TextArena Texts;           // texts of loaded items; emptied with the table
     bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
+    bool DamagedFile = false;  // a reader found faults; an item in whose element there was one has the offset 0
 };
 
 // The content of a table, made at its first use.

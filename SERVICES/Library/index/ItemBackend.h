@@ -66,8 +66,9 @@ struct ItemBackend {
     IndexGet indexGet = IndexGet::Open;
 
     // Makes a table agree with the folder's own files, from what it holds already or from nothing. The caller holds the
-    // block file. Null for a kind that cannot be rebuilt.
-    void (*rebuild)(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* folderPath) = nullptr;
+    // block file. False when a part could not be read at this moment, so that the folder has to be looked at again. Null for
+    // a kind that cannot be rebuilt.
+    bool (*rebuild)(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* folderPath) = nullptr;
 };
 
 const ItemBackend& BackendFor(uint32_t indexKind);

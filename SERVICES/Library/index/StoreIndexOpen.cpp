@@ -71,8 +71,14 @@ bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount)
 {
     if (!BackendFor(index.IndexKind).scannedByOpen) return false;
     if (!StoreIndex_FolderNeedsScan(index.Path) && newCount == 0) return false;
-    ScanStoreIndex(&index, kScanCallerHolds);
-    SaveIndex(index.Table, index.Path, index.IndexKind);
+    try {
+        ScanStoreIndex(&index, kScanCallerHolds);
+        SaveIndex(index.Table, index.Path, index.IndexKind);
+    } catch (...) {
+        // The flag that asked for the scan is gone.
+        MarkFolderDirty(index.Path);
+        throw;
+    }
     StoreLog(kLogProgress, std::string("StoreIndex_Open::Performing StoreIndex_Scan(VL_STOREINDEX_CHECKDIRTY) on folder ") + index.Path);
     return true;
 }
@@ -81,10 +87,8 @@ bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount)
 bool CheckFolder(STOREINDEXTYPE& index)
 {
     const uint32_t newCount = NewMailOf(index);
-    const std::string blockPath = BlockFilePath(index.Path, index.IndexKind);
-    void* handle = nullptr;
-    if (WaitForIndexBlock(blockPath, handle) == BlockWait::NotHeld) return false;
-    HeldBlock block(blockPath, handle);
+    HeldBlock block(BlockFilePath(index.Path, index.IndexKind));
+    if (!block.Wait()) return false;
 
     const xMutexLock lock(index.Mutex);
     const bool scanned = ScanIfDirty(index, newCount);

@@ -24,11 +24,13 @@ uint64_t SaveRecord(STOREINDEXTYPE& index);
 // A block file that is held by its handle and let go at the end of the scope at the latest.
 class HeldBlock {
 public:
-    HeldBlock(std::string path, void* handle) : path_(std::move(path)), handle_(handle) {}
+    explicit HeldBlock(std::string path) : path_(std::move(path)) {}
     ~HeldBlock() { Release(); }
     HeldBlock(const HeldBlock&) = delete;
     HeldBlock& operator=(const HeldBlock&) = delete;
 
+    // The wait of an open; false when the block was not to be had.
+    [[nodiscard]] bool Wait() { return WaitForIndexBlock(path_, handle_) == BlockWait::Held; }
     // Once; later calls do nothing and answer Gone.
     BlockDelete Release()
     {
@@ -40,7 +42,7 @@ public:
 
 private:
     std::string path_;
-    void* handle_;
+    void* handle_ = nullptr;
 };
 
 }  // namespace velmora

@@ -88,23 +88,27 @@ void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
 // Lets a transaction's block go at the end of the scope, whatever happened in it.
 class TransactionBlock {
 public:
-    TransactionBlock(std::string path, uint32_t keepHandle, void*& handle)
-        : path_(std::move(path)), keepHandle_(keepHandle), handle_(handle)
+    TransactionBlock(const STOREINDEXTYPE& index, uint32_t keepHandle, void*& handle)
+        : path_(BlockPathOf(index.Path, index.IndexKind)), keepHandle_(keepHandle), handle_(handle)
     {
     }
     ~TransactionBlock()
     {
-        if (!kept_) ::UnBlockIndexFileAccessEx(path_.c_str(), keepHandle_, &handle_);
+        if (held_) ::UnBlockIndexFileAccessEx(path_.text, keepHandle_, &handle_);
     }
     TransactionBlock(const TransactionBlock&) = delete;
     TransactionBlock& operator=(const TransactionBlock&) = delete;
-    void KeepHeld() { kept_ = true; }
+    // One attempt.
+    [[nodiscard]] bool Take() { return held_ = ::WaitForAccessToIndexFileEx(path_.text, 1, &handle_) != 0; }
+    // It is held already, by the begin of the transaction.
+    void TakeOver() { held_ = true; }
+    void KeepHeld() { held_ = false; }
 
 private:
-    std::string path_;
+    BlockPath path_;
     uint32_t keepHandle_;
     void*& handle_;
-    bool kept_ = false;
+    bool held_ = false;
 };
 
 }  // namespace
@@ -116,9 +120,8 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
     // Kept: in every notification mode, where an open announces only in mode 4. Clients learn of deliveries by this alone.
     if (mailbox) NotifyClients(MailboxDirectory(index.Postoffice, mailbox).c_str(), index.Folder, "COMMIT", kTransactionNoticeFlags);
 
-    const std::string blockPath = BlockFilePath(index.Path, index.IndexKind);
-    if (!::WaitForAccessToIndexFileEx(blockPath.c_str(), 1, &handle)) return 0;
-    TransactionBlock block(blockPath, keepHandle, handle);
+    TransactionBlock block(index, keepHandle, handle);
+    if (!block.Take()) return 0;
     if (keepHandle == 0) {
         // The caller's word keeps the handle's value, which tells it that a block was had; nothing uses it any more.
         void* closing = handle;
@@ -136,7 +139,8 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
 uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[kDetailWords])
 {
     ::StoreIndex_SetPaths(&index);
-    const TransactionBlock block(BlockFilePath(index.Path, index.IndexKind), keepHandle, handle);
+    TransactionBlock block(index, keepHandle, handle);
+    block.TakeOver();
     if (commit) CommitTransaction(index, details);
     return 1;
 }

@@ -34,13 +34,14 @@ uint64_t NothingToSave(STOREINDEXTYPE*, STOREITEMTYPE&) { return 1; }
 bool NoItemFile(STOREITEMTYPE&, const char*) { return false; }
 
 // With no reader of the item files, the index is all that is known of them.
-void KeepTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE&, const char*) {}
+bool KeepTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE&, const char*) { return true; }
 
 // Kept: group items cannot be had back from their files, so a rebuilt index of them is empty.
-void EmptyTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char*)
+bool EmptyTable(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char*)
 {
     UnInit(table);
     table.LoadLevel = 3;
+    return true;
 }
 
 constexpr ItemBackend Absent()

@@ -52,7 +52,10 @@ bool DeleteItemFile(STOREITEMTYPE& handle, const char* itemId)
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-void Rebuild(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char* folderPath) { RebuildFromMessages(table, TextOrEmpty(folderPath)); }
+bool Rebuild(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char* folderPath)
+{
+    return RebuildFromMessages(table, TextOrEmpty(folderPath));
+}
 
 }  // namespace
 

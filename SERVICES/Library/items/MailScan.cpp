@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "common/FileManagement.h"
 #include "common/FileStream.h"
 #include "common/Text.h"
 #include "frame/Logging.h"
@@ -62,20 +63,12 @@ private:
     bool ours_ = false;
 };
 
-// Whether the folder has an index file. One that cannot be asked for counts as there.
-bool IndexIsThere(const std::string& path)
-{
-    if (GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES) return true;
-    const DWORD error = GetLastError();
-    return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
-}
-
 // Behind a load: whether a file is there that was not seen to its end, so that it may be a good one. A reader notes the last
 // write when it is through with the file; one that could not open the file took it for an empty one.
 bool IndexIsUnread(const SORTEDSTOREINDEXTYPE& table, const std::string& path, bool loaded)
 {
     if (table.IndexFileTime != 0 && (loaded || FileStream().OpenRead(path))) return false;
-    return IndexIsThere(path);
+    return FileManagement::MayExist(path);
 }
 
 // Starts from what the index file knows, or from nothing; loaded in full either way. False, with an empty table, when there
@@ -88,7 +81,7 @@ bool LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::
     // A table that holds chosen items only would take all the others for new ones.
     table.LoadSelection.clear();
     const std::string path = IndexFilePath(folderPath, indexKind);
-    if (IndexIsThere(path)) {
+    if (FileManagement::MayExist(path)) {
         IndexLoadArguments arguments;
         arguments.Owner = owner;
         arguments.FolderPath = folderPath;
@@ -125,6 +118,36 @@ void WriteFolderDetails(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     if (GetFolderDetails(table, details) != 0) WriteCachedDetails(folderPath + "\\" + kCachedDetailsFile, details);
 }
 
+struct SearchCloser {
+    void operator()(void* search) const { FindClose(search); }
+};
+
+// False when the headers cannot be had whole; `interrupted` tells that they may be another time.
+bool ReadMessage(const std::string& path, MessageHeader& header, const HeaderParseOptions& options, bool* interrupted)
+{
+    const MessageRead read = ReadMessageHeaders(path, header, options);
+    if (read == MessageRead::Interrupted && interrupted) *interrupted = true;
+    return read == MessageRead::Whole;
+}
+
+// Whether a message of that name stands in the folder; one that cannot be asked for does.
+bool HasFile(const std::string& folderPath, const IndexItemPropertyContainer& item)
+{
+    return FileManagement::MayExist(folderPath + "\\" + std::string(item.Id()));
+}
+
+// A damaged index has items that never were: IDs that were cut or run together.
+void DropWhatHasNoFile(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath)
+{
+    std::string ids;
+    for (const IndexItemPropertyContainer* const item : ContentOf(table).Sequence) {
+        if (HasFile(folderPath, *item)) continue;
+        if (!ids.empty()) ids += ',';
+        ids += item->Id();
+    }
+    RemoveItems(table, ids.c_str());
+}
+
 // A total at or above 2^31 counts as negative, and a negative one as 0.
 int32_t Kilobytes(uint32_t totalBytes)
 {
@@ -140,20 +163,30 @@ void MessageListing::Read(const std::string& folderPath, uint32_t rowLimit)
     entries_.clear();
     WIN32_FIND_DATAA found;
     const HANDLE search = FindFirstFileA((folderPath + "\\*.MAI").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return;
+    if (search == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        complete_ = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+        return;
+    }
+    const std::unique_ptr<void, SearchCloser> closer(search);
+    complete_ = true;
     uint32_t seen = 0;
     do {
         // Kept: entries that are left out count as well, and the cut comes before the sort, so that the order of the
         // directory decides which files of a folder beyond the limit are indexed.
-        if (++seen >= rowLimit) break;
+        if (++seen >= rowLimit) return Sort();
         const std::string_view name = found.cFileName;
         if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsItemName(name)) continue;
         entries_.push_back({static_cast<uint32_t>(names_.size()), static_cast<uint32_t>(name.size()), found.nFileSizeLow,
                             DosDateTime(found.ftLastWriteTime)});
         names_ += name;
     } while (FindNextFileA(search, &found));
-    FindClose(search);
+    complete_ = GetLastError() == ERROR_NO_MORE_FILES;
+    Sort();
+}
 
+void MessageListing::Sort()
+{
     const auto byName = [this](const Entry& a, const Entry& b) { return CompareNoCase(NameOf(a), NameOf(b)) < 0; };
     if (!std::is_sorted(entries_.begin(), entries_.end(), byName)) std::stable_sort(entries_.begin(), entries_.end(), byName);
 }
@@ -174,7 +207,7 @@ uint32_t GetFolderUniqueId(const std::string& folderPath)
 }
 
 uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                        uint32_t& nextUid)
+                        uint32_t& nextUid, bool* interrupted)
 {
     MessageHeader header;
     header.FolderUid = folderUid;
@@ -183,7 +216,7 @@ uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     path += file.name;
     HeaderParseOptions options;
     options.honourUid = UidBrandingIsOn();
-    if (nextUid == UINT32_MAX || !ParseMessageHeaders(path, header, options)) return 0;
+    if (nextUid == UINT32_MAX || !ReadMessage(path, header, options, interrupted)) return 0;
 
     const uint32_t uid = ++nextUid;
     // Kept: a UID in the file is never kept for an item new to the index. It only tells that the X-UID line is out of date;
@@ -201,15 +234,20 @@ uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     return 1;
 }
 
-uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid)
+uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
+                            bool* interrupted)
 {
     MessageHeader header;
     header.FolderUid = folderUid;
     HeaderParseOptions options;
-    options.clearTempFlags = true;
-    if (!ParseMessageHeaders(folderPath + "\\" + std::string(file.name), header, options)) return 0;
+    const bool damaged = item.Owner && ContentOf(*item.Owner).DamagedFile;
+    options.clearTempFlags = !damaged;
+    if (!ReadMessage(folderPath + "\\" + std::string(file.name), header, options, interrupted)) return 0;
     header.Size = static_cast<int32_t>(file.size);
-    MessageHeader_RefreshItemProperties(item, header);
+    if (damaged)
+        MessageHeader_RepairItemProperties(item, header);
+    else
+        MessageHeader_RefreshItemProperties(item, header);
     return 1;
 }
 
@@ -220,6 +258,9 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
     uint32_t nextUid = table.LastUID;
     uint32_t count = 0;
     ReconcileResult result;
+    result.unread = !files.IsComplete();
+    const bool damaged = ContentOf(table).DamagedFile;
+    if (damaged && files.IsComplete()) DropWhatHasNoFile(table, folderPath);
     for (size_t i = 0; i < files.Count(); ++i) {
         const ListedFile file = files[i];
         if (++count >= rowLimit) {
@@ -228,10 +269,10 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
         }
         result.totalBytes += file.size;
         if (IndexItemPropertyContainer* const known = FindLoadedItem(table, file.name)) {
-            if (FileDiffers(*known, file)) RefreshMessageItem(*known, folderPath, file, folderUid);
+            if (damaged || FileDiffers(*known, file)) RefreshMessageItem(*known, folderPath, file, folderUid, &result.unread);
         } else {
             // The flags of a file that is not in the index stand in the file alone.
-            if (AddMessageItem(table, folderPath, file, folderUid, nextUid) == 0) continue;
+            if (AddMessageItem(table, folderPath, file, folderUid, nextUid, &result.unread) == 0) continue;
             // Kept: the item keeps the size and time that the file had before, so the next scan reads a stripped file again.
             StripMessageBranding(folderPath, file.name, folderUid, nextUid);
         }
@@ -251,8 +292,10 @@ uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
 void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result)
 {
     WriteDirectorySize(folderPath, Kilobytes(result.totalBytes));
-    // The flag that asked for this scan is gone by now: without a new one, what the scan found would be forgotten.
-    if (result.overflow || SaveIndex(table, folderPath.c_str(), indexKind) == 0) MarkFolderDirty(folderPath.c_str());
+    // The flag that asked for this scan is gone by now: without a new one, what the scan found would be forgotten, and what it
+    // could not read would not be looked at again.
+    const bool saved = !result.overflow && SaveIndex(table, folderPath.c_str(), indexKind) != 0;
+    if (!saved || result.unread) MarkFolderDirty(folderPath.c_str());
     if (!result.overflow) WriteFolderDetails(table, folderPath);
 }
 
@@ -276,7 +319,7 @@ uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, 
     return 1;
 }
 
-void RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPath)
+bool RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPath)
 {
     const std::string folder(folderPath);
     const uint32_t rowLimit = SettingValue(Setting::MaximumIndexRows);
@@ -285,6 +328,7 @@ void RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPat
     const ReconcileResult result = ReconcileMessages(table, folder, files, rowLimit);
     WriteDirectorySize(folder, Kilobytes(result.totalBytes));
     WriteFolderDetails(table, folder);
+    return !result.unread;
 }
 
 }  // namespace velmora

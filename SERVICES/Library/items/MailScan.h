@@ -31,10 +31,12 @@ class MessageListing {
 public:
     // Lists folderPath\*.MAI. Stops when the number of entries seen, those left out included, reaches `rowLimit`; then
     // sorts by name without case. Left out are directories, names that begin with "_" or ".", names longer than
-    // kMaxItemNameLength, and names with a double quote or ">", which an index file cannot hold.
+    // kMaxItemNameLength, and names with a double quote or ">", which an index file cannot hold. A listing that fails holds
+    // what was seen and is not complete.
     void Read(const std::string& folderPath, uint32_t rowLimit);
 
     size_t Count() const { return entries_.size(); }
+    bool IsComplete() const { return complete_; }
     ListedFile operator[](size_t index) const;
 
 private:
@@ -44,10 +46,12 @@ private:
         uint32_t size;
         uint32_t lastWrite;
     };
+    void Sort();
     std::string_view NameOf(const Entry& entry) const { return {names_.data() + entry.nameOffset, entry.nameLength}; }
 
     std::string names_;
     std::vector<Entry> entries_;
+    bool complete_ = true;
 };
 
 // The low 32 bits of the directory's creation time; 0 when the directory cannot be found.
@@ -55,24 +59,28 @@ uint32_t GetFolderUniqueId(const std::string& folderPath);
 
 // Reads a new file and inserts an item with the next UID, which is counted up in `nextUid`. With branding on, a file that
 // bears a UID of this folder is branded with the new one. 0 with nothing added when the file cannot be read to the end of
-// its headers, no UID is left, or the table refuses the name (the UID is then used up), else 1.
+// its headers, no UID is left, or the table refuses the name (the UID is then used up), else 1. `interrupted` becomes true
+// when the file could not be read at this moment.
 uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                        uint32_t& nextUid);
+                        uint32_t& nextUid, bool* interrupted = nullptr);
 
-// Reads the file of a known item again and updates the columns that follow it. 0 with nothing changed when the file cannot
-// be opened or a read of it fails, else 1.
-uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid);
+// Reads the file of a known item again and updates the columns that follow it; all but its flags when the item comes from a
+// damaged index. 0 with nothing changed when the file cannot
+// be opened or a read of it fails, else 1. `interrupted` as above.
+uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
+                            bool* interrupted = nullptr);
 
 // The middle of the scan: brings a loaded table in step with a listing.
 struct ReconcileResult {
     uint32_t totalBytes = 0;  // of all files looked at, modulo 2^32
     bool overflow = false;    // `rowLimit` was reached and the rest was not looked at
+    bool unread = false;      // the folder could not be listed to its end, or a message not be read at this moment
 };
 ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const MessageListing& files,
                                   uint32_t rowLimit);
 
 // Its end: writes _DIRSIZE.TMP, saves the index and writes _FOLDER.DAT. After an overflow the index is not saved and the
-// folder is marked dirty; so it is when the index cannot be saved.
+// folder is marked dirty; so it is when the index cannot be saved, and when something could not be read.
 void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result);
 
 // Writes the number, in kilobytes, to folderPath\_DIRSIZE.TMP. 1 when the file cannot be opened, else 0.
@@ -87,8 +95,9 @@ uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, 
                             uint32_t verifyItemFiles);
 
 // The pass inside a rebuild: a table that is loaded already, from a file or from nothing, is brought in step with the
-// folder. Writes _DIRSIZE.TMP and _FOLDER.DAT; block file and saving are the caller's.
-void RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPath);
+// folder. Writes _DIRSIZE.TMP and _FOLDER.DAT; block file and saving are the caller's. False when something could not be
+// read at this moment, so that the table lacks it.
+bool RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPath);
 
 }  // namespace velmora
 

@@ -9,6 +9,7 @@ MessageFile::MessageFile(const std::string& path)
       handle_(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                           nullptr))
 {
+    if (!IsOpen()) openError_ = GetLastError();
     // A device behind a link may never come to an end.
     if (IsOpen() && GetFileType(handle_) != FILE_TYPE_DISK) Close();
 }

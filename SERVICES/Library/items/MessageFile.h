@@ -20,6 +20,8 @@ public:
     MessageFile& operator=(const MessageFile&) = delete;
 
     bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    // Why the system did not open it; 0 when it did.
+    uint32_t OpenError() const { return openError_; }
     void Close();
 
     // The last write in DOS form, from the handle, else from a search for the path; 0 when neither tells.
@@ -32,6 +34,7 @@ public:
 private:
     std::string path_;
     HANDLE handle_;
+    uint32_t openError_ = 0;
     bool failed_ = false;
 };
 

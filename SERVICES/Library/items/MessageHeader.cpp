@@ -71,13 +71,22 @@ void MessageHeader_Reset(MessageHeader& header)
     header.Importance = kDefaultImportance;
 }
 
-bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
+MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
 {
     MessageFile file(path);
-    if (!file.IsOpen()) return false;
+    if (!file.IsOpen()) {
+        const uint32_t error = file.OpenError();
+        const bool gone = error == 0 || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+        return gone ? MessageRead::NoMessage : MessageRead::Interrupted;
+    }
     header.ModifiedDate = file.DosLastWrite();
     ParseMessageHeaders(static_cast<ByteSource&>(file), header, options);
-    return !file.Failed();
+    return file.Failed() ? MessageRead::Interrupted : MessageRead::Whole;
+}
+
+bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
+{
+    return ReadMessageHeaders(path, header, options) == MessageRead::Whole;
 }
 
 bool AddFlagStatus(std::string& list, std::string_view flag)
@@ -129,6 +138,23 @@ void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const
     item.SetNumber(columns.read, header.Read);
     item.SetNumber(columns.size, header.Size);
     MarkItemChanged(item);
+}
+
+void MessageHeader_RepairItemProperties(IndexItemPropertyContainer& item, MessageHeader& header)
+{
+    const MailColumns& columns = Columns();
+    if (item.FileOffset == 0)
+        item.ResetKeepingKeys();
+    else
+        header.Read = item.GetNumber(columns.read);
+    MessageHeader_RefreshItemProperties(item, header);
+    item.SetNumber(columns.importance, header.Importance);
+    item.SetText(columns.from, header.From);
+    item.SetText(columns.to, header.To);
+    item.SetText(columns.cc, header.Cc);
+    item.SetText(columns.state, "0");
+    item.SetText(columns.itemClass, header.Class);
+    if (!item.Has(columns.flagStatus)) item.SetText(columns.flagStatus, BuildFlagStatus(header));
 }
 
 }  // namespace velmora

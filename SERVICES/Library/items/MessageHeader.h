@@ -57,8 +57,15 @@ struct HeaderParseOptions {
 // which start at 0.
 void ParseMessageHeaders(ByteSource& message, MessageHeader& header, const HeaderParseOptions& options);
 
-// The same on a file, with its last write in ModifiedDate. False, with nothing changed, when it cannot be opened or is no
-// plain file; false also when a read of it failed, and what `header` then holds is of no use.
+enum class MessageRead {
+    Whole,
+    NoMessage,    // it is not there, or no plain file
+    Interrupted,  // it cannot be opened now, or a read of it failed: another time may do better
+};
+// The same on a file, with its last write in ModifiedDate. What `header` holds is of no use unless the answer is Whole; a
+// file that is not opened changes nothing in it.
+[[nodiscard]] MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
+// Whether that is Whole.
 [[nodiscard]] bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
 
 // Whether a line of the rest begins "Content-Disposition: attachment", in any case.
@@ -74,6 +81,10 @@ void MessageHeader_SetItemProperties(IndexItemPropertyContainer& item, MessageHe
 // Writes the columns that follow the file of an item that is known already: MESSAGEDATE, SUBJECT, RECEIVED,
 // MODIFIEDDATE, ATTACHMENTS, READ, SIZE. Flags, addresses and the UID stay.
 void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const MessageHeader& header);
+
+// Writes every column that the file tells over what a damaged index left of the item. ID and UID stay; READ and FLAGSTATUS
+// stay, too, unless the element itself was damaged and they may be another item's.
+void MessageHeader_RepairItemProperties(IndexItemPropertyContainer& item, MessageHeader& header);
 
 }  // namespace velmora
 

@@ -19,22 +19,20 @@ constexpr char kIndexName[] = "\\_index.xml";
 constexpr uint32_t kGroupItems = 54;   // the kind whose block file has a name of its own
 constexpr uint32_t kCallerHolds = 99;  // a scan mode: the caller holds the block, no attempt is made
 constexpr uint32_t kTraceDenials = 6;  // trace level from which a denied access is reported
-constexpr size_t kPathBytes = kStoreNameSize - 1;
 
-// Kept: a longer name is cut, and the lock is then on the cut name.
-std::string CutPath(std::string path)
+BlockPath PathIn(const char* folderPath, const char* name)
 {
-    if (path.size() > kPathBytes) path.resize(kPathBytes);
+    BlockPath path;
+    CopyBounded(path.text, TextOrEmpty(folderPath));
+    AppendBounded(path.text, name);
     return path;
 }
 
-std::string PathIn(const char* folderPath, const char* name) { return CutPath(std::string(TextOrEmpty(folderPath)) + name); }
-
 // One attempt. The name is the lock: nothing is written, and nobody may share the file. Null on failure, with the
 // system's error.
-void* CreateBlockFile(const std::string& path)
+void* CreateBlockFile(const char* path)
 {
-    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     return file == INVALID_HANDLE_VALUE ? nullptr : file;
 }
 
@@ -73,15 +71,17 @@ uint32_t& BlockTraceLevel()
     return level;
 }
 
-std::string BlockFilePath(const char* folderPath, uint32_t indexKind)
+BlockPath BlockPathOf(const char* folderPath, uint32_t indexKind)
 {
     return PathIn(folderPath, indexKind == kGroupItems ? kGroupsBlockName : kIndexBlockName);
 }
 
+std::string BlockFilePath(const char* folderPath, uint32_t indexKind) { return BlockPathOf(folderPath, indexKind).text; }
+
 bool AcquireIndexBlock(STOREINDEXTYPE& index)
 {
     // Kept: a save of group items takes _index.blk as well, while the wait of their opens is on _groups.blk.
-    void* const handle = CreateBlockFile(PathIn(index.Path, kIndexBlockName));
+    void* const handle = CreateBlockFile(PathIn(index.Path, kIndexBlockName).text);
     if (!handle) return false;
     index.BlockFileHandle = handle;
     return true;
@@ -90,13 +90,13 @@ bool AcquireIndexBlock(STOREINDEXTYPE& index)
 bool ReleaseIndexBlock(STOREINDEXTYPE& index)
 {
     CloseBlockHandle(index.BlockFileHandle);
-    return DeleteBlockFile(PathIn(index.Path, kIndexBlockName)) == BlockDelete::Deleted;
+    return DeleteBlockFile(PathIn(index.Path, kIndexBlockName).text) == BlockDelete::Deleted;
 }
 
-BlockDelete DeleteBlockFile(const std::string& path)
+BlockDelete DeleteBlockFile(const char* path)
 {
     for (uint32_t failures = 0; failures <= kBlockDeleteLimit; ++failures) {
-        if (DeleteFileA(path.c_str())) return BlockDelete::Deleted;
+        if (DeleteFileA(path)) return BlockDelete::Deleted;
         const DWORD error = GetLastError();
         if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return BlockDelete::Gone;
         platform::SleepMs(kRetryPauseMs);
@@ -113,7 +113,7 @@ void CloseBlockHandle(void*& handle)
 
 BlockWait WaitForIndexBlock(const std::string& blockPath, void*& handle)
 {
-    const auto attempt = [&] { return (handle = CreateBlockFile(blockPath)) != nullptr; };
+    const auto attempt = [&] { return (handle = CreateBlockFile(blockPath.c_str())) != nullptr; };
 
     for (uint32_t attempts = 1; !attempt(); ++attempts) {
         const DWORD error = GetLastError();
@@ -136,17 +136,17 @@ BlockWait WaitForIndexBlock(const std::string& blockPath, void*& handle)
 
 IndexAvailability CheckIndexFileAvailability(const char* folder, uint32_t mode)
 {
-    const std::string blockPath = PathIn(folder, kIndexBlockName);
+    const BlockPath blockPath = PathIn(folder, kIndexBlockName);
     const bool takeBlock = mode != kCallerHolds;
     // By name: the look below is over before anybody would take the file for an orphan.
-    if (takeBlock && WaitForAccessToIndexFileEx(blockPath.c_str(), 0, nullptr) == 0) return IndexAvailability::Busy;
+    if (takeBlock && WaitForAccessToIndexFileEx(blockPath.text, 0, nullptr) == 0) return IndexAvailability::Busy;
 
     WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(PathIn(folder, kIndexName).c_str(), &found);
+    const HANDLE search = FindFirstFileA(PathIn(folder, kIndexName).text, &found);
     const bool present = search != INVALID_HANDLE_VALUE;
     if (present) FindClose(search);
 
-    if (takeBlock && DeleteBlockFile(blockPath) == BlockDelete::GaveUp)
+    if (takeBlock && DeleteBlockFile(blockPath.text) == BlockDelete::GaveUp)
         PrintLine("CheckIndexFileAvailability::Unable to remove blocking file");
     return present ? IndexAvailability::Present : IndexAvailability::Missing;
 }
@@ -160,7 +160,7 @@ uint64_t WaitForAccessToIndexFileEx(const char* filename, uint32_t keepHandle, v
     return GuardedEntry("WaitForAccessToIndexFileEx", uint64_t{0}, [&]() -> uint64_t {
         // A handle that nobody could give back would hold the folder until the process ends.
         if (!filename || (keepHandle != 0 && !handle)) return 0;
-        void* const file = CreateBlockFile(CutPath(filename));
+        void* const file = CreateBlockFile(PathIn(filename, "").text);
         if (!file) return 0;
         if (keepHandle == 0) CloseHandle(file);
         if (handle) *handle = keepHandle == 0 ? nullptr : file;
@@ -174,6 +174,6 @@ uint64_t UnBlockIndexFileAccessEx(const char* filename, uint32_t keepHandle, voi
         // Kept: the handle is closed for 1 alone, although any number but 0 made it stay open; and a file that is gone
         // already answers 0, as one that cannot be deleted does.
         if (keepHandle == 1 && handle) CloseBlockHandle(*handle);
-        return filename && DeleteBlockFile(CutPath(filename)) == BlockDelete::Deleted ? 1 : 0;
+        return filename && DeleteBlockFile(PathIn(filename, "").text) == BlockDelete::Deleted ? 1 : 0;
     });
 }

@@ -7,6 +7,8 @@
 // Held by handle: the handle stays open until release, nobody can delete the file, the lock dies with the process.
 // Held by name:   the handle is closed at once and only the file stands; anybody may delete it.
 //
+// Letting go needs no memory, so that a process without any leaves no block behind.
+//
 // Lock order: block file, then the record's Mutex. Only StoreIndex_Save takes them the other way round, with a single
 // attempt and no wait.
 #ifndef VELMORA_LOCKS_BLOCKFILE_H
@@ -23,7 +25,12 @@ inline constexpr uint32_t kRetryPauseMs = 1000;
 inline constexpr uint32_t kBlockWaitLimit = 60;    // failed attempts to create before a block counts as stale
 inline constexpr uint32_t kBlockDeleteLimit = 80;  // further attempts to delete a block file
 
-// folderPath "\_groups.blk" for kind 54, "\_index.blk" otherwise, cut at 1023 bytes.
+// folderPath "\_groups.blk" for kind 54, "\_index.blk" otherwise. Kept: cut at 1023 bytes, and the lock is then on the cut
+// name.
+struct BlockPath {
+    char text[kStoreNameSize];
+};
+BlockPath BlockPathOf(const char* folderPath, uint32_t indexKind);
 std::string BlockFilePath(const char* folderPath, uint32_t indexKind);
 
 // One attempt at `<record's Path>\_index.blk`, whatever its kind; the handle stays in BlockFileHandle.
@@ -33,7 +40,8 @@ bool ReleaseIndexBlock(STOREINDEXTYPE& index);
 
 enum class BlockDelete { Deleted, Gone, GaveUp };
 // Deletes a block file, trying up to 81 times with a second between.
-BlockDelete DeleteBlockFile(const std::string& path);
+BlockDelete DeleteBlockFile(const char* path);
+inline BlockDelete DeleteBlockFile(const std::string& path) { return DeleteBlockFile(path.c_str()); }
 
 // Closes a block handle with the operator's line on failure, and nulls it.
 void CloseBlockHandle(void*& handle);

@@ -14,6 +14,7 @@ namespace {
 
 constexpr char kChangeFlag[] = "\\_CHANGE.DTY";
 constexpr char kCachedFlag[] = "\\_CACHED.DTY";
+constexpr char kTakenFlag[] = "\\_CHANGE.TKN";  // a flag that is being taken away
 constexpr char kIndexName[] = "\\_INDEX.XML";
 
 // For whoever finds the file; nobody reads it.
@@ -44,6 +45,21 @@ bool TakeFlag(const char* folderPath, const char* name)
     return true;
 }
 
+// Moves the last write of a file on by a microsecond, so that it is no clock's: a flag that is set in the same tick as this
+// one was, gets another.
+void MoveTimeOn(const std::string& path, uint64_t lastWrite)
+{
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return;
+    const uint64_t later = lastWrite + 10;
+    FILETIME time{};
+    time.dwLowDateTime = static_cast<DWORD>(later);
+    time.dwHighDateTime = static_cast<DWORD>(later >> 32);
+    SetFileTime(file, nullptr, nullptr, &time);
+    CloseHandle(file);
+}
+
 bool FileIsThere(const std::string& path)
 {
     WIN32_FIND_DATAA found;
@@ -65,6 +81,24 @@ uint64_t MarkFolderDirty(const char* folderPath)
 {
     if (folderPath) WriteFlag(FlagPath(folderPath, kChangeFlag), kChangeText);
     return 1;
+}
+
+uint64_t NoteDirtyMark(const char* folderPath)
+{
+    const std::string path = FlagPath(folderPath, kChangeFlag);
+    const uint64_t lastWrite = ReadFileStamp(path).lastWrite;
+    if (lastWrite == 0) return 0;
+    MoveTimeOn(path, lastWrite);
+    return ReadFileStamp(path).lastWrite;
+}
+
+// Under another name nobody sets it any more, so that between the look and the removal nothing is lost.
+void DropNotedMark(const char* folderPath, uint64_t noted)
+{
+    const std::string taken = FlagPath(folderPath, kTakenFlag);
+    if (noted == 0 || !MoveFileExA(FlagPath(folderPath, kChangeFlag).c_str(), taken.c_str(), MOVEFILE_REPLACE_EXISTING)) return;
+    if (ReadFileStamp(taken).lastWrite != noted) MarkFolderDirty(folderPath);
+    DeleteFileA(taken.c_str());
 }
 
 uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox)
@@ -93,8 +127,8 @@ bool StoreIndex_FolderNeedsScan(const char* folderPath)
     // A folder without a path would be looked for, and its flag deleted, at the root of the drive.
     if (!folderPath) return true;
     ClearCachedTransactions(folderPath);
-    // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. When the
-    // scan then fails, it stays undone until the next flag.
+    // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. A scan that
+    // fails sets it again; when the process dies, the scan stays undone until the next flag.
     const bool flagged = TakeFlag(folderPath, kChangeFlag);
     if (Switches().DirtyTrackingEnabled == 0 || flagged) return true;
     // A folder that was never indexed is scanned once.

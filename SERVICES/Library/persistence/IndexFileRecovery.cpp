@@ -35,7 +35,7 @@ void IndexFileSerialiser::BackupIndex(const std::string& folderPath) { ReplaceBy
 bool IndexFileSerialiser::RestoreBackup(const std::string& folderPath)
 {
     if (!HasBackup(folderPath)) return false;
-    const bool exists = FileManagement::Exists(IndexPath(folderPath));
+    const bool exists = FileManagement::MayExist(IndexPath(folderPath));
     if (exists && !CopyOver(IndexPath(folderPath), DamagedPath(folderPath))) return false;
     return ReplaceByCopy(BackupPath(folderPath), IndexPath(folderPath));
 }
@@ -48,7 +48,8 @@ bool IndexFileSerialiser::QuarantineIndex(const std::string& folderPath)
     return true;
 }
 
-bool IndexFileSerialiser::HasBackup(const std::string& folderPath) { return FileManagement::Exists(BackupPath(folderPath)); }
+// One that cannot be asked for now is there: without it the index would be put aside.
+bool IndexFileSerialiser::HasBackup(const std::string& folderPath) { return FileManagement::MayExist(BackupPath(folderPath)); }
 
 uint64_t IndexFileSerialiser::BackupAgeMinutes(const std::string& folderPath)
 {

@@ -35,7 +35,7 @@ struct LoadRequest {
     int32_t level;
     uint32_t reserved;
     uint32_t verifyItemFiles;
-    bool checkDirty;
+    uint64_t dirtyMark;  // the noted flag that a full load takes away; 0 none
 };
 
 void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
@@ -54,10 +54,14 @@ void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
 std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request)
 {
     if (!SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return "\n";
+    // A file that nobody could look into need not be damaged.
+    if (!serialiser.OpenedFile()) return "\n";
     if (!serialiser.HasBackup(request.folderPath)) {
         serialiser.QuarantineIndex(request.folderPath);
         return ". Unable to find recovery index. Recovering Index (there may be some flag loss)\n";
     }
+    // The backup may know less than the folder has. Whatever ends the recovery behind the restore, the next load goes on.
+    MarkFolderDirty(request.folderPath.c_str());
     // A backup that could not be put in place has not been tried; it stays for the next load.
     if (!serialiser.RestoreBackup(request.folderPath)) return "\n";
     UnindexedStoreIndexSerialiser rebuild(serialiser);
@@ -81,11 +85,12 @@ int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& i
         index.LoadLevel = serialiser.Deserialise(index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level,
                                                  request.reserved, request.verifyItemFiles);
         if (index.LoadLevel == kFullLoad) {
-            // What a rebuild found and could not save is in this process's memory alone, so the next one has to look again.
-            if (serialiser.LeftUnsaved())
+            // What a rebuild could not save is in this process's memory alone, and what it could not read is nowhere, so the
+            // next one has to look again.
+            if (serialiser.LeftUnfinished())
                 MarkFolderDirty(request.folderPath.c_str());
-            else if (request.checkDirty)
-                DeleteFileA((request.folderPath + "\\_change.dty").c_str());
+            else
+                DropNotedMark(request.folderPath.c_str(), request.dirtyMark);
             KeepBackup(serialiser, request.folderPath);
         } else if (index.LoadLevel == 0) {
             const std::string message = "Failed to deserialise index: " + request.folderPath +
@@ -113,7 +118,8 @@ std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& fold
     const bool rebuildsCalendar = indexKind == kKindCalendar && SettingValue(Setting::CalendarReIndexMode) != 0;
     std::unique_ptr<StoreIndexSerialiser> chosen;
     bool rebuild = forceRebuild || rebuildsCalendar;
-    if (FileManagement::Exists(IndexFilePath(folderPath, indexKind))) {
+    // A file that cannot be asked for now is there: an empty index in its place would cost every item its flags and its UID.
+    if (FileManagement::MayExist(IndexFilePath(folderPath, indexKind))) {
         chosen = MakeFileSerialiser(Setting::StreamDeserialisation);
         rebuild = rebuild || (checkDirty && FileManagement::Exists(folderPath + "\\_change.dty"));
     } else if (checkDirty) {
@@ -131,7 +137,8 @@ int32_t DispatchDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTY
                             uint32_t indexKind, const std::string& pathA, const std::string& pathB, int32_t level, uint32_t reserved,
                             uint32_t verifyItemFiles, bool checkDirty)
 {
-    const LoadRequest request{folderPath, indexKind, pathA, pathB, level, reserved, verifyItemFiles, checkDirty};
+    const uint64_t dirtyMark = checkDirty ? NoteDirtyMark(folderPath.c_str()) : 0;
+    const LoadRequest request{folderPath, indexKind, pathA, pathB, level, reserved, verifyItemFiles, dirtyMark};
     bool completed = false;
     return RunDeserialise(serialiser, index, request, Recovery::Allowed, completed);
 }
@@ -161,11 +168,14 @@ bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments,
     // Kept: whatever is loaded is enough here, also below the level asked for, now and at every later raise.
     if (load.SkipIfLoaded && table.LoadLevel != 0) return true;
     if (load.Owner) CopyBounded(load.Owner->Path, load.FolderPath);
+    // Before the choice: a flag that comes behind it has not been taken into account, and stays.
+    const uint64_t dirtyMark = load.CheckDirty ? NoteDirtyMark(load.FolderPath.c_str()) : 0;
     const std::unique_ptr<StoreIndexSerialiser> serialiser =
         ChooseDeserialiser(load.FolderPath, load.IndexKind, load.CheckDirty != 0, load.ForceRebuild != 0);
     if (!load.NoBlock && (!load.Owner || !AcquireIndexBlock(*load.Owner))) return false;
-    table.LoadLevel = DispatchDeserialise(*serialiser, table, load.FolderPath, load.IndexKind, load.Postoffice, load.Mailbox, level, 0,
-                                          load.VerifyItemFiles, load.CheckDirty != 0);
+    const LoadRequest request{load.FolderPath, load.IndexKind, load.Postoffice, load.Mailbox, level, 0, load.VerifyItemFiles, dirtyMark};
+    bool completed = false;
+    table.LoadLevel = RunDeserialise(*serialiser, table, request, Recovery::Allowed, completed);
     if (!load.NoBlock) ReleaseIndexBlock(*load.Owner);
     return table.LoadLevel >= level;
 }
@@ -186,7 +196,7 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
     if (StoreIndexSerialiser* const inner = Inner()) {
         // A file that nobody here can read is not a damaged one: a rebuild would put other UIDs and no flags in its place.
         if (!inner->HasReader()) return 0;
-        const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, false};
+        const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, 0};
         bool completed = false;
         const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed, completed);
         innerBrokeOff_ = !completed;
@@ -199,10 +209,10 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
     index.LoadLevel = kFullLoad;
     const ItemBackend& backend = BackendFor(indexKind);
     const bool known = backend.rebuild != nullptr;
-    if (known) backend.rebuild(index.LastLoad.Owner, index, folderPath.c_str());
+    const bool whole = known && backend.rebuild(index.LastLoad.Owner, index, folderPath.c_str());
     index.RewriteRequired = 1;
     if (!known) return 0;
-    saved_ = SaveIndex(index, folderPath.c_str(), indexKind) == 1;
+    finished_ = SaveIndex(index, folderPath.c_str(), indexKind) == 1 && whole;
     return kFullLoad;
 }
 

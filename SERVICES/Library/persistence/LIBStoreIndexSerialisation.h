@@ -34,11 +34,14 @@ public:
     // False for a strategy whose document facility is not there: its files may be good, and stay as they are.
     virtual bool HasReader() const { return true; }
 
-    // Whether the last load made something that could not be written.
-    bool LeftUnsaved() const { return !saved_; }
+    // Whether the last load made something that could not be written, or left out something that could not be read.
+    bool LeftUnfinished() const { return !finished_; }
+    // False when the last load found a file that it could not open.
+    bool OpenedFile() const { return openedFile_; }
 
 protected:
-    bool saved_ = true;
+    bool finished_ = true;
+    bool openedFile_ = true;
 };
 
 // Operations on _index.xml, _index.xml.bak and _index.xml.bad that the two file formats share.

@@ -48,7 +48,10 @@ public:
             Fault("Did not find root element start tag");
         else if (!rootEndSeen_)
             Fault("Did not find root element end tag");
-        if (!ok_) return {ParseResult::Malformed, fault_};
+        if (!ok_) {
+            ContentOf(table_).DamagedFile = true;
+            return {ParseResult::Malformed, fault_};
+        }
         // Elements may have been dropped, which the file should not keep.
         if (options_.files && options_.level == 3) table_.RewriteRequired = 1;
         return {ParseResult::Good, {}};
@@ -63,6 +66,7 @@ private:
     {
         if (ok_) fault_ = std::move(message);
         ok_ = false;
+        faultInElement_ = true;
     }
 
     // Reads the text up to the next "<" and the tag behind it. False when the stream ends first.
@@ -97,6 +101,7 @@ private:
     bool rootStartSeen_ = false;
     bool rootEndSeen_ = false;
     bool elementOpen_ = false;
+    bool faultInElement_ = false;  // since the last start tag of an element
     bool filterActive_;
     const bool storesValues_;
     std::string propertyName_;  // of the open property; empty when none is open
@@ -216,6 +221,7 @@ void Parser::HandleElementStart()
 {
     if (CheckElementPlacement() && elementOpen_) Fault("Encountered element start tag nested within another element");
     elementOpen_ = true;
+    faultInElement_ = false;
     DropCurrentItem();
     layout_.BeginElement();
 
@@ -284,9 +290,14 @@ void Parser::HandleElementEnd()
     if (currentItem_->Uid() <= ContentOf(table_).ByUID.LastUid() && ContentOf(table_).ByUID.Count() > 0) NoteUnusual();
     if (InsertLoadedItem(table_, currentItem_.get())) {
         Item* const item = currentItem_.release();
+        // What stands between may be of other items. One that is damaged has no place in the file.
+        if (faultInElement_) item->FileOffset = item->FileLength = 0;
         if (newFormat_ && nextSeq_ == nextIdx_) item->AdoptText(seqRef_, idx);
         EnterSequence(item);
     } else {
+        // The file has an element that the table does not know: struck out alone, the first of two with one ID would give
+        // way to the second.
+        NoteUnusual();
         DropCurrentItem();
     }
     ++nextIdx_;

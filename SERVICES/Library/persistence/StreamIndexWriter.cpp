@@ -1,5 +1,6 @@
 #include "persistence/StreamIndexWriter.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "common/FileManagement.h"
@@ -8,6 +9,7 @@
 #include "frame/Logging.h"
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
+#include "locks/FlagFiles.h"
 #include "persistence/ElementText.h"
 #include "persistence/InPlacePlan.h"
 #include "persistence/IndexTags.h"
@@ -23,6 +25,8 @@ using Item = IndexItemPropertyContainer;
 
 // A gap shorter than this cannot hold an element, so there is nothing to test in it.
 constexpr size_t kShortestTestedGap = 11;
+// Longer elements are rare; theirs is memory that may still run out in the middle of a save.
+constexpr size_t kUsualElement = size_t{64} * 1024;
 
 class Writer {
 public:
@@ -41,7 +45,10 @@ private:
     enum class Stamp { AsLoaded, Changed };
     Stamp CompareStamp();
     bool MayReplaceChangedFile();
+    void RespectOthersItems();
+    const Item* FirstNewItem() const;
     void MarkForgottenItems();
+    void ReserveMemory();
     bool Open();
     Start OpenInPlace();
     Start OpenForRewrite();
@@ -60,6 +67,7 @@ private:
     const std::string path_;
     const ElementFormatter formatter_;
     FileStream stream_;
+    std::string header_;
     std::string element_;
     bool inPlace_ = false;
     bool waited_ = false;  // others had the file open
@@ -131,7 +139,34 @@ bool Writer::MayReplaceChangedFile()
     }
     DebugTrace("Index file has changed: " + folder_ + ". Cached offset information is now inaccurate. Index will be rewritten in full.\n");
     index_.RewriteRequired = 1;
+    RespectOthersItems();
     return true;
+}
+
+// Items that others added since the load are in the file alone and will not be in the new one. Their UIDs are given all the
+// same, and the folder is marked, so that the next open finds their files again.
+void Writer::RespectOthersItems()
+{
+    char header[kHeaderSize];
+    FileStream file;
+    if (!file.OpenRead(path_) || file.Read(header, sizeof header) != sizeof header) return;
+    const std::string_view bytes(header, sizeof header);
+    if (!IsWrittenHeader(bytes)) return;
+    const uint32_t lastUid = ParseUnsigned(bytes.substr(kHeaderBegin.size(), kHeaderDigits), 16);
+    const Item* const firstNew = FirstNewItem();
+    if (lastUid <= index_.LastUID && (!firstNew || firstNew->Uid() > lastUid)) return;
+    index_.LastUID = std::max(index_.LastUID, lastUid);
+    MarkFolderDirty(folder_.c_str());
+}
+
+// The first item that is in no file yet.
+const Item* Writer::FirstNewItem() const
+{
+    const Item* firstNew = nullptr;
+    content_.ByUID.ForEach([&](uint32_t, const Item* item) {
+        if (!firstNew && item->FileOffset == 0) firstNew = item;
+    });
+    return firstNew;
 }
 
 Writer::Start Writer::OpenInPlace()
@@ -160,18 +195,23 @@ Writer::Start Writer::OpenForRewrite()
 void Writer::MarkForgottenItems()
 {
     if (index_.RewriteRequired || content_.RemovedItems.empty()) return;
-    const Item* firstNew = nullptr;
-    content_.ByUID.ForEach([&](uint32_t, const Item* item) {
-        if (!firstNew && item->FileOffset == 0) firstNew = item;
-    });
+    const Item* const firstNew = FirstNewItem();
     if (!firstNew) return;
     const auto uid = static_cast<int32_t>(firstNew->Uid());
     if (index_.FirstDirtyUID < 1 || index_.FirstDirtyUID > uid) index_.FirstDirtyUID = uid;
 }
 
+// What the writing needs of memory is had before the file is touched: an exception behind that would leave it cut.
+void Writer::ReserveMemory()
+{
+    element_.reserve(kUsualElement);
+    header_ = std::string(kHeaderBegin) + FormatHex8(index_.LastUID) + std::string(kHeaderEnd);
+}
+
 // Opens exclusively. A reader in another process holds the file for the time of its load, so this is tried again.
 bool Writer::Open()
 {
+    ReserveMemory();
     for (uint32_t round = 0;; ++round) {
         if (inPlace_ ? stream_.OpenUpdate(path_, FileStream::Sharing::None) : stream_.OpenTruncate(path_, FileStream::Sharing::None))
             return true;
@@ -191,12 +231,8 @@ bool Writer::Open()
 
 void Writer::WriteHeader()
 {
-    const std::string digits = FormatHex8(index_.LastUID);
     stream_.SeekTo(inPlace_ ? kHeaderBegin.size() : 0);
-    if (inPlace_)
-        stream_.Write(digits);
-    else
-        stream_.Write(std::string(kHeaderBegin) + digits + std::string(kHeaderEnd));
+    stream_.Write(inPlace_ ? std::string_view(header_).substr(kHeaderBegin.size(), kHeaderDigits) : std::string_view(header_));
     CheckStreamState(stream_, StreamSite::Header);
 }
 
@@ -258,7 +294,8 @@ uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t posi
         LogIndexEvent("Info: Insertion attempt at Position: " + at +
                       " with Stream Length: " + FormatSigned(static_cast<int64_t>(stream_.Position())) +
                       ".File Pointer will is positioned to end of file, so as to allow diagnosis. Check .bad file\n");
-        stream_.ClearState();
+        // Behind lost bytes nothing more is written: it would go to where the file happens to stand, over elements that are good.
+        if (!stream_.LostBytes()) stream_.ClearState();
     }
     item.FileOffset = static_cast<uint32_t>(position);
     element_.clear();

@@ -26,6 +26,13 @@ class FileSource : public ByteSource {
 public:
     explicit FileSource(const std::string& path) { stream_.OpenRead(path); }
 
+    // A file that is there and did not open.
+    bool Refused() const
+    {
+        const uint32_t error = stream_.LastError();
+        return !stream_.IsOpen() && error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
+    }
+
     size_t Read(char* buffer, size_t size) override
     {
         const size_t got = stream_.IsOpen() ? stream_.Read(buffer, size) : 0;
@@ -46,7 +53,11 @@ public:
         const std::string name(id);
         WIN32_FIND_DATAA data;
         const HANDLE search = FindFirstFileA((folderPath_ + "\\" + name).c_str(), &data);
-        if (search == INVALID_HANDLE_VALUE) return false;
+        if (search == INVALID_HANDLE_VALUE) {
+            // Only a file that is known to be gone takes its item with it.
+            const DWORD error = GetLastError();
+            return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_INVALID_NAME;
+        }
         FindClose(search);
         // Not another spelling, not a match of a pattern, not something below another directory.
         return (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 && name == data.cFileName;
@@ -82,7 +93,7 @@ std::optional<int32_t> ReadHeader(SORTEDSTOREINDEXTYPE& index, const std::string
 }
 
 int32_t ReadElements(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, const std::string& path, int32_t level,
-                     uint32_t verifyItemFiles)
+                     uint32_t verifyItemFiles, bool& opened)
 {
     FolderFiles files(folderPath);
     ParseOptions options;
@@ -93,6 +104,7 @@ int32_t ReadElements(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath,
 
     const auto parse = [&] {
         FileSource source(path);
+        opened = !source.Refused();
         return ParseIndexStream(index, source, options);
     };
     ParseOutcome outcome = parse();
@@ -115,10 +127,12 @@ int32_t StreamXMLStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
 {
     const std::string path = IndexFilePath(folderPath, indexKind);
     UnInit(index);
+    openedFile_ = true;
     std::optional<int32_t> reached;
     if (level == kHeaderLevel) reached = ReadHeader(index, path, level);
-    if (!reached) reached = ReadElements(index, folderPath, path, level, verifyItemFiles);
-    const FileStamp stamp = ReadFileStamp(path);
+    if (!reached) reached = ReadElements(index, folderPath, path, level, verifyItemFiles, openedFile_);
+    // Without a stamp, an index that has not been seen is not taken for one that is up to date.
+    const FileStamp stamp = openedFile_ ? ReadFileStamp(path) : FileStamp();
     index.IndexFileTime = stamp.lastWrite;
     index.IndexFileSize = static_cast<uint32_t>(stamp.size);
     return *reached;
