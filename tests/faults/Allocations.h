@@ -1,0 +1,25 @@
+// Memory that runs out: this executable's operator new fails when a test says so, on the thread that says it.
+#ifndef VELMORA_TESTS_FAULTS_ALLOCATIONS_H
+#define VELMORA_TESTS_FAULTS_ALLOCATIONS_H
+
+#include <cstdint>
+
+#include "tests/faults/FaultSeam.h"
+
+namespace velmora::test {
+
+// While it lives, the thread's n-th allocation fails, counted from 1; with Onwards every later one fails, too.
+class AllocationFault {
+public:
+    AllocationFault(uint32_t nth, FaultSpan span);
+    ~AllocationFault();
+    AllocationFault(const AllocationFault&) = delete;
+    AllocationFault& operator=(const AllocationFault&) = delete;
+
+    // The allocations that failed.
+    static uint32_t Hits();
+};
+
+}  // namespace velmora::test
+
+#endif

@@ -1,0 +1,257 @@
+#include "tests/faults/Scenario.h"
+
+#include <chrono>
+#include <new>
+#include <utility>
+
+#include "common/Text.h"
+#include "frame/Guard.h"
+#include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "index/StoreIndexLife.h"
+#include "items/MailScan.h"
+#include "locks/FlagFiles.h"
+#include "provider/FolderAccess.h"
+#include "provider/ThreadContext.h"
+#include "tests/support/FakeClock.h"
+#include "velmora/vlaisp.h"
+
+namespace velmora::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kPostoffice[] = "po";
+constexpr char kMailbox[] = "box";
+constexpr char kFolder[] = "INBOX";
+
+// ---- Steps of a host ----
+
+void AddResult(Report& report, uint64_t result)
+{
+    if (!report.results.empty()) report.results += ' ';
+    report.results += std::to_string(result);
+}
+
+bool OpenFolder(Report& report)
+{
+    const uint64_t opened = StoreFolder_Open(kPostoffice, kMailbox, kFolder, kKindMail, 0);
+    AddResult(report, opened);
+    return opened != 0;
+}
+
+void OpenAndList(const fs::path&, Report& report) { report.listed = OpenFolder(report); }
+
+void SaveAndClose()
+{
+    StoreFolder_Save(0);
+    StoreFolder_Close();
+}
+
+void Change(Report& report, const char* id)
+{
+    if (!OpenFolder(report)) return;
+    StoreItem_SetProperty(id, "PR_VL_FLAGSTATUS", "\\SEEN \\ANSWERED \\FLAGGED");
+    StoreItem_SetProperty(id, "PR_VL_READ", "1");
+    SaveAndClose();
+}
+
+// A record as a direct change holds it.
+class OwnRecord {
+public:
+    OwnRecord() { StoreIndex_Init(&record_); }
+    ~OwnRecord() { StoreIndex_Release(&record_); }
+    OwnRecord(const OwnRecord&) = delete;
+    OwnRecord& operator=(const OwnRecord&) = delete;
+    STOREINDEXTYPE& operator*() { return record_; }
+    STOREINDEXTYPE* operator->() { return &record_; }
+
+private:
+    STOREINDEXTYPE record_;
+};
+
+// The current item of the open folder goes, its file first, as a host's delete does it.
+void DeleteItem(const char* id)
+{
+    TLSStoreIndex& context = *CurrentContext();
+    const FolderAccess access(context);
+    if (!access.Index()) return;
+    access.Index()->Changed = 1;
+    STOREITEMTYPE& handle = context.CurrentFolderItem;
+    if (!SelectItem(handle, *access.Index(), id)) return;
+    CopyBounded(handle.FolderPath, access.Index()->Path);
+    // A host that is told that the file stays keeps its item.
+    if (!BackendFor(kKindMail).deleteItemFile(handle, id)) return;
+    RemoveItems(access.Index()->Table, id);
+    handle.Item = nullptr;
+}
+
+// A host that has no memory for that either goes on.
+void MarkQuietly(const fs::path& folder)
+{
+    try {
+        MarkFolderDirty(folder.string().c_str());
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+// ---- Preparations ----
+
+constexpr char kIndex[] = "_index.xml";
+constexpr char kBackup[] = "_index.xml.bak";
+
+void ForgetIndex(const fs::path& folder)
+{
+    for (const std::string& name : FileNames(folder))
+        if (name.front() == '_') fs::remove(folder / name);
+}
+
+void Deliver(const fs::path& folder) { PutMessage(folder, "7.MAI", "seven"); }
+
+// Two are new, one is another message than the index knows, and a flag asks for the scan.
+void ChangeFiles(const fs::path& folder)
+{
+    PutMessage(folder, "0.MAI", "new in front");
+    PutMessage(folder, "9.MAI", "new behind");
+    PutMessage(folder, "4.MAI", "four, with another subject");
+    WriteFileBytes(folder / "_CHANGE.DTY", "");
+}
+
+void Damage(const fs::path& folder)
+{
+    const std::string bytes = ReadFileBytes(folder / kIndex);
+    WriteFileBytes(folder / kIndex, bytes.substr(0, bytes.size() * 2 / 3));
+}
+
+// The index is cut, and its backup does not know the last message.
+void DamageBesideABackup(const fs::path& folder)
+{
+    fs::copy_file(folder / kIndex, folder / kBackup, fs::copy_options::overwrite_existing);
+    PutMessage(folder, "8.MAI", "newer than the backup");
+    Damage(folder);
+}
+
+// Messages that bear private lines, to be taken out of them by the scan.
+void DeliverBranded(const fs::path& folder)
+{
+    for (const char* name : {"7.MAI", "8.MAI"}) {
+        WriteFileBytes(folder / name, std::string("X-VLTempFlags: \\SEEN\r\nSubject: ") + name + "\r\n\r\nbody\r\n");
+        fs::last_write_time(folder / name, fs::last_write_time(folder / "1.MAI"));
+    }
+    WriteFileBytes(folder / "_CHANGE.DTY", "");
+}
+
+// ---- Acts ----
+
+// The road of a delivery: the header of the index is read and one element appended.
+void Append(const fs::path& folder, Report& report)
+{
+    OwnRecord record;
+    void* handle = nullptr;
+    uint64_t begun = 0;
+    try {
+        begun = StoreIndex_BeginTransaction(*record, kPostoffice, kMailbox, kFolder, 1, handle, 1);
+    } catch (const std::exception&) {
+    }
+    AddResult(report, begun);
+    if (begun == 0) {
+        MarkQuietly(folder);
+        return;
+    }
+    uint64_t added = 0;
+    try {
+        ListedFile file{"7.MAI", 0, 0};
+        MessageListing listing;
+        listing.Read(record->Path, 100);
+        for (size_t i = 0; i < listing.Count(); ++i)
+            if (listing[i].name == file.name) file = listing[i];
+        uint32_t nextUid = record->Table.LastUID;
+        if (file.size != 0) added = AddMessageItem(record->Table, record->Path, file, GetFolderUniqueId(record->Path), nextUid);
+    } catch (const std::exception&) {
+    }
+    AddResult(report, added);
+    if (added == 0) MarkQuietly(folder);
+    try {
+        StoreIndex_SaveAndClose(*record, added != 0, 1, handle, nullptr);
+    } catch (const std::exception&) {
+        MarkQuietly(folder);
+    }
+}
+
+void ChangeFirst(const fs::path&, Report& report) { Change(report, "1.MAI"); }
+void ChangeMiddle(const fs::path&, Report& report) { Change(report, "3.MAI"); }
+void ChangeLast(const fs::path&, Report& report) { Change(report, "6.MAI"); }
+
+void Remove(const fs::path&, Report& report)
+{
+    if (!OpenFolder(report)) return;
+    GuardedSwallow("DeleteItem", [] { DeleteItem("3.MAI"); });
+    SaveAndClose();
+}
+
+void RewriteInFull(const fs::path&, Report& report)
+{
+    if (!OpenFolder(report)) return;
+    {
+        const FolderAccess access(*CurrentContext());
+        access.Index()->Table.RewriteRequired = 1;
+        AddResult(report, StoreIndex_Save(access.Index()));
+    }
+    StoreFolder_Close();
+}
+
+}  // namespace
+
+void SetPresentTime(FakeClock& clock) { clock.SetNow((kSecondsBefore1970 + static_cast<uint64_t>(kPresentSeconds)) * kFileTimePerSecond); }
+
+void PutMessage(const fs::path& folder, const std::string& name, const std::string& subject)
+{
+    WriteFileBytes(folder / name, "From: a@example.org\r\nTo: b@example.org\r\nSubject: " + subject + "\r\n\r\nbody of " + name + "\r\n");
+    // Whole seconds of a day that lies behind, so that a file's time does not depend on when the test runs.
+    using namespace std::chrono_literals;
+    const auto now = fs::file_time_type::clock::now();
+    fs::last_write_time(folder / name, std::chrono::floor<std::chrono::hours>(now) - 24h + std::chrono::seconds(2 * subject.size()));
+}
+
+void MakeFirstFolder(const fs::path& folder)
+{
+    const std::pair<const char*, const char*> messages[] = {{"1.MAI", "one"},  {"2.MAI", "two, a longer one"}, {"3.MAI", "three"},
+                                                            {"4.MAI", "four"}, {"5.MAI", "five & more"},       {"6.MAI", "six"}};
+    for (const auto& [name, subject] : messages) PutMessage(folder, name, subject);
+    StoreFolder_Open(kPostoffice, kMailbox, kFolder, kKindMail, 0);
+    for (const auto& [name, subject] : messages)
+        StoreItem_SetProperty(name, "PR_VL_FLAGSTATUS", (std::string("\\SEEN \\KEY") + subject).c_str());
+    SaveAndClose();
+    LeaveEverything();
+    for (const char* name : {"_CHANGE.DTY", "_index.xml.bak"}) fs::remove(folder / name);
+}
+
+void LeaveEverything() { StoreLibrary_ThreadRelease(); }
+
+const std::vector<Scenario>& Scenarios()
+{
+    static const std::vector<Scenario> scenarios = {
+        {.name = "OpenNew", .prepare = ForgetIndex, .act = OpenAndList, .allowed = {"0", "1"}},
+        {.name = "Load", .act = OpenAndList, .allowed = {"0", "1"}, .writes = 0, .deaths = 2},
+        {.name = "Append", .prepare = Deliver, .act = Append, .allowed = {"0", "1 0", "1 1"}, .savesInPlace = true},
+        {.name = "ChangeFirst", .act = ChangeFirst, .allowed = {"0", "1"}, .savesInPlace = true},
+        {.name = "ChangeMiddle", .act = ChangeMiddle, .allowed = {"0", "1"}, .savesInPlace = true},
+        {.name = "ChangeLast", .act = ChangeLast, .allowed = {"0", "1"}, .savesInPlace = true},
+        {.name = "Remove", .act = Remove, .allowed = {"0", "1"}, .removes = "3.MAI", .savesInPlace = true},
+        {.name = "Rewrite", .act = RewriteInFull, .allowed = {"0", "1 0", "1 1"}},
+        {.name = "Rescan", .prepare = ChangeFiles, .act = OpenAndList, .allowed = {"0", "1"}},
+        {.name = "RescanBranded", .prepare = DeliverBranded, .act = OpenAndList, .allowed = {"0", "1"}, .branding = true},
+        {.name = "Recovery", .prepare = DamageBesideABackup, .act = OpenAndList, .allowed = {"0", "1"}, .backupOnly = true},
+    };
+    return scenarios;
+}
+
+const Scenario* FindScenario(const std::string& name)
+{
+    for (const Scenario& scenario : Scenarios())
+        if (name == scenario.name) return &scenario;
+    return nullptr;
+}
+
+}  // namespace velmora::test

@@ -1,0 +1,62 @@
+// What is done to a folder while something goes wrong, and what of that may be seen afterwards.
+#ifndef VELMORA_TESTS_FAULTS_SCENARIO_H
+#define VELMORA_TESTS_FAULTS_SCENARIO_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/faults/Listing.h"
+#include "tests/support/TestStore.h"
+
+namespace velmora::test {
+
+// The test's clock stands here at the begin of every run, so that a change bears a time that is known.
+inline constexpr long long kPresentSeconds = 2'000'000'000;
+inline constexpr uint64_t kSecondsBefore1970 = 11'644'473'600;  // since 1601, where FILETIMEs begin
+inline constexpr uint64_t kFileTimePerSecond = 10'000'000;
+void SetPresentTime(class FakeClock& clock);
+
+// What a run of a scenario gave: the results of its calls, joined by blanks.
+struct Report {
+    std::string results;
+    bool listed = false;  // the folder is open and unchanged: what it lists now counts
+};
+
+struct Scenario {
+    const char* name;
+    // From the folder that all scenarios begin with to this one's. Null: nothing.
+    void (*prepare)(const std::filesystem::path& folder) = nullptr;
+    // As a host does it, on the folder "INBOX" of mailbox "box".
+    void (*act)(const std::filesystem::path& folder, Report& report) = nullptr;
+    // Every answer that the calls may give, whatever goes wrong.
+    std::vector<std::string> allowed = {};
+    // The message that is deleted, if any.
+    std::string removes = {};
+    // Whether the scenario makes sense only with "Backup Index".
+    bool backupOnly = false;
+    bool branding = false;
+    // Whether it leaves what it does not change in the index where it stands: a write that does nothing then costs nothing.
+    bool savesInPlace = false;
+    // What must be met at the least, so that a seam that counts nothing is noticed: operations of any kind in one run, writes, changes
+    // of the disk and allocations.
+    uint32_t operations = 10;
+    uint32_t writes = 2;
+    uint32_t deaths = 10;
+    uint32_t allocations = 50;
+};
+
+const std::vector<Scenario>& Scenarios();
+const Scenario* FindScenario(const std::string& name);
+
+// The folder that all begin with: six messages that an index knows, with flags of which their files know nothing.
+void MakeFirstFolder(const std::filesystem::path& folder);
+void PutMessage(const std::filesystem::path& folder, const std::string& name, const std::string& subject);
+
+// Gives up everything that the calling thread has open.
+void LeaveEverything();
+
+}  // namespace velmora::test
+
+#endif
