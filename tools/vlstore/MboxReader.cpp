@@ -121,10 +121,11 @@ bool MboxReader::Next(std::string& message)
 bool MboxReader::LooksLikeMbox(const std::filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    char start[kLongestSeparator];
+    char start[kLongestSeparator + 1];  // one byte more than a separator has, so that a longer line is seen to be longer
     file.read(start, sizeof start);
     std::string_view text(start, static_cast<size_t>(file.gcount()));
-    return IsSeparator(text.substr(0, text.find('\n')));
+    size_t end = text.find('\n');
+    return IsSeparator(text.substr(0, end == std::string_view::npos ? end : end + 1));
 }
 
 }  // namespace vlstore
