@@ -1,78 +1,88 @@
 #include "tests/process/Peer.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
+
+#include "frame/Attach.h"
+#include "tests/process/Peers.h"
 
 namespace velmora::test {
 
-char Peer::Line::NextOrder()
-{
-    char order = 0;
-    return read(in_, &order, 1) == 1 ? order : 0;
-}
+namespace {
 
-void Peer::Line::Answer(bool success)
-{
-    const char answer = success ? 'y' : 'n';
-    if (write(out_, &answer, 1) != 1) _exit(3);
-}
+constexpr std::string_view kArgument = "--peer=";
 
-Peer::Peer(const std::function<void(Line&)>& body)
-{
-    int orders[2];
-    int answers[2];
-    if (pipe(orders) != 0 || pipe(answers) != 0) std::abort();
-    std::fflush(nullptr);  // what is buffered would come out twice
-    pid_ = fork();
-    if (pid_ == 0) {
-        close(orders[1]);
-        close(answers[0]);
-        // A first process that dies must not leave this one waiting.
-        signal(SIGPIPE, SIG_DFL);
-        Line line(orders[0], answers[1]);
-        try {
-            body(line);
-        } catch (const std::exception&) {
-            _exit(2);
-        }
-        _exit(0);
+constexpr struct {
+    const char* name;
+    void (*body)(Peer::Line& line, const std::vector<std::string>& arguments);
+} kBodies[] = {
+    {"add-items", AddItemsPeer},
+    {"deliver", DeliverPeer},
+    {"echo", EchoPeer},
+    {"hold-block", HoldBlockPeer},
+    {"insert-contact", InsertContactPeer},
+    {"rewrite", RewritePeer},
+    {"save-subject", SaveSubjectPeer},
+};
+
+// The library, loaded as by a process of its own.
+struct Attached {
+    Attached()
+    {
+        if (!ProcessAttach()) throw std::runtime_error("the library does not load");
     }
-    close(orders[0]);
-    close(answers[1]);
-    out_ = orders[1];
-    in_ = answers[0];
-    // A peer that has died is an answer, not the end of this process.
-    signal(SIGPIPE, SIG_IGN);
-}
+    ~Attached()
+    {
+        ThreadDetach();
+        ProcessDetach();
+    }
+    Attached(const Attached&) = delete;
+    Attached& operator=(const Attached&) = delete;
+};
 
-Peer::~Peer() { Wait(); }
+}  // namespace
 
-void Peer::Wait()
+std::optional<int> RunAsPeer(int argc, char** argv)
 {
-    if (pid_ <= 0) return;
-    close(out_);
-    close(in_);
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
+    if (argc < 2 || !std::string_view(argv[1]).starts_with(kArgument)) return std::nullopt;
+    const std::string_view name = std::string_view(argv[1]).substr(kArgument.size());
+    const auto* const entry = std::find_if(std::begin(kBodies), std::end(kBodies), [&](const auto& known) { return known.name == name; });
+    if (entry == std::end(kBodies)) return 2;
+    try {
+        Peer::Line line;
+        const Attached library;
+        entry->body(line, {argv + 2, argv + argc});
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "peer: %s\n", fault.what());
+        return 3;
+    }
+    return testing::Test::HasFailure() ? 4 : 0;
 }
 
-bool Peer::Do(char order)
+Peer::Peer(const char* body, const std::vector<std::string>& arguments)
+    : process_(OwnProgramPath(), [&] {
+          std::vector<std::string> words{std::string(kArgument) + body};
+          words.insert(words.end(), arguments.begin(), arguments.end());
+          return words;
+      }())
 {
-    char answer = 0;
-    return write(out_, &order, 1) == 1 && read(in_, &answer, 1) == 1 && answer == 'y';
 }
+
+Peer::~Peer()
+{
+    process_.CloseInput();
+    EXPECT_EQ(process_.Wait(), killed_ ? ChildProcess::kKilled : 0) << "the end of the second process";
+}
+
+bool Peer::Do(char order) { return process_.Write({&order, 1}) && process_.ReadByte() == 'y'; }
 
 void Peer::KillNow()
 {
-    kill(pid_, SIGKILL);
-    Wait();
+    process_.KillNow();
+    killed_ = true;
 }
 
 }  // namespace velmora::test

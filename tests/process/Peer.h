@@ -1,13 +1,16 @@
 // A second process of one test, with a line of its own to the first.
 //
-// It is forked before the library is attached, so both attach for themselves, as two services do. The two talk in single
-// bytes: every step of the peer is asked for and answered, so nothing depends on who is faster.
+// It is this test program once more, started with the name of a body (tests/process/Peers.h), so both processes load the
+// library for themselves, as two services do; the environment leads both to the one store. The two talk in single bytes:
+// every step of the peer is asked for and answered, so nothing depends on who is faster.
 #ifndef VELMORA_TESTS_PROCESS_PEER_H
 #define VELMORA_TESTS_PROCESS_PEER_H
 
-#include <sys/types.h>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include <functional>
+#include "tests/support/ChildProcess.h"
 
 namespace velmora::test {
 
@@ -16,18 +19,16 @@ public:
     // What the peer's body sees of the line: the next order, 0 when the first process has gone or is done.
     class Line {
     public:
-        Line(int in, int out) : in_(in), out_(out) {}
-        char NextOrder();
-        void Answer(bool success);
+        char NextOrder() { return line_.ReadByte().value_or(0); }
+        void Answer(bool success) { line_.Write(success ? "y" : "n"); }
 
     private:
-        int in_;
-        int out_;
+        ParentLine line_;
     };
 
-    // Runs `body` in a new process, which ends with it.
-    explicit Peer(const std::function<void(Line&)>& body);
-    // Lets the peer end and waits for it.
+    // Starts the peer with the body of that name.
+    explicit Peer(const char* body, const std::vector<std::string>& arguments = {});
+    // Lets the peer end and waits for it; the test fails when it did not end well.
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
@@ -38,12 +39,12 @@ public:
     void KillNow();
 
 private:
-    void Wait();
-
-    pid_t pid_ = -1;
-    int in_ = -1;
-    int out_ = -1;
+    ChildProcess process_;
+    bool killed_ = false;
 };
+
+// What the second process does instead of running tests; none in the first, which has no such argument.
+std::optional<int> RunAsPeer(int argc, char** argv);
 
 }  // namespace velmora::test
 

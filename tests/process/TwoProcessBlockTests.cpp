@@ -1,9 +1,10 @@
 // One process holds a folder's block file, another wants the folder.
 #include "tests/index/LifeFixture.h"
-#include "tests/process/Peer.h"
+#include "tests/process/Peers.h"
 #include "velmora/locks.h"
 
 namespace velmora::test {
+
 namespace {
 
 constexpr char kProviders[] = "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers";
@@ -13,10 +14,11 @@ constexpr char kHoldByHandle = 'h';
 constexpr char kHoldByName = 'n';
 constexpr char kLetGo = 'g';
 
-// The other process: takes and gives back the block as it is told, and then waits for the next order.
-void HoldBlock(TestStore& store, const std::string& blockPath, Peer::Line& line)
+}  // namespace
+
+void HoldBlockPeer(Peer::Line& line, const std::vector<std::string>& arguments)
 {
-    store.Attach();
+    const std::string& blockPath = arguments.at(0);
     void* handle = nullptr;
     uint32_t keepHandle = 0;
     while (const char order = line.NextOrder()) {
@@ -29,6 +31,8 @@ void HoldBlock(TestStore& store, const std::string& blockPath, Peer::Line& line)
     }
 }
 
+namespace {
+
 class TwoProcessBlock : public testing::Test {
 protected:
     void SetUp() override
@@ -36,10 +40,9 @@ protected:
         inbox = store.MakeFolder("INBOX");
         WriteFileBytes(inbox / "1.MAI", "Subject: s\r\n\r\nbody\r\n");
     }
-    // The holder begins before this process attaches.
     void Begin()
     {
-        holder = std::make_unique<Peer>([this](Peer::Line& line) { HoldBlock(store, (inbox / "_index.blk").string(), line); });
+        holder = std::make_unique<Peer>("hold-block", std::vector{(inbox / "_index.blk").string()});
         store.Attach();
         clock = std::make_unique<FakeClock>();
         record = std::make_unique<HostRecord>("INBOX");

@@ -1,0 +1,76 @@
+// What the store may do although it is a loss: behaviour that is kept, by name and with its reason. Whatever else is lost
+// is a fault. The oracle uses one only where the journals show that its cause was there, and counts each use.
+#ifndef VELMORA_TESTS_TORTURE_ALLOWANCES_H
+#define VELMORA_TESTS_TORTURE_ALLOWANCES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace velmora::torture {
+
+enum class Allowance {
+    FlagUnderOlderLoad,
+    FlagReloadedAway,
+    FlagLostWithDamage,
+    ReadTakenFromTheFile,
+    NewUidAfterOlderLoad,
+    UidAfterDamage,
+    FileWithoutMark,
+    MarkDiedWithItsTaker,
+    FileUnlistedByDamage,
+    OpenFailsOnDamage,
+    ItemOfAFileThatWent,
+    ItemBroughtBack,
+    kCount
+};
+
+struct AllowanceText {
+    Allowance allowance;
+    const char* name;
+    const char* reason;
+};
+
+inline constexpr std::array<AllowanceText, static_cast<size_t>(Allowance::kCount)> kAllowances = {{
+    {Allowance::FlagUnderOlderLoad, "flag under an older load",
+     "a save writes the whole of what its process loaded, also over what others have saved since that load"},
+    {Allowance::FlagReloadedAway, "flag reloaded away",
+     "a shared record is loaded anew by another thread's open, and what was set and not saved is gone"},
+    {Allowance::FlagLostWithDamage, "flag lost with a damaged index",
+     "a process died while it wrote in place; the backup is older, and without one the index is made from the files"},
+    {Allowance::ReadTakenFromTheFile, "READ taken from the file",
+     "a save stamps MODIFIEDDATE, so the next scan reads the message again, and its file says unread"},
+    {Allowance::NewUidAfterOlderLoad, "new UID after an older load",
+     "the same save leaves out messages that were indexed since; the scan that it asks for gives them UIDs again, new ones"},
+    {Allowance::UidAfterDamage, "UID given again after damage", "a restored or remade index does not know which UIDs its successor gave"},
+    {Allowance::FileWithoutMark, "file without a mark", "a delivery died between its file and the mark on the folder"},
+    {Allowance::MarkDiedWithItsTaker, "mark died with its taker",
+     "an open takes the mark away before it scans, and its process died before the index was saved"},
+    {Allowance::FileUnlistedByDamage, "file unlisted by damage",
+     "a backup that is loaded, or a delivery that found no index, does not know the other files until the next mark"},
+    {Allowance::OpenFailsOnDamage, "open fails on damage",
+     "the load that finds an index damaged, with no backup, fails; the next one mends it"},
+    {Allowance::ItemOfAFileThatWent, "item of a file that went", "an item whose file is gone stays until a rebuild"},
+    {Allowance::ItemBroughtBack, "item brought back", "a save of an older load brings back what was removed since, until a rebuild"},
+}};
+
+// How often each was used.
+class AllowanceCounts {
+public:
+    void Use(Allowance allowance) { ++counts_[static_cast<size_t>(allowance)]; }
+    std::string Report() const
+    {
+        std::string report;
+        for (const AllowanceText& text : kAllowances)
+            report += "  " + std::to_string(counts_[static_cast<size_t>(text.allowance)]) + "  " + text.name + ": " + text.reason + "\n";
+        return report;
+    }
+
+private:
+    std::array<uint64_t, static_cast<size_t>(Allowance::kCount)> counts_{};
+};
+
+}  // namespace velmora::torture
+
+#endif

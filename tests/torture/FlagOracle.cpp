@@ -1,0 +1,93 @@
+// The part of the oracle that is about flags: every one that a save was told to have stored is there, or its loss has a
+// name.
+#include <algorithm>
+
+#include "tests/torture/FolderOracle.h"
+
+namespace velmora::torture {
+
+namespace {
+
+constexpr char kAsDelivered[] = "\\RECENT";
+
+}  // namespace
+
+const Save* FolderOracle::SaveOf(const FlagSet& set) const
+{
+    const std::vector<Save>& saves = history_->sessions[set.session].saves;
+    return set.save < saves.size() ? &saves[set.save] : nullptr;
+}
+
+// The first moment at which the set may have been written. In a folder that threads share, any of them may write it.
+int64_t FolderOracle::WriteBegin(const FlagSet& set) const { return set.time; }
+
+void FolderOracle::CheckFlags()
+{
+    for (const auto& [name, item] : items_) {
+        std::vector<const FlagSet*> sets;
+        for (const FlagSet& set : history_->sets)
+            if (set.id == name) sets.push_back(&set);
+        const auto before = before_.find(name);
+        const std::string base = before == before_.end() ? kAsDelivered : before->second.flags;
+
+        const auto present = std::find_if(sets.begin(), sets.end(), [&](const FlagSet* set) { return set->flags == item.flags; });
+        const bool presentIsASet = present != sets.end();
+        if (!presentIsASet && item.flags != base) {
+            if (damaged_)
+                Allow(Allowance::FlagLostWithDamage);  // as delivered, or as the backup has it
+            else
+                Fault("no flag is made up", name + " has " + item.flags + " and had " + base);
+            continue;
+        }
+        const Save* const presentSave = presentIsASet ? SaveOf(**present) : nullptr;
+        const int64_t presentEnd = !presentIsASet ? 0 : presentSave ? presentSave->end : kNever;
+        for (const FlagSet* const set : sets) {
+            const Save* const save = SaveOf(*set);
+            if (!save || !save->told || (presentIsASet && set == *present)) continue;
+            // Written over by what is there now, which may have come later.
+            if (presentIsASet && presentEnd > WriteBegin(*set)) continue;
+            if (!LostFlagIsAllowed(*set))
+                Fault("a flag that a save was told of is there",
+                      name + " was given " + set->flags + " by process " + std::to_string(history_->sessions[set->session].process) +
+                          " at " + std::to_string(set->time) + ", saved until " + std::to_string(save->end) + ", and has " + item.flags);
+        }
+        CheckRead(name);
+    }
+}
+
+bool FolderOracle::LostFlagIsAllowed(const FlagSet& set)
+{
+    const Session& own = history_->sessions[set.session];
+    const Save* const save = SaveOf(set);
+    for (const Session& other : history_->sessions) {
+        if (&other == &own || other.underBlock || other.saves.empty()) continue;
+        if (other.loadBegin < save->end && other.LastWrite() > WriteBegin(set)) {
+            Allow(Allowance::FlagUnderOlderLoad);
+            return true;
+        }
+    }
+    for (const Session& other : history_->sessions) {
+        const bool shares = own.process % 4 == 3 && other.process == own.process && other.thread != own.thread;
+        if (shares && other.loadBegin < save->end && other.loadEnd > set.time) {
+            Allow(Allowance::FlagReloadedAway);
+            return true;
+        }
+    }
+    if (damaged_) Allow(Allowance::FlagLostWithDamage);
+    return damaged_;
+}
+
+// Every set of flags made the message read as well.
+void FolderOracle::CheckRead(const std::string& id)
+{
+    const ListedItem& item = items_.at(id);
+    if (item.read || item.flags == kAsDelivered) return;
+    const bool marked = !history_->marks.empty() || !history_->scans.empty() || AnyCutSession() || AnyOlderLoadSaved() || damaged_;
+    const auto before = before_.find(id);
+    if (marked || (before != before_.end() && !before->second.read))
+        Allow(Allowance::ReadTakenFromTheFile);
+    else
+        Fault("a message that was read stays read", id);
+}
+
+}  // namespace velmora::torture

@@ -1,0 +1,305 @@
+#include "tests/torture/FolderOracle.h"
+
+#include <algorithm>
+
+#include "index/IndexTable.h"
+#include "tests/persistence/Outcome.h"
+#include "tests/persistence/PlainReader.h"
+#include "tests/support/TestStore.h"
+#include "tests/torture/Letter.h"
+#include "tests/torture/OwnRecord.h"
+
+namespace velmora::torture {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint32_t kByTheRules = 1;
+constexpr uint32_t kWithNoLookAtTheMark = 5;
+constexpr uint32_t kRebuildIfMarked = 3;  // any mode without a name: no dirty check of its own, but the load's
+
+std::string FieldOf(const test::PlainItem& item, const char* name)
+{
+    const auto found = item.properties.find(name);
+    return found == item.properties.end() ? std::string() : found->second;
+}
+
+std::set<std::string> MessageFiles(const fs::path& directory)
+{
+    std::set<std::string> names;
+    for (const std::string& name : test::FileNames(directory))
+        if (name.ends_with(".MAI") && !name.starts_with('_')) names.insert(name);
+    return names;
+}
+
+}  // namespace
+
+FolderOracle::FolderOracle(const std::string& mailRoot, uint32_t folder, AllowanceCounts& counts)
+    : mailRoot_(mailRoot), folder_(folder), directory_(FolderDirectory(mailRoot, folder)), counts_(counts)
+{
+}
+
+void FolderOracle::Fault(const std::string& rule, const std::string& evidence)
+{
+    faults_.push_back(FolderName(folder_) + ": " + rule + ": " + evidence);
+}
+
+std::vector<std::string> FolderOracle::Check(const History& history, bool rebuild)
+{
+    history_ = &history;
+    faults_.clear();
+    for (const std::string& fault : history.faults) Fault("what a worker sees is whole", fault);
+    damaged_ = history.damaged || fs::exists(directory_ / "_index.xml.bad");
+    FollowFiles();
+    CheckHolds();
+    OpenByTheRules();
+    if (ReadIndex()) {
+        CheckListing();
+        CheckGhosts();
+        CheckUids();
+        CheckFlags();
+    }
+    before_ = items_;
+    if (rebuild) Rebuild();
+    std::error_code none;
+    fs::remove(directory_ / "_index.xml.bad", none);
+    return faults_;
+}
+
+// ---- Files and locks ----
+
+void FolderOracle::FollowFiles()
+{
+    files_ = MessageFiles(directory_);
+    for (const Delivery& delivery : history_->deliveries) fates_[delivery.id] = delivery.ended ? Fate::There : Fate::MayBeThere;
+    for (const Removal& removal : history_->removals) {
+        Fate& fate = fates_[removal.id];
+        if (removal.ended && removal.told)
+            fate = Fate::Gone;
+        else if (!removal.ended && fate == Fate::There)
+            fate = Fate::MayBeThere;
+    }
+    for (const auto& [name, fate] : fates_) {
+        const bool there = files_.count(name) != 0;
+        if (fate == Fate::There && !there) Fault("no message file is lost", name + " was delivered and is not there");
+        if (fate == Fate::Gone && there) Fault("a removed file stays away", name);
+        if (there && test::ReadFileBytes(directory_ / name) != LetterBytes(name)) Fault("a message file stays as it is", name);
+    }
+    for (const std::string& name : files_) {
+        if (fates_.count(name) == 0) Fault("nothing is there that nobody delivered", name);
+        fates_[name] = Fate::There;
+    }
+    std::erase_if(fates_, [&](const auto& known) { return files_.count(known.first) == 0 && known.second == Fate::MayBeThere; });
+}
+
+void FolderOracle::CheckHolds()
+{
+    std::vector<Hold> holds = history_->holds;
+    std::sort(holds.begin(), holds.end(), [](const Hold& a, const Hold& b) { return a.begin < b.begin; });
+    for (size_t i = 1; i < holds.size(); ++i)
+        if (holds[i].begin < holds[i - 1].end)
+            Fault("a block has one holder", "processes " + std::to_string(holds[i - 1].process) + " and " +
+                                                std::to_string(holds[i].process) + " at " + std::to_string(holds[i].begin));
+}
+
+// ---- The open ----
+
+bool FolderOracle::AnyCutSession() const
+{
+    return std::any_of(history_->sessions.begin(), history_->sessions.end(), [](const Session& session) { return session.IsCut(); });
+}
+
+void FolderOracle::OpenByTheRules()
+{
+    OwnRecord record(FolderName(folder_));
+    uint64_t result = StoreIndex_Open(&record, kByTheRules);
+    const bool found = fs::exists(directory_ / "_index.xml.bad");
+    if (result != 1 && (AnyCutSession() || damaged_)) {
+        Allow(Allowance::OpenFailsOnDamage);
+        damaged_ = true;
+        OpenMarked();
+    } else if (result != 1) {
+        Fault("a folder at rest can be opened", "result " + std::to_string(result));
+    }
+    if (found) damaged_ = true;
+    if (damaged_ && !AnyCutSession()) Fault("an index is damaged by nothing but a death", "no process died in the folder");
+    if (fs::exists(directory_ / "_index.blk")) Fault("no block is left that nobody holds", "_index.blk behind an open");
+}
+
+// As whoever finds a folder wanting makes it whole.
+void FolderOracle::OpenMarked()
+{
+    test::WriteFileBytes(directory_ / "_CHANGE.DTY", "looked at");
+    OwnRecord record(FolderName(folder_));
+    const uint64_t result = StoreIndex_Open(&record, kByTheRules);
+    if (result != 1) Fault("a marked folder can be opened", "result " + std::to_string(result));
+}
+
+// Takes the index file apart, by the plain reader and by the library.
+bool FolderOracle::ReadIndex()
+{
+    items_.clear();
+    if (!fs::exists(directory_ / "_index.xml")) {
+        Fault("an open leaves an index", "none there");
+        return false;
+    }
+    const std::string bytes = test::ReadFileBytes(directory_ / "_index.xml");
+    test::PlainIndex index;
+    const test::PlainOutcome outcome = test::PlainLoad(index, bytes, {});
+    if (outcome.result != 3) {
+        Fault("the index file is whole", outcome.fault);
+        return false;
+    }
+    OwnRecord record(FolderName(folder_));
+    StoreIndex_Open(&record, kWithNoLookAtTheMark);
+    const std::string plain = test::Describe(outcome, index);
+    const std::string library = test::Describe(record.Table.LoadLevel, outcome.fault, record.Table);
+    if (plain != library) Fault("the library reads what is in the file", "plain " + plain + " library " + library);
+    headerUid_ = index.lastUid;
+    uint32_t uidBefore = 0;
+    for (const auto& item : index.sequence) {
+        const std::string name = FieldOf(*item, "ID");
+        const uint32_t uid = test::PlainUnsigned(FieldOf(*item, "UID"), 10);
+        if (uid <= uidBefore) Fault("UIDs are in order", name + " with " + std::to_string(uid) + " behind " + std::to_string(uidBefore));
+        uidBefore = uid;
+        if (uid > headerUid_)
+            Fault("LASTUID is the highest", name + " with " + std::to_string(uid) + " above " + std::to_string(headerUid_));
+        if (!items_.emplace(name, ListedItem{uid, FieldOf(*item, "FLAGSTATUS"), FieldOf(*item, "READ") == "1"}).second)
+            Fault("no ID stands twice", name);
+        const std::string size = std::to_string(LetterBytes(name).size());
+        if (FieldOf(*item, "SUBJECT") != LetterSubject(name) || FieldOf(*item, "FROM").find(LetterSender(name)) == std::string::npos ||
+            FieldOf(*item, "SIZE") != size)
+            Fault("no element is written over in part",
+                  name + ": " + FieldOf(*item, "SUBJECT") + " | " + FieldOf(*item, "FROM") + " | " + FieldOf(*item, "SIZE"));
+    }
+    return true;
+}
+
+// ---- What is listed ----
+
+void FolderOracle::CheckListing()
+{
+    std::set<std::string> missing;
+    for (const std::string& name : files_)
+        if (items_.count(name) == 0) missing.insert(name);
+    if (missing.empty()) return;
+    for (const std::string& name : missing) {
+        const bool cut = std::any_of(history_->deliveries.begin(), history_->deliveries.end(),
+                                     [&](const Delivery& delivery) { return delivery.id == name && !delivery.ended; });
+        if (cut)
+            Allow(Allowance::FileWithoutMark);
+        else if (damaged_)
+            Allow(Allowance::FileUnlistedByDamage);
+        else if (AnyCutSession())
+            Allow(Allowance::MarkDiedWithItsTaker);
+        else
+            Fault("an open by the rules lists every file", name + " is not listed");
+    }
+    OpenMarked();
+    if (!ReadIndex()) return;
+    for (const std::string& name : missing)
+        if (items_.count(name) == 0) Fault("an open of a marked folder lists every file", name + " is not listed");
+}
+
+void FolderOracle::CheckGhosts()
+{
+    for (const auto& [name, item] : items_) {
+        if (files_.count(name) != 0) continue;
+        const auto known = fates_.find(name);
+        const auto removal =
+            std::find_if(history_->removals.begin(), history_->removals.end(), [&](const Removal& r) { return r.id == name; });
+        const bool removedBefore = before_.count(name) != 0 && known != fates_.end() && known->second == Fate::Gone;
+        if (removal != history_->removals.end() ? !removal->withItem || !removal->ended : removedBefore)
+            Allow(Allowance::ItemOfAFileThatWent);
+        else if (removal != history_->removals.end() && (AnyOlderLoadSaved() || AnyCutSession() || damaged_))
+            Allow(Allowance::ItemBroughtBack);
+        else
+            Fault("no item is listed that has no file", name);
+    }
+}
+
+// Whether an index was saved from a load that was no longer the newest state of the folder.
+bool FolderOracle::AnyOlderLoadSaved() const
+{
+    for (const Session& session : history_->sessions) {
+        if (session.underBlock || session.saves.empty()) continue;
+        for (const Session& other : history_->sessions)
+            if (&other != &session && other.loadBegin < session.LastWrite() && other.close > session.loadBegin) return true;
+    }
+    return false;
+}
+
+// ---- UIDs ----
+
+void FolderOracle::CheckUids()
+{
+    if (headerUid_ < lastUid_) {
+        if (damaged_)
+            Allow(Allowance::UidAfterDamage);
+        else
+            Fault("LASTUID never falls", std::to_string(lastUid_) + " before, " + std::to_string(headerUid_) + " now");
+    }
+    lastUid_ = headerUid_;
+    // What the damage took back may be given again at any later time.
+    if (damaged_) uids_.erase(uids_.upper_bound(headerUid_), uids_.end());
+
+    const auto take = [&](uint32_t uid, const std::string& name, const std::string& witness) {
+        const auto [known, added] = uids_.emplace(uid, name);
+        if (added || known->second == name) return;
+        if (damaged_)
+            Allow(Allowance::UidAfterDamage);
+        else
+            Fault("no UID is given twice", std::to_string(uid) + " was " + known->second + " and is " + name + " for " + witness);
+        known->second = name;
+    };
+    for (const Sighting& sighting : history_->sightings)
+        if (!damaged_ || sighting.uid <= headerUid_) take(sighting.uid, sighting.id, "process " + std::to_string(sighting.process));
+    for (const auto& [name, item] : items_) take(item.uid, name, "the index file");
+
+    for (const auto& [name, item] : before_) {
+        const auto now = items_.find(name);
+        if (now == items_.end() || now->second.uid == item.uid) continue;
+        if (damaged_)
+            Allow(Allowance::UidAfterDamage);
+        else
+            Fault("a message keeps its UID", name + " had " + std::to_string(item.uid) + " and has " + std::to_string(now->second.uid));
+    }
+    std::map<std::string, std::set<uint32_t>> uidsOf;
+    for (const Sighting& sighting : history_->sightings) uidsOf[sighting.id].insert(sighting.uid);
+    for (auto& [name, uids] : uidsOf) {
+        if (uids.size() < 2) continue;
+        if (damaged_)
+            Allow(Allowance::UidAfterDamage);
+        else if (AnyOlderLoadSaved())
+            Allow(Allowance::NewUidAfterOlderLoad);
+        else
+            Fault("a message keeps its UID", name + " had " + std::to_string(*uids.begin()) + " and " + std::to_string(*uids.rbegin()));
+    }
+}
+
+// ---- The rebuild ----
+
+void FolderOracle::Rebuild()
+{
+    const std::map<std::string, ListedItem> listed = items_;
+    test::WriteFileBytes(directory_ / "_CHANGE.DTY", "to be rebuilt");
+    {
+        OwnRecord record(FolderName(folder_));
+        if (StoreIndex_Open(&record, kRebuildIfMarked) != 1) Fault("a folder at rest can be rebuilt", "it did not load");
+    }
+    if (!ReadIndex()) return;
+    for (const std::string& name : files_)
+        if (items_.count(name) == 0) Fault("a rebuild lists every file", name);
+    for (const auto& [name, item] : items_) {
+        if (files_.count(name) == 0) Fault("a rebuild lists nothing but files", name);
+        const auto known = listed.find(name);
+        if (known != listed.end() && (known->second.uid != item.uid || known->second.flags != item.flags))
+            Fault("a rebuild keeps UIDs and flags", name);
+    }
+    if (fs::exists(directory_ / "_CHANGE.DTY")) Fault("a rebuild takes the mark away", "_CHANGE.DTY");
+    if (headerUid_ < lastUid_) Fault("LASTUID never falls", std::to_string(lastUid_) + " before the rebuild");
+    before_ = items_;
+}
+
+}  // namespace velmora::torture

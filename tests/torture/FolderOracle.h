@@ -1,0 +1,77 @@
+// Judges one folder: what is in it, against what the journals say. The folder is at rest while it is judged.
+#ifndef VELMORA_TESTS_TORTURE_FOLDERORACLE_H
+#define VELMORA_TESTS_TORTURE_FOLDERORACLE_H
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/torture/Allowances.h"
+#include "tests/torture/History.h"
+
+namespace velmora::torture {
+
+// A message as the index has it.
+struct ListedItem {
+    uint32_t uid = 0;
+    std::string flags;
+    bool read = false;
+};
+
+class FolderOracle {
+public:
+    // `mailRoot` and `folder` say where it is. `shared`: whether the threads of a process share their folders.
+    FolderOracle(const std::string& mailRoot, uint32_t folder, AllowanceCounts& counts);
+
+    // Checks the folder, with one open by the rules and, if asked for, a rebuild. The faults that were found, one text each.
+    std::vector<std::string> Check(const History& history, bool rebuild);
+
+private:
+    enum class Fate { There, MayBeThere, Gone };
+
+    void FollowFiles();
+    void CheckHolds();
+    void OpenByTheRules();
+    void OpenMarked();
+    bool ReadIndex();
+    void CheckListing();
+    void CheckGhosts();
+    void CheckUids();
+    void CheckFlags();
+    void CheckRead(const std::string& id);
+    void Rebuild();
+
+    bool LostFlagIsAllowed(const FlagSet& set);
+    const Save* SaveOf(const FlagSet& set) const;
+    int64_t WriteBegin(const FlagSet& set) const;
+    bool AnyOlderLoadSaved() const;
+    bool AnyCutSession() const;
+    void Allow(Allowance allowance) { counts_.Use(allowance); }
+    void Fault(const std::string& rule, const std::string& evidence);
+
+    const std::string mailRoot_;
+    const uint32_t folder_;
+    const std::filesystem::path directory_;
+    AllowanceCounts& counts_;
+
+    // What is known from one check to the next.
+    std::map<std::string, Fate> fates_;
+    std::map<std::string, ListedItem> before_;
+    std::map<uint32_t, std::string> uids_;
+    uint32_t lastUid_ = 0;
+
+    // One check.
+    const History* history_ = nullptr;
+    std::vector<std::string> faults_;
+    std::set<std::string> files_;
+    std::map<std::string, ListedItem> items_;
+    uint32_t headerUid_ = 0;
+    bool damaged_ = false;
+};
+
+}  // namespace velmora::torture
+
+#endif

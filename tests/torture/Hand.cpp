@@ -1,0 +1,409 @@
+#include "tests/torture/Hand.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <thread>
+
+#include "common/Text.h"
+#include "frame/Logging.h"
+#include "index/CachedDetails.h"
+#include "index/IndexTable.h"
+#include "index/StoreIndexLife.h"
+#include "items/MailScan.h"
+#include "tests/support/TestStore.h"
+#include "tests/torture/Letter.h"
+#include "tests/torture/OwnRecord.h"
+#include "velmora/folder.h"
+#include "velmora/index.h"
+#include "velmora/item.h"
+#include "velmora/locks.h"
+#include "velmora/status.h"
+
+namespace velmora::torture {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// What the library's log said on this thread.
+struct Heard {
+    bool failedSave = false;
+    bool scan = false;
+    bool damage = false;
+};
+thread_local Heard heard;
+
+void HearLine(uint32_t, const char* text)
+{
+    const std::string_view line(text);
+    if (line.find("Unable to save index") != line.npos || line.find("Failed to commit index") != line.npos) heard.failedSave = true;
+    if (line.find("Performing StoreIndex_Scan(") != line.npos) heard.scan = true;
+}
+
+void HearTrace(const char* text)
+{
+    if (std::string_view(text).starts_with("Failed to deserialise index: ")) heard.damage = true;
+}
+
+std::string PropertyOfCurrentItem(const char* name)
+{
+    void* value = nullptr;
+    uint64_t size = 0;
+    std::string text;
+    if (StoreItem_GetProperty(name, &value, &size) == 2) text = static_cast<const char*>(value);
+    StoreItem_FreeProperty(value);
+    return text;
+}
+
+}  // namespace
+
+void ListenToTheLibrary()
+{
+    Hooks().storeLog = HearLine;
+    Hooks().debugTrace = HearTrace;
+}
+
+Hand::Hand(const Plan& plan, uint32_t thread, Journal& journal)
+    : plan_(plan), thread_(thread), journal_(journal), dice_(plan.seed * 1000003 + plan.process * 131 + thread)
+{
+}
+
+void Hand::DoSomething()
+{
+    static constexpr struct {
+        void (Hand::*deed)();
+        uint32_t weight;
+    } kMix[] = {
+        {&Hand::WorkInOpenFolder, 34},   {&Hand::WorkOnRecord, 24}, {&Hand::Drop, 10},      {&Hand::DeliverInTransaction, 8},
+        {&Hand::RemoveInTransaction, 6}, {&Hand::RemoveFile, 2},    {&Hand::Rescan, 4},     {&Hand::Mark, 2},
+        {&Hand::ReadCounts, 8},          {&Hand::HoldBlock, 3},     {&Hand::HoldByName, 1},
+    };
+    uint32_t total = 0;
+    for (const auto& entry : kMix) total += entry.weight;
+    // Half of the time everybody is after the same folder.
+    folder_ = dice_.OneIn(2) ? 0 : dice_.Below(plan_.folders);
+    if (++deeds_ > 20 && dice_.OneIn(15)) Sabotage();
+    uint32_t chance = dice_.Below(total);
+    for (const auto& entry : kMix) {
+        if (chance < entry.weight) {
+            (this->*entry.deed)();
+            break;
+        }
+        chance -= entry.weight;
+    }
+    HeardFailure();
+    if (dice_.OneIn(3)) Pause(4);
+}
+
+void Hand::Write(Deed deed, const std::string& id, uint32_t number, const std::string& text)
+{
+    journal_.Write(thread_, deed, folder_, id, number, text);
+}
+
+bool Hand::HeardFailure()
+{
+    const Heard now = heard;
+    heard = {};
+    if (now.scan) Write(Deed::Scan);
+    if (now.damage) Write(Deed::Damage);
+    return now.failedSave;
+}
+
+void Hand::Pause(uint32_t mostMs) { std::this_thread::sleep_for(std::chrono::microseconds(dice_.Below(mostMs * 1000 + 1))); }
+
+// ---- Flags ----
+
+std::string Hand::NewFlags()
+{
+    return FormatText("\\RECENT \\V%u-%u-%u", static_cast<unsigned>(plan_.process), thread_, ++flags_) + std::string(dice_.Below(60), 'v');
+}
+
+void Hand::WorkInOpenFolder()
+{
+    Write(Deed::OpenBegin);
+    const bool opened = StoreFolder_Open(kPostoffice, kMailbox, Name().c_str(), 0, 0) == 1;
+    HeardFailure();
+    Write(Deed::OpenEnd, {}, opened);
+    if (!opened) {
+        Write(Deed::Close);
+        return;
+    }
+    const std::vector<std::string> names = WalkOpenFolder();
+    const uint32_t rounds = names.empty() ? 0 : dice_.Below(3);
+    for (uint32_t round = 0; round < rounds; ++round) {
+        SetFlagsInOpenFolder(names);
+        if (dice_.OneIn(3)) Pause(10);
+        SaveOpenFolder();
+    }
+    StoreFolder_Close();
+    Write(Deed::Close);
+}
+
+std::vector<std::string> Hand::WalkOpenFolder()
+{
+    std::vector<std::string> names;
+    std::set<std::string> distinct;
+    for (uint64_t more = StoreFolder_FindFirstItem(); more == 1; more = StoreFolder_FindNextItem()) {
+        const std::string name = PropertyOfCurrentItem("VL_ITEM_ID");
+        const std::string subject = PropertyOfCurrentItem("PR_SUBJECT");
+        PropertyOfCurrentItem("PR_VL_SIZE");
+        // Another thread of a shared folder may have loaded it anew; there is no current item then.
+        if (name.empty() || subject.empty()) continue;
+        CheckSubject(name, subject);
+        if (!distinct.insert(name).second) Fault("a walk comes by " + name + " twice");
+        names.push_back(name);
+    }
+    return names;
+}
+
+void Hand::CheckSubject(const std::string& name, const std::string& subject)
+{
+    if (subject != LetterSubject(name)) Fault("the item " + name + " has the subject " + subject);
+}
+
+void Hand::SetFlagsInOpenFolder(const std::vector<std::string>& names)
+{
+    for (uint32_t count = 1 + dice_.Below(3); count > 0; --count) {
+        const std::string& name = names[dice_.Below(names.size())];
+        // By the current item: a name would make an item for a message that has gone meanwhile.
+        if (StoreFolder_SelectItem(name.c_str()) != 1) continue;
+        const std::string flags = NewFlags();
+        Write(Deed::Set, name, 0, flags);
+        StoreItem_SetProperty(nullptr, "PR_VL_FLAGSTATUS", flags.c_str());
+        StoreItem_SetProperty(nullptr, "PR_VL_READ", "1");
+    }
+}
+
+void Hand::SaveOpenFolder()
+{
+    Write(Deed::SaveBegin);
+    StoreFolder_Save(0);
+    Write(Deed::SaveEnd, {}, HeardFailure() ? 0 : 1);
+}
+
+// ---- Records of a host's own ----
+
+bool Hand::OpenRecord(STOREINDEXTYPE& record, uint32_t mode)
+{
+    Write(Deed::OpenBegin);
+    const bool opened = StoreIndex_Open(&record, mode) == 1;
+    HeardFailure();
+    Write(Deed::OpenEnd, {}, opened);
+    return opened;
+}
+
+std::vector<std::string> Hand::WalkRecord(STOREINDEXTYPE& record)
+{
+    std::vector<IndexItemPropertyContainer*> items;
+    ListByUID(record.Table, items);
+    std::vector<std::string> names;
+    uint32_t before = 0;
+    for (const IndexItemPropertyContainer* const item : items) {
+        const std::string name(item->Id());
+        std::string subject;
+        item->GetText("SUBJECT", subject);
+        CheckSubject(name, subject);
+        if (item->Uid() <= before) Fault("the UID of " + name + " does not rise");
+        before = item->Uid();
+        if (seen_.emplace(Name() + name, before).second) Write(Deed::Seen, name, before);
+        names.push_back(name);
+    }
+    if (before > record.Table.LastUID) Fault("the UID " + std::to_string(before) + " is above LASTUID");
+    return names;
+}
+
+void Hand::WorkOnRecord()
+{
+    static constexpr uint32_t kModes[] = {1, 1, 1, 4, 5, 6};
+    OwnRecord record(Name());
+    if (OpenRecord(record, kModes[dice_.Below(std::size(kModes))])) {
+        const std::vector<std::string> names = WalkRecord(record);
+        const uint32_t rounds = names.empty() ? 0 : dice_.Below(3);
+        for (uint32_t round = 0; round < rounds; ++round) {
+            const std::string& name = names[dice_.Below(names.size())];
+            IndexItemPropertyContainer* const item = FindLoadedItem(record.Table, name);
+            if (!item) break;
+            const std::string flags = NewFlags();
+            Write(Deed::Set, name, 0, flags);
+            SetItemProperty(*item, kFlagStatus, flags);
+            SetItemProperty(*item, kRead, "1");
+            record.Changed = 1;
+            Write(Deed::SaveBegin);
+            const bool saved = StoreIndex_Save(&record) == 1;
+            Write(Deed::SaveEnd, {}, saved);
+            HeardFailure();
+        }
+    }
+    Write(Deed::Close);
+}
+
+void Hand::Rescan()
+{
+    OwnRecord record(Name());
+    if (OpenRecord(record, 2)) WalkRecord(record);
+    Write(Deed::Close);
+}
+
+// ---- Messages that come and go ----
+
+std::vector<std::string> Hand::Files()
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator entry(FolderDirectory(plan_.mailRoot, folder_), error), end; entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (name.ends_with(".MAI") && !name.starts_with('_')) names.push_back(name);
+    }
+    return names;
+}
+
+void Hand::PutFile(const std::string& name)
+{
+    const fs::path directory = FolderDirectory(plan_.mailRoot, folder_);
+    const fs::path temporary = directory / ("_" + name + ".tmp");
+    test::WriteFileBytes(temporary, LetterBytes(name));
+    fs::rename(temporary, directory / name);
+}
+
+// As any program marks a folder. On some systems a flag that somebody is just deleting cannot be written.
+void Hand::MarkChanged()
+{
+    const fs::path flag = FolderDirectory(plan_.mailRoot, folder_) / "_CHANGE.DTY";
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        try {
+            test::WriteFileBytes(flag, "changed");
+            Write(Deed::Mark);
+            return;
+        } catch (const std::exception&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    Fault("the folder cannot be marked");
+}
+
+void Hand::Drop()
+{
+    if (IsFull()) return RemoveFile();
+    const std::string name = LetterName(plan_.process, thread_, ++letters_);
+    Write(Deed::DropBegin, name);
+    PutFile(name);
+    MarkChanged();
+    Write(Deed::DropEnd, name);
+    if (dice_.OneIn(2)) WorkInOpenFolder();
+}
+
+void Hand::RemoveFile()
+{
+    const std::vector<std::string> names = Files();
+    if (names.size() < kMostFiles / 2) return;
+    const std::string& name = names[dice_.Below(names.size())];
+    Write(Deed::RemoveBegin, name, 0, "file");
+    std::error_code error;
+    // Whoever reads the message keeps it from being removed on some systems.
+    const bool gone = fs::remove(FolderDirectory(plan_.mailRoot, folder_) / name, error) || !error;
+    Write(Deed::RemoveEnd, name, gone);
+    MarkChanged();
+}
+
+void Hand::Mark() { MarkChanged(); }
+
+// ---- Transactions ----
+
+bool Hand::BeginTransaction(STOREINDEXTYPE& record, int32_t level)
+{
+    Write(Deed::OpenBegin);
+    const bool begun = StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, Name().c_str(), 1, transaction_, level) == 1;
+    HeardFailure();
+    if (begun) Write(Deed::HoldBegin);
+    Write(Deed::OpenEnd, {}, begun);
+    if (!begun) Write(Deed::Close);
+    return begun;
+}
+
+bool Hand::EndTransaction(STOREINDEXTYPE& record)
+{
+    Write(Deed::SaveBegin);
+    Write(Deed::HoldEnd);
+    StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
+    const bool saved = !HeardFailure();
+    Write(Deed::SaveEnd, {}, saved);
+    Write(Deed::Close);
+    return saved;
+}
+
+void Hand::DeliverInTransaction()
+{
+    if (IsFull()) return RemoveInTransaction();
+    OwnRecord record(Name());
+    if (!BeginTransaction(record, 1)) return;
+    const std::string name = LetterName(plan_.process, thread_, ++letters_);
+    Write(Deed::DropBegin, name);
+    PutFile(name);
+    const std::string path = record.Path;
+    uint32_t nextUid = record.Table.LastUID;
+    const ListedFile file{name, static_cast<uint32_t>(LetterBytes(name).size()), 0};
+    const bool added = AddMessageItem(record.Table, path, file, GetFolderUniqueId(path), nextUid) == 1;
+    if (!EndTransaction(record) || !added) MarkChanged();
+    Write(Deed::DropEnd, name);
+}
+
+void Hand::RemoveInTransaction()
+{
+    OwnRecord record(Name());
+    if (!BeginTransaction(record, 3)) return;
+    const std::vector<std::string> names = WalkRecord(record);
+    std::string name;
+    if (names.size() > kMostFiles / 2) {
+        name = names[dice_.Below(names.size())];
+        Write(Deed::RemoveBegin, name, 0, "item");
+        std::error_code error;
+        const bool gone = fs::remove(FolderDirectory(plan_.mailRoot, folder_) / name, error) || !error;
+        if (gone) RemoveItems(record.Table, name.c_str());
+        Write(Deed::RemoveEnd, name, gone);
+    }
+    EndTransaction(record);
+}
+
+// ---- Counts and locks ----
+
+void Hand::ReadCounts()
+{
+    uint32_t details[VELMORA_STATUS_WORDS] = {};
+    if (GetCachedStatus(kPostoffice, kMailbox, Name().c_str(), details) != 1) return;
+    if (details[VELMORA_STATUS_ITEMS] > 100000 || details[VELMORA_STATUS_SEEN] > details[VELMORA_STATUS_ITEMS])
+        Fault("the cached counts are " + std::to_string(details[VELMORA_STATUS_ITEMS]) + " and " +
+              std::to_string(details[VELMORA_STATUS_SEEN]));
+}
+
+bool Hand::TakeBlock(uint32_t keepHandle, void*& handle)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(dice_.Below(200));
+    while (WaitForAccessToIndexFileEx(BlockPath().c_str(), keepHandle, &handle) != 1) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+void Hand::HoldBlock()
+{
+    void* handle = nullptr;
+    if (!TakeBlock(1, handle)) return;
+    Write(Deed::HoldBegin);
+    Pause(dice_.OneIn(10) ? 1500 : 20);
+    Write(Deed::HoldEnd);
+    UnBlockIndexFileAccessEx(BlockPath().c_str(), 1, &handle);
+}
+
+// Anybody may delete such a block, so nothing is done under it.
+void Hand::HoldByName()
+{
+    void* handle = nullptr;
+    if (!TakeBlock(0, handle)) return;
+    Pause(20);
+    UnBlockIndexFileAccessEx(BlockPath().c_str(), 0, &handle);
+}
+
+}  // namespace velmora::torture

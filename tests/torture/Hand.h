@@ -1,0 +1,90 @@
+// One thread of a worker: it does one thing after another to the store, and writes down what it began and what it was told.
+#ifndef VELMORA_TESTS_TORTURE_HAND_H
+#define VELMORA_TESTS_TORTURE_HAND_H
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/index/Dice.h"
+#include "tests/torture/Journal.h"
+#include "tests/torture/Plan.h"
+#include "velmora/index_records.h"
+
+namespace velmora::torture {
+
+class Hand {
+public:
+    Hand(const Plan& plan, uint32_t thread, Journal& journal);
+
+    // One deed of the mix, from its beginning to its end: nothing is open or held between two of them.
+    void DoSomething();
+
+private:
+    // The deeds. Each works on `folder_`.
+    void WorkInOpenFolder();
+    void WorkOnRecord();
+    void Drop();
+    void DeliverInTransaction();
+    void RemoveInTransaction();
+    void RemoveFile();
+    void Rescan();
+    void Mark();
+    void ReadCounts();
+    void HoldBlock();
+    void HoldByName();
+
+    // Faults on purpose; see Sabotage.cpp.
+    void Sabotage();
+    void LoseFile();
+    void DuplicateUid();
+    void TearElement();
+    void ForgetFlag();
+
+    void Write(Deed deed, const std::string& id = {}, uint32_t number = 0, const std::string& text = {});
+    void Fault(const std::string& text) { Write(Deed::Fault, {}, 0, text); }
+    // What the library's log said on this thread since the last call goes into the journal; true when a save failed.
+    bool HeardFailure();
+    void Pause(uint32_t mostMs);
+
+    std::vector<std::string> WalkOpenFolder();
+    void SetFlagsInOpenFolder(const std::vector<std::string>& names);
+    void SaveOpenFolder();
+    bool OpenRecord(STOREINDEXTYPE& record, uint32_t mode);
+    std::vector<std::string> WalkRecord(STOREINDEXTYPE& record);
+    void CheckSubject(const std::string& name, const std::string& subject);
+    bool BeginTransaction(STOREINDEXTYPE& record, int32_t level);
+    bool EndTransaction(STOREINDEXTYPE& record);
+    bool TakeBlock(uint32_t keepHandle, void*& handle);
+    // The message files of the folder.
+    std::vector<std::string> Files();
+    bool IsFull() { return Files().size() >= kMostFiles; }
+    std::string NewFlags();
+    void PutFile(const std::string& name);
+    void MarkChanged();
+    std::string Path() const { return FolderDirectory(plan_.mailRoot, folder_).string(); }
+    std::string BlockPath() const { return Path() + "\\_index.blk"; }
+    std::string Name() const { return FolderName(folder_); }
+
+    static constexpr size_t kMostFiles = 40;
+
+    const Plan& plan_;
+    const uint32_t thread_;
+    Journal& journal_;
+    test::Dice dice_;
+    uint32_t folder_ = 0;
+    uint32_t letters_ = 0;
+    uint32_t flags_ = 0;
+    uint32_t deeds_ = 0;
+    void* transaction_ = nullptr;
+    std::set<std::pair<std::string, uint32_t>> seen_;  // what is in the journal already
+};
+
+// Puts the library's log into the hands of the threads. Once, before the first of them.
+void ListenToTheLibrary();
+
+}  // namespace velmora::torture
+
+#endif

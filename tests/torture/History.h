@@ -1,0 +1,93 @@
+// What happened to one folder between two checks, put together from the journals of all processes.
+#ifndef VELMORA_TESTS_TORTURE_HISTORY_H
+#define VELMORA_TESTS_TORTURE_HISTORY_H
+
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/torture/Journal.h"
+
+namespace velmora::torture {
+
+inline constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
+
+struct Save {
+    int64_t begin = 0;
+    int64_t end = kNever;  // of one that its process did not live to see
+    bool told = false;     // that it succeeded
+};
+
+struct FlagSet {
+    std::string id, flags;
+    int64_t time = 0;
+    size_t session = 0;
+    size_t save = 0;  // the first one behind it in its session; there may be none
+};
+
+// One thread's work on one loaded copy of the folder.
+struct Session {
+    uint64_t process = 0;
+    uint32_t thread = 0;
+    int64_t loadBegin = 0;
+    int64_t loadEnd = kNever;
+    int64_t close = kNever;
+    bool underBlock = false;  // load and save under one block
+    std::vector<Save> saves;
+
+    // Whether the process died in it.
+    bool IsCut() const { return close == kNever; }
+    // The last moment at which it may have written the index.
+    int64_t LastWrite() const { return saves.empty() ? std::numeric_limits<int64_t>::min() : saves.back().end; }
+};
+
+struct Hold {
+    uint64_t process = 0;
+    uint32_t thread = 0;
+    int64_t begin = 0;
+    int64_t end = 0;  // the begin, when its process died with it
+};
+
+struct Removal {
+    std::string id;
+    bool withItem = false;
+    bool ended = false;
+    bool told = false;
+    int64_t begin = 0;
+    int64_t end = kNever;
+};
+
+struct Delivery {
+    std::string id;
+    bool ended = false;
+    int64_t begin = 0;
+    int64_t end = kNever;
+};
+
+struct Sighting {
+    std::string id;
+    uint32_t uid = 0;
+    uint64_t process = 0;
+};
+
+struct History {
+    std::vector<Session> sessions;
+    std::vector<FlagSet> sets;
+    std::vector<Hold> holds;
+    std::vector<Removal> removals;
+    std::vector<Delivery> deliveries;
+    std::vector<Sighting> sightings;
+    std::vector<int64_t> scans;  // when they had ended
+    std::vector<int64_t> marks;  // of the folder as changed
+    bool damaged = false;        // an index did not load
+    std::vector<std::string> faults;
+};
+
+// By folder. `records` are those of one process after another, each in its order.
+std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records);
+
+}  // namespace velmora::torture
+
+#endif

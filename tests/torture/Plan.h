@@ -1,0 +1,43 @@
+// What a run does, as its arguments say: the same for the driver and for the workers that it starts.
+#ifndef VELMORA_TESTS_TORTURE_PLAN_H
+#define VELMORA_TESTS_TORTURE_PLAN_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmora::torture {
+
+struct Plan {
+    uint64_t seed = 0;       // 0: one of the driver's own choice, which it prints
+    uint64_t seconds = 20;   // of fighting; the checks come on top
+    uint64_t processes = 4;  // that fight at once
+    uint64_t threads = 2;    // in each
+    uint64_t folders = 8;    // that they fight for
+    uint64_t kills = 60;     // a minute; 0 for none
+    uint64_t haste = 1;      // the library's waits are divided by this
+    uint64_t backup = 1;     // whether the store keeps backups of its indexes
+    uint64_t keep = 0;       // 1: the store stays, whatever the result
+    std::string sabotage;    // a fault that one worker commits on purpose, for the oracle to find
+    std::string worker;      // not empty in a worker: where its journal goes
+    std::string mailRoot;    // of the driver's store
+    uint64_t process = 0;    // a worker's number, unique in the run
+};
+
+// Reads `--name=value`, and `--name` alone for 1. Throws std::runtime_error with what is wrong.
+Plan ParsePlan(int argc, char** argv);
+
+// The arguments of one worker of the plan.
+std::vector<std::string> WorkerArguments(const Plan& plan, uint64_t process, const std::filesystem::path& journal);
+
+std::string Usage();
+
+inline constexpr char kPostoffice[] = "po";
+inline constexpr char kMailbox[] = "box";
+std::string FolderName(uint32_t folder);
+std::filesystem::path FolderDirectory(const std::string& mailRoot, uint32_t folder);
+
+}  // namespace velmora::torture
+
+#endif
