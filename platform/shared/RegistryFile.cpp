@@ -169,13 +169,16 @@ private:
         inKey_ = true;
     }
 
+    // The key and all below it, which stand together.
     void RemoveKey(std::string_view path)
     {
-        std::erase_if(contents_.keys, [&](const auto& key) {
-            const std::string_view name = key.first;
-            return name.size() >= path.size() && EqualBytesNoCase(name.substr(0, path.size()), path) &&
-                   (name.size() == path.size() || name[path.size()] == '\\');
-        });
+        RegistryKeys& keys = contents_.keys;
+        if (const auto key = keys.find(path); key != keys.end()) keys.erase(key);
+        const std::string below = std::string(path) + '\\';
+        const auto first = keys.lower_bound(std::string_view(below));
+        auto last = first;
+        while (last != keys.end() && EqualBytesNoCase(std::string_view(last->first).substr(0, below.size()), below)) ++last;
+        keys.erase(first, last);
     }
 
     void ReadValue(std::string_view line)
@@ -321,6 +324,8 @@ RegistryContents ParseRegistryFile(std::string_view bytes)
     if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
     return Parser(bytes).Run();
 }
+
+RegistryContents UnreadableRegistryFile() { return {{}, RegistryFault{1, "the file cannot be read, or is larger than 16 MB"}}; }
 
 bool HasRegistryKey(const RegistryKeys& keys, std::string_view path)
 {

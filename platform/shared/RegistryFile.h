@@ -57,6 +57,10 @@ struct RegistryContents {
 
 RegistryContents ParseRegistryFile(std::string_view bytes);
 
+// What a file holds that cannot be read, or is longer than kLargestRegistryFile bytes: nothing, and a fault that says so.
+inline constexpr size_t kLargestRegistryFile = 16 * 1024 * 1024;
+RegistryContents UnreadableRegistryFile();
+
 // Whether the key is there: named itself, or a key below it is.
 bool HasRegistryKey(const RegistryKeys& keys, std::string_view path);
 

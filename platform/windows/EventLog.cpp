@@ -7,15 +7,21 @@
 
 namespace {
 
-// One line by one call, at the end of the file.
+// One line by one call, at the end of the file. Writers keep apart by a lock on a byte that no file reaches: where the
+// system finds the end first and then writes, as Wine does, two would write at one place. Closing the file unlocks it.
 BOOL AppendToFile(const char* path, const std::string& line)
 {
-    const HANDLE file = CreateFileA(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileA(path, FILE_APPEND_DATA | FILE_READ_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return FALSE;
+    OVERLAPPED place{};
+    place.OffsetHigh = 0x7FFFFFFF;
     DWORD done = 0;
-    const BOOL written = WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &done, nullptr);
+    const BOOL written = LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place) &&
+                         WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &done, nullptr);
+    const DWORD error = GetLastError();
     CloseHandle(file);
+    SetLastError(error);
     return written;
 }
 

@@ -73,8 +73,11 @@ std::shared_ptr<const RegistryKeys> ReadKeys(const std::string& file)
 {
     std::ifstream in(file, std::ios::binary);
     if (!in) return std::make_shared<const RegistryKeys>();
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    RegistryContents contents = ParseRegistryFile(bytes);
+    std::string bytes;
+    char piece[16 * 1024];
+    while (bytes.size() <= kLargestRegistryFile && (in.read(piece, sizeof(piece)), in.gcount() > 0))
+        bytes.append(piece, static_cast<size_t>(in.gcount()));
+    RegistryContents contents = bytes.size() > kLargestRegistryFile ? UnreadableRegistryFile() : ParseRegistryFile(bytes);
     if (contents.fault) {
         FileKeys& keys = TheFileKeys();
         std::lock_guard<std::mutex> hold(keys.lock);
@@ -87,6 +90,7 @@ std::shared_ptr<const RegistryKeys> ReadKeys(const std::string& file)
 
 LSTATUS OpenInFile(FileKey place, bool always, LPCSTR subKey, PHKEY opened)
 {
+    *opened = nullptr;
     AppendRegistryPath(place.path, subKey ? subKey : "");
     place.keys = ReadKeys(place.file);
     if (!always && !HasRegistryKey(*place.keys, place.path)) return ERROR_FILE_NOT_FOUND;
@@ -110,7 +114,6 @@ LSTATUS SeamedRegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD options, REGSAM acces
     if (const auto parent = FileKeyOf(key)) return OpenInFile({parent->file, parent->path, nullptr}, false, subKey, opened);
     if (const Root* root = RootOf(key)) {
         if (std::string file = FileOf(*root); !file.empty()) {
-            *opened = nullptr;
             return OpenInFile({std::move(file), root->name, nullptr}, !subKey || !*subKey, subKey, opened);
         }
     }

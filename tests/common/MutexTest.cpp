@@ -86,18 +86,39 @@ TEST(Mutex, ANullNameMakesANewMutexAtEachCall)
 
 TEST(Mutex, ANameLeadsToTheOneMutexThatBearsIt)
 {
-    void* const first = OpenOrCreateMutex("velmora-test-named");
-    void* const second = OpenOrCreateMutex("velmora-test-named");
-    void* const other = OpenOrCreateMutex("velmora-test-other");
+    const std::string name = "velmora-test-named-" + std::to_string(GetCurrentProcessId());
+    void* const first = OpenOrCreateMutex(name.c_str());
+    void* const second = OpenOrCreateMutex(name.c_str());
+    void* const other = OpenOrCreateMutex((name + "-other").c_str());
+    void* const waiting = OpenMutexA(SYNCHRONIZE, FALSE, name.c_str());
     ASSERT_NE(first, nullptr);
     ASSERT_NE(second, nullptr);
+    ASSERT_NE(waiting, nullptr);
     {
         const HeldElsewhere held(first);
-        EXPECT_EQ(WaitOnHandle(second, kShortMs), WaitResult::TimedOut);
+        EXPECT_EQ(WaitOnHandle(waiting, kShortMs), WaitResult::TimedOut);
         EXPECT_TRUE(MutexLock(other, 0).Held());
     }
-    EXPECT_TRUE(MutexLock(second, 0).Held()) << "made not owned";
-    for (void* handle : {first, second, other}) CloseHandle(handle);
+    EXPECT_TRUE(MutexLock(waiting, 0).Held()) << "made not owned";
+    CloseHandle(first);
+    CloseHandle(waiting);
+    EXPECT_EQ(OpenMutexA(SYNCHRONIZE, FALSE, (name + "-none").c_str()), nullptr);
+    void* const still = OpenMutexA(SYNCHRONIZE, FALSE, name.c_str());
+    EXPECT_NE(still, nullptr) << "the second handle keeps it";
+    for (void* handle : {second, other, still}) CloseHandle(handle);
+}
+
+TEST(Mutex, OneThatIsThereIsOpenedWithoutTheRightToWait)
+{
+    const std::string name = "velmora-test-taken-" + std::to_string(GetCurrentProcessId());
+    void* const first = OpenOrCreateMutex(name.c_str());
+    void* const second = OpenOrCreateMutex(name.c_str());
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(WaitOnHandle(second, 0), WaitResult::Failed);
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(MutexLock(second, 0).Held());
+    EXPECT_TRUE(MutexLock(first, 0).Held());
+    for (void* handle : {first, second}) CloseHandle(handle);
 }
 
 TEST(WaitOnHandle, TellsAcquiredTimedOutAbandonedAndFailed)
@@ -197,11 +218,15 @@ TEST(xMutexLock, AnAbandonedMutexThrowsAndStaysWithTheThread)
 
 TEST(xMutexLock, AFailedWaitThrowsWithTheSystemError)
 {
-    void* const file = INVALID_HANDLE_VALUE;
-    const auto error = Thrown([&] { xMutexLock lock(file, 0); });
+    const std::string name = "velmora-test-refused-" + std::to_string(GetCurrentProcessId());
+    void* const mutex = CreateMutexA(nullptr, FALSE, name.c_str());
+    void* const mayNotWait = OpenMutexA(0, FALSE, name.c_str());
+    ASSERT_NE(mayNotWait, nullptr);
+    const auto error = Thrown([&] { xMutexLock lock(mayNotWait, 0); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->Message(), FormatText("Failed to lock mutex %p with error %u", file, unsigned{ERROR_INVALID_HANDLE}));
+    EXPECT_EQ(error->Message(), FormatText("Failed to lock mutex %p with error %u", mayNotWait, unsigned{ERROR_ACCESS_DENIED}));
     EXPECT_EQ(error->Line(), 86u);
+    for (void* handle : {mutex, mayNotWait}) CloseHandle(handle);
 }
 
 TEST(xMutexLock, AFailedReleaseThrows)

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tests/platform/PlatformTest.h"
+#include "tests/support/Wine.h"
 
 namespace velmora::test {
 
@@ -33,6 +34,8 @@ TEST_F(Find, StarDotStarIsEverything)
 
 TEST_F(Find, StarDotIsNoExtension)
 {
+    // Wine passes over the dot.
+    if (RunsUnderWine()) GTEST_SKIP() << "Wine gives every name for \"*.\"";
     MakeFile("plain");
     MakeFile("with.ext");
     MakeFile("two.dots.ext");
@@ -41,12 +44,23 @@ TEST_F(Find, StarDotIsNoExtension)
 
 TEST_F(Find, AnExtensionMatchesInAnyCase)
 {
-    for (const char* name : {"a.MAI", "b.mai", "c.mai.bak", "d.main", "mai", "e.x.Mai"}) MakeFile(name);
+    for (const char* name : {"a.MAI", "b.mai", "c.mai.bak", "d.mad", "mai", "e.x.Mai"}) MakeFile(name);
     EXPECT_EQ(Matches("*.MAI"), (Names{"a.MAI", "b.mai", "e.x.Mai"}));
+}
+
+TEST_F(Find, AQuestionMarkIsOneByte)
+{
+    for (const char* name : {"abc", "abcd", "abc.x"}) MakeFile(name);
+    EXPECT_EQ(Matches("???"), Names{"abc"});
+    EXPECT_EQ(Matches("a?c"), Names{"abc"});
+    EXPECT_EQ(Matches("???.x"), Names{"abc.x"});
+    EXPECT_EQ(Matches("?bc*"), (Names{"abc", "abc.x", "abcd"}));
 }
 
 TEST_F(Find, AQuestionMarkIsOneByteOrNoneAtTheEndOfAPart)
 {
+    // Wine has one meaning for it.
+    if (RunsUnderWine()) GTEST_SKIP() << "a question mark is always one byte under Wine";
     for (const char* name : {"a", "ab", "abc", "abcd", "ab.x", "abc.x"}) MakeFile(name);
     EXPECT_EQ(Matches("???"), (Names{"a", "ab", "abc"}));
     EXPECT_EQ(Matches("a?c"), Names{"abc"});
@@ -54,10 +68,16 @@ TEST_F(Find, AQuestionMarkIsOneByteOrNoneAtTheEndOfAPart)
     EXPECT_EQ(Matches("?bc*"), (Names{"abc", "abc.x", "abcd"}));
 }
 
-TEST_F(Find, ADotBeforeAWildcardMayBeTheEnd)
+TEST_F(Find, ADotBeforeAStarMayBeTheEnd)
 {
     for (const char* name : {"a", "a.b", "ab"}) MakeFile(name);
     EXPECT_EQ(Matches("a.*"), (Names{"a", "a.b"}));
+}
+
+TEST_F(Find, ADotBeforeAQuestionMarkMayBeTheEnd)
+{
+    if (RunsUnderWine()) GTEST_SKIP() << "a question mark is always one byte under Wine";
+    for (const char* name : {"a", "a.b", "ab"}) MakeFile(name);
     EXPECT_EQ(Matches("a.?"), (Names{"a", "a.b"}));
 }
 
@@ -134,6 +154,8 @@ uint64_t CreationOf(const std::string& path)
 
 TEST_F(Find, TheCreationTimeIsNotTheLastWrite)
 {
+    // Wine does not ask its file system for the birth time.
+    if (RunsUnderWine()) GTEST_SKIP() << "Wine gives the last write as the creation time";
     const std::string path = MakeFile("f", "text");
     const uint64_t created = CreationOf(path);
     const uint64_t hour = uint64_t{3600} * 10'000'000;
@@ -151,6 +173,7 @@ TEST_F(Find, TheCreationTimeIsNotTheLastWrite)
 
 TEST_F(Find, ADirectorysOwnCreationTimeDoesNotMoveWhenFilesComeAndGo)
 {
+    if (RunsUnderWine()) GTEST_SKIP() << "Wine gives the last write as the creation time";
     MakeDirectory("d");
     const std::string itself = At("d\\.");
     const uint64_t created = CreationOf(itself);
@@ -199,11 +222,11 @@ TEST_F(Find, WhatComesAndGoesDuringASearchDoesNotHarmIt)
     EXPECT_TRUE(Matches("f*").empty());
 }
 
-TEST_F(Find, AClosedSearchIs6)
+TEST_F(Find, ASearchThatFoundNothingIs6)
 {
     WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(At("*").c_str(), &found);
-    ASSERT_TRUE(FindClose(search));
+    const HANDLE search = FindFirstFileA(At("missing").c_str(), &found);
+    ASSERT_EQ(search, INVALID_HANDLE_VALUE);
     EXPECT_EQ(ErrorOf(FindNextFileA(search, &found)), ERROR_INVALID_HANDLE);
     EXPECT_EQ(ErrorOf(FindClose(search)), ERROR_INVALID_HANDLE);
 }

@@ -113,6 +113,19 @@ TEST(Mutexes, OneNameIsOneMutex)
     EXPECT_EQ(OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()), nullptr) << "it goes with its last handle";
 }
 
+TEST(Mutexes, OneThatIsOpenedWithoutTheRightToWaitIs5)
+{
+    const std::string name = "velmora-test-mutex-" + std::to_string(GetCurrentProcessId());
+    Opened made(CreateMutexA(nullptr, FALSE, name.c_str()));
+    Opened opened(OpenMutexA(0, FALSE, name.c_str()));
+    ASSERT_TRUE(opened.IsOpen());
+    EXPECT_EQ(WaitForSingleObject(opened.Get(), 0), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    Opened waiting(OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()));
+    EXPECT_EQ(WaitForSingleObject(waiting.Get(), 0), WAIT_OBJECT_0);
+    EXPECT_TRUE(ReleaseMutex(made.Get()));
+}
+
 TEST(Mutexes, OpeningOneWithoutANameFails)
 {
     EXPECT_EQ(OpenMutexA(0, FALSE, nullptr), nullptr);

@@ -1,5 +1,6 @@
 #include "tests/platform/PlatformTest.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
@@ -52,6 +53,12 @@ std::string PlatformTest::MakeDirectory(std::string_view name)
 {
     const std::string path = At(name);
     EXPECT_TRUE(CreateDirectoryA(path.c_str(), nullptr)) << path << " error " << GetLastError();
+    return path;
+}
+
+std::string Slashed(std::string path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
     return path;
 }
 

@@ -53,6 +53,9 @@ private:
     HANDLE handle_;
 };
 
+// A path with "/" between, as both systems' own programs and variables take it.
+std::string Slashed(std::string path);
+
 HANDLE OpenToRead(const std::string& path, DWORD share = kShareAll);
 HANDLE OpenToUpdate(const std::string& path, DWORD share = kShareAll);
 HANDLE CreateBlock(const std::string& path);  // CREATE_NEW with share mode 0

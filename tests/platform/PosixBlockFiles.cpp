@@ -1,11 +1,10 @@
-// Blocks between processes: one holder at a time, none deleted while held, and free when its holder was killed.
+// Blocks that many processes fight for, and the ways in which they are made.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 
 #include "platform/posix/OpenFiles.h"
 #include "tests/platform/PlatformTest.h"
@@ -20,57 +19,7 @@ using platform::Birth;
 using platform::Descriptor;
 using platform::PathText;
 
-class PosixBlockFiles : public PlatformTest {
-protected:
-    // A child that takes the block, tells so, and then sleeps until it is killed.
-    pid_t StartHolder(const std::string& path)
-    {
-        int ready[2];
-        EXPECT_EQ(pipe(ready), 0);
-        const pid_t child = StartProcess([&] {
-            const HANDLE block = CreateBlock(path);
-            const char answer = block == INVALID_HANDLE_VALUE ? 'n' : 'y';
-            if (write(ready[1], &answer, 1) != 1) return 1;
-            for (;;) pause();
-        });
-        char answer = 0;
-        EXPECT_EQ(read(ready[0], &answer, 1), 1);
-        EXPECT_EQ(answer, 'y');
-        close(ready[0]);
-        close(ready[1]);
-        return child;
-    }
-
-    static void Kill(pid_t child)
-    {
-        kill(child, SIGKILL);
-        int status = 0;
-        waitpid(child, &status, 0);
-    }
-};
-
-TEST_F(PosixBlockFiles, ALiveHoldersBlockCannotBeDeletedAndAKilledOnesCan)
-{
-    const std::string path = At("_index.blk");
-    const pid_t holder = StartHolder(path);
-    EXPECT_EQ(ErrorOf(DeleteFileA(path.c_str())), ERROR_SHARING_VIOLATION);
-    EXPECT_EQ(ErrorOf(MoveFileA(path.c_str(), At("away").c_str())), ERROR_SHARING_VIOLATION);
-    EXPECT_EQ(ErrorOfHandle(OpenToRead(path)), ERROR_SHARING_VIOLATION);
-    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), ERROR_FILE_EXISTS);
-    Kill(holder);
-    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), ERROR_FILE_EXISTS) << "the name stays until somebody deletes it";
-    EXPECT_TRUE(DeleteFileA(path.c_str()));
-    EXPECT_EQ(ErrorOfHandle(CreateBlock(path)), kDidNotFail);
-}
-
-TEST_F(PosixBlockFiles, AnOpenFileOfAnotherProcessConflicts)
-{
-    const std::string path = MakeFile("f", "text");
-    Opened mine(OpenToRead(path));
-    EXPECT_EQ(ExitStatus(StartProcess([&] { return static_cast<int>(ErrorOf(DeleteFileA(path.c_str()))); })), 32);
-    EXPECT_EQ(ExitStatus(StartProcess([&] { return static_cast<int>(ErrorOfHandle(OpenToRead(path, 0))); })), 32);
-    EXPECT_EQ(ExitStatus(StartProcess([&] { return OpenToUpdate(path) != INVALID_HANDLE_VALUE ? 7 : 0; })), 7);
-}
+class PosixBlockFiles : public PlatformTest {};
 
 struct SharedCounts {
     std::atomic<int> holders;

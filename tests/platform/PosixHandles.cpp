@@ -37,6 +37,25 @@ TEST_F(PosixHandles, AHandleOfAnotherKindIs6)
     EXPECT_TRUE(GetFileSizeEx(file.Get(), &size)) << "a refused close leaves it open";
 }
 
+TEST_F(PosixHandles, ADeviceIsOfTheTypeOfCharacters)
+{
+    Opened device(OpenToRead("/dev/null"));
+    ASSERT_TRUE(device.IsOpen());
+    EXPECT_EQ(GetFileType(device.Get()), FILE_TYPE_CHAR);
+    Opened mutex(CreateMutexA(nullptr, FALSE, nullptr));
+    EXPECT_EQ(GetFileType(mutex.Get()), FILE_TYPE_UNKNOWN);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(PosixHandles, AClosedSearchIs6)
+{
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA(At("*").c_str(), &found);
+    ASSERT_TRUE(FindClose(search));
+    EXPECT_EQ(ErrorOf(FindNextFileA(search, &found)), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(ErrorOf(FindClose(search)), ERROR_INVALID_HANDLE);
+}
+
 TEST_F(PosixHandles, AnOldHandleDoesNotMeanTheNextFile)
 {
     const std::string path = MakeFile("f");

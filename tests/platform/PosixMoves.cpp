@@ -1,4 +1,4 @@
-// Moves to another device: a file is copied whole and then deleted.
+// Moves to another device, where a file is copied whole and then deleted, and to names that are too long.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,6 +46,13 @@ TEST_F(PosixMoves, AFileMovesToAnotherDeviceWithItsTime)
     EXPECT_EQ(Arrived(), (Names{".", "..", "to"}));
     EXPECT_EQ(Contents(other_ + "\\to"), "text");
     EXPECT_EQ(LastWriteOf(other_ + "\\to"), written);
+}
+
+TEST_F(PosixMoves, AMoveToANameOf300BytesIs206)
+{
+    const std::string from = MakeFile("from", "text");
+    EXPECT_EQ(ErrorOf(MoveFileA(from.c_str(), At(std::string(300, 'x')).c_str())), ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_EQ(Contents(from), "text");
 }
 
 TEST_F(PosixMoves, WhatMayNotBeReplacedOrCopiedStays)

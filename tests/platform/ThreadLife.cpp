@@ -74,12 +74,25 @@ TEST(ThreadIdentity, ThreadsHaveDifferentNumbers)
 
 TEST(ThreadErrors, TheLastErrorBelongsToItsThread)
 {
-    SetLastError(ERROR_SHARING_VIOLATION);
-    std::thread([] {
+    // Begun before and joined after the look: both may set this thread's.
+    std::atomic<int> step{0};
+    std::thread other([&] {
         EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+        while (step != 1) {
+        }
         SetLastError(ERROR_PATH_NOT_FOUND);
-    }).join();
+        step = 2;
+        while (step != 3) {
+        }
+        EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+    });
+    SetLastError(ERROR_SHARING_VIOLATION);
+    step = 1;
+    while (step != 2) {
+    }
     EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+    step = 3;
+    other.join();
 }
 
 std::atomic<int> ends{0};

@@ -4,6 +4,7 @@
 
 #include "platform/Clock.h"
 #include "tests/platform/PlatformTest.h"
+#include "tests/support/Wine.h"
 
 namespace velmora::test {
 
@@ -73,17 +74,8 @@ TEST(Times, EveryDayOfFourCenturiesComesBack)
 TEST(Times, PartsThatAreNoDateAre87)
 {
     const SYSTEMTIME bad[] = {
-        Parts(2024, 25, 1),
-        Parts(2024, 0, 1),
-        Parts(2023, 2, 29),
-        Parts(2024, 4, 31),
-        Parts(2024, 1, 0),
-        Parts(1600, 1, 1),
-        Parts(30828, 1, 1),
-        Parts(2024, 1, 1, 24),
-        Parts(2024, 1, 1, 0, 60),
-        Parts(2024, 1, 1, 0, 0, 60),
-        Parts(2024, 1, 1, 0, 0, 0, 1000),
+        Parts(2024, 25, 1), Parts(2024, 0, 1),     Parts(2023, 2, 30),       Parts(2024, 4, 31),          Parts(2024, 1, 0),
+        Parts(1600, 1, 1),  Parts(2024, 1, 1, 24), Parts(2024, 1, 1, 0, 60), Parts(2024, 1, 1, 0, 0, 60), Parts(2024, 1, 1, 0, 0, 0, 1000),
     };
     for (const SYSTEMTIME& parts : bad) {
         FILETIME time{};
@@ -92,6 +84,16 @@ TEST(Times, PartsThatAreNoDateAre87)
     const FILETIME negative = FileTime(uint64_t{1} << 63);
     SYSTEMTIME parts{};
     EXPECT_EQ(ErrorOf(FileTimeToSystemTime(&negative, &parts)), ERROR_INVALID_PARAMETER);
+}
+
+TEST(Times, The29thOfFebruaryOfACommonYearAndWhatNoNumberReachesAre87)
+{
+    // Wine gives every February 29 days, and knows no last year.
+    if (RunsUnderWine()) GTEST_SKIP() << "Wine takes 2023-02-29 for 2023-03-01, and the year 30828 for one like others";
+    for (const SYSTEMTIME& parts : {Parts(2023, 2, 29), Parts(1900, 2, 29), Parts(30828, 1, 1)}) {
+        FILETIME time{};
+        EXPECT_EQ(ErrorOf(SystemTimeToFileTime(&parts, &time)), ERROR_INVALID_PARAMETER) << parts.wYear;
+    }
 }
 
 TEST(Times, TheWeekdayOfTheGivenPartsDoesNotCount)
@@ -117,12 +119,22 @@ TEST(Times, DosDatesHaveEvenSeconds)
 TEST(Times, DosDatesReachFrom1980To2107)
 {
     WORD date = 0, time = 0;
-    for (WORD year : {WORD{1979}, WORD{1601}, WORD{2108}}) {
+    for (WORD year : {WORD{1979}, WORD{1601}}) {
         const FILETIME moment = FileTime(NumberOf(Parts(year, 12, 31)));
         EXPECT_EQ(ErrorOf(FileTimeToDosDateTime(&moment, &date, &time)), ERROR_INVALID_PARAMETER) << year;
     }
     const FILETIME last = FileTime(NumberOf(Parts(2107, 12, 31)));
     EXPECT_TRUE(FileTimeToDosDateTime(&last, &date, &time));
+    EXPECT_EQ(date, (127 << 9) | (12 << 5) | 31);
+}
+
+TEST(Times, ADosDateBehind2107Is87)
+{
+    // Wine lets the year run over into nothing.
+    if (RunsUnderWine()) GTEST_SKIP() << "Wine gives the year 2108 as 1980";
+    WORD date = 0, time = 0;
+    const FILETIME moment = FileTime(NumberOf(Parts(2108, 1, 1)));
+    EXPECT_EQ(ErrorOf(FileTimeToDosDateTime(&moment, &date, &time)), ERROR_INVALID_PARAMETER);
 }
 
 TEST(Times, AreComparedByTheWholeNumber)

@@ -1,5 +1,7 @@
-// Trees with symbolic links in them.
+// Trees as only this side's file system has them: with symbolic links, and a thousand directories deep.
 #include "common/FileManagement.h"
+
+#include "platform/win32.h"
 #include "tests/common/FileManagementFixture.h"
 
 namespace velmora {
@@ -35,6 +37,40 @@ TEST_F(FileManagementTest, CopyTreeDoesNotFollowALinkOutOfTheTree)
     EXPECT_FALSE(FileManagement::CopyTree(Path("a/link"), Path("other"), true));
     EXPECT_FALSE(FileExists(directory_ / "other"));
     EXPECT_EQ(ReadFileBytes(directory_ / "outside/secret"), "s");
+}
+
+TEST_F(FileManagementTest, CopyTreeOfALoopOfLinksEnds)
+{
+    MakeTree();
+    std::filesystem::create_directory_symlink(directory_ / "a", directory_ / "a/b/loop");
+    EXPECT_FALSE(FileManagement::CopyTree(Path("a"), Path("copy"), true));
+    EXPECT_FALSE(FileExists(directory_ / "copy/b/loop"));
+}
+
+TEST_F(FileManagementTest, CreateDirectoriesTakesADoubledRootForTheRoot)
+{
+    const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
+    for (const char* root : {"\\\\", "//"}) EXPECT_TRUE(FileManagement::CreateDirectories(root)) << root;
+    EXPECT_EQ(seam.calls, 0);
+}
+
+TEST_F(FileManagementTest, CreateDirectoriesMakesATreeOfAThousandParts)
+{
+    const std::string path = DeepPath(2000 + Path("deep").size());
+    EXPECT_TRUE(FileManagement::CreateDirectories(path));
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+    const FailingSeam seam(platform::FileOperation::MakeDirectory, ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FileManagement::CreateDirectories(path));
+    EXPECT_EQ(seam.calls, 0);
+}
+
+TEST_F(FileManagementTest, RemoveTreeOfADeepTreeNeedsNoDeepStack)
+{
+    std::filesystem::path path = directory_ / "deep";
+    std::filesystem::create_directory(path);
+    for (int i = 0; i < 1000; ++i) std::filesystem::create_directory(path /= "d");
+    FileManagement::RemoveTree(Path("deep"));
+    EXPECT_FALSE(FileExists(directory_ / "deep"));
 }
 
 }  // namespace

@@ -39,9 +39,9 @@ private:
     platform::FileSeam* before_;
 };
 
-class PosixFileSeam : public PlatformTest {};
+class FileSeam : public PlatformTest {};
 
-TEST_F(PosixFileSeam, EachOperationIsSeenWithItsPathAsSpelled)
+TEST_F(FileSeam, EachOperationIsSeenWithItsPathAsSpelled)
 {
     MakeFile("f", "0123456789");
     Observer observer;
@@ -60,8 +60,10 @@ TEST_F(PosixFileSeam, EachOperationIsSeenWithItsPathAsSpelled)
     EXPECT_TRUE(DeleteFileA(At("h").c_str()));
     EXPECT_TRUE(CreateDirectoryA(At("d").c_str(), nullptr));
     EXPECT_TRUE(RemoveDirectoryA(At("d").c_str()));
-    EXPECT_EQ(Search(At("*")).size(), 3u);
-    EXPECT_EQ(observer.seen.size(), 11u);
+    EXPECT_EQ(_mkdir(At("m").c_str()), 0);
+    EXPECT_TRUE(MoveFileExA(At("m").c_str(), At("n").c_str(), MOVEFILE_REPLACE_EXISTING));
+    EXPECT_EQ(Search(At("*")).size(), 4u);
+    EXPECT_EQ(observer.seen.size(), 13u);
     EXPECT_TRUE(observer.Saw(FileOperation::Open, path));
     EXPECT_TRUE(observer.Saw(FileOperation::Read, "", 4));
     EXPECT_TRUE(observer.Saw(FileOperation::Write, "", 3));
@@ -72,10 +74,12 @@ TEST_F(PosixFileSeam, EachOperationIsSeenWithItsPathAsSpelled)
     EXPECT_TRUE(observer.Saw(FileOperation::Delete, At("h")));
     EXPECT_TRUE(observer.Saw(FileOperation::MakeDirectory, At("d")));
     EXPECT_TRUE(observer.Saw(FileOperation::Delete, At("d")));
+    EXPECT_TRUE(observer.Saw(FileOperation::MakeDirectory, At("m")));
+    EXPECT_TRUE(observer.Saw(FileOperation::Move, At("m")));
     EXPECT_TRUE(observer.Saw(FileOperation::Search, At("*")));
 }
 
-TEST_F(PosixFileSeam, AFailedOperationDoesNothing)
+TEST_F(FileSeam, AFailedOperationDoesNothing)
 {
     const std::string path = MakeFile("f", "text");
     MakeDirectory("d");
@@ -92,8 +96,13 @@ TEST_F(PosixFileSeam, AFailedOperationDoesNothing)
         EXPECT_EQ(ErrorOf(SetEndOfFile(file.Get())), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(DeleteFileA(path.c_str())), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(MoveFileA(path.c_str(), At("g").c_str())), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ErrorOf(MoveFileExA(path.c_str(), At("g").c_str(), MOVEFILE_REPLACE_EXISTING)), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(CopyFileA(path.c_str(), At("g").c_str(), TRUE)), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(CreateDirectoryA(At("e").c_str(), nullptr)), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(_mkdir(At("e").c_str()), -1);
+        DWORD searchError = 0;
+        EXPECT_TRUE(Search(At("*"), &searchError).empty());
+        EXPECT_EQ(searchError, ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(RemoveDirectoryA(At("d").c_str())), ERROR_ACCESS_DENIED);
         EXPECT_EQ(GetFileAttributesA(path.c_str()), INVALID_FILE_ATTRIBUTES);
         EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
@@ -103,7 +112,7 @@ TEST_F(PosixFileSeam, AFailedOperationDoesNothing)
     EXPECT_EQ(Contents(path), "text");
 }
 
-TEST_F(PosixFileSeam, AWriteLimitGivesAShortWriteAndAFullDisk)
+TEST_F(FileSeam, AWriteLimitGivesAShortWriteAndAFullDisk)
 {
     const std::string path = At("f");
     {
