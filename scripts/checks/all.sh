@@ -25,7 +25,7 @@ run_checks() {
     report "sources are formatted" unformatted
     report "includes run downwards" forbidden_includes
     report "no platform names above the platform" platform_names
-    report "tests for one system say so in their names" unportable_tests
+    report "tests for one system say so in their names" system_names_in_tests
     report "every source is built" unbuilt_sources
     report "every export is documented" undocumented_exports
     report "no unwanted words" unwanted_words

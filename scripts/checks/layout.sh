@@ -67,18 +67,6 @@ system_names_in_tests() {
         "_WIN32|_WIN64|__MINGW|__linux__|__unix__|#[[:space:]]*include[[:space:]]*<$posix_headers>"
 }
 
-# The files of that kind that are still to be split stand in a list, which only grows shorter.
-system_names_list=scripts/checks/unsplit-tests
-unportable_tests() {
-    local found file
-    found=$(system_names_in_tests)
-    grep -vxF -f <(sed 's/$/:/' "$system_names_list" 2>/dev/null) <(cut -d: -f1 <<<"$found" | sort -u | sed '/^$/d; s/$/:/') |
-        tr -d : | while read -r file; do grep "^$file:" <<<"$found"; done || true
-    while read -r file; do
-        grep -q "^$file:" <<<"$found" || say "$file is in $system_names_list and needs it no more"
-    done < <(cat "$system_names_list" 2>/dev/null)
-}
-
 # The sources that a configured build directory compiles.
 built_sources() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" "$1/compile_commands.json"; }
 

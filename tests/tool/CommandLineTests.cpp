@@ -1,28 +1,10 @@
 // What the command line takes, and what a wrong one is answered with.
 
-#include <dlfcn.h>
-#include <link.h>
-
-#include "tests/tool/ToolRun.h"
+#include "tests/tool/CommandLineFixture.h"
 
 namespace velmora::test {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-class CommandLine : public ToolTest {};
-
-// One line on standard error, nothing on standard output.
-void ExpectOneLine(const Outcome& run, int exitCode)
-{
-    EXPECT_EQ(run.exitCode, exitCode);
-    EXPECT_EQ(run.out, "");
-    EXPECT_TRUE(run.err.starts_with("vlstore: ")) << run.err;
-    EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
-}
-
-}  // namespace
 
 TEST_F(CommandLine, NothingAtAllIsAUsageError) { ExpectOneLine(Tool({}), 64); }
 
@@ -81,15 +63,6 @@ TEST_F(CommandLine, TheToolsOwnOptionsMayStandBehindAVerb)
     EXPECT_EQ(Tool({"item", "set", kInbox, ids[0], "PR_SUBJECT", "import", "--store", Root().string()}).out, "import\n");
 }
 
-TEST_F(CommandLine, AFaultLineHasNoControlBytes)
-{
-    Outcome run = Tool({"import", "/no\nwhere\x1B[2J\xC2\x9B\x9B gr\xC3\xBC\xC3\x9F\x7F", "--to", kInbox, "--store", "/nope\x1B[2J"});
-    EXPECT_EQ(run.err, "vlstore: no such store: /nope\\x1B[2J\n");
-    MakeStore();
-    ExpectRefusal({"import", "/no\nwhere\x1B[2J\xC2\x9B\x9B gr\xC3\xBC\xC3\x9F\x7F", "--to", kInbox}, 66,
-                  "no such file or directory: /no where\\x1B[2J\\x9B\\x9B gr\xC3\xBC\xC3\x9F\\x7F");
-}
-
 TEST_F(CommandLine, ASettingsFileThatIsNotThereIsOneLine)
 {
     for (const char* verb : {"list", "get"}) {
@@ -110,6 +83,50 @@ TEST_F(CommandLine, AMailRootOutsideTheStoreIsNoted)
     EXPECT_EQ(InStore({"settings", "set", "Mail Root", elsewhere.string()}).err, "");
     Outcome run = InStore({"item", "list", kInbox});
     EXPECT_EQ(run.err, "vlstore: note: the mail root of " + Root().string() + " lies outside it: " + elsewhere.string() + "\n");
+}
+
+TEST_F(CommandLine, AMovedStoreIsTheOneThatIsAskedFor)
+{
+    MakeStore();
+    ImportSubjects({"one"});
+    fs::path moved = Directory().Path() / "moved";
+    fs::copy(Root(), moved, fs::copy_options::recursive);
+    Outcome run = Tool({"--store", moved.string(), "item", "set", kInbox, "00000001.MAI", "PR_SUBJECT", "changed"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, "vlstore: note: the settings of " + moved.string() + " name another mail root, " +
+                           (Root() / "POSTOFFICES").generic_string() + "; used is " + (moved / "POSTOFFICES").string() + "\n");
+    EXPECT_EQ(InStore({"item", "get", kInbox, "00000001.MAI", "PR_SUBJECT"}).out, "one\n");
+    EXPECT_EQ(ReadFileBytes(moved / "registry.reg"), ReadFileBytes(SettingsPath()));
+
+    // The settings can be made to say so, and then there is nothing to note.
+    fs::remove_all(Root());
+    EXPECT_EQ(Tool({"--store", moved.string(), "item", "get", kInbox, "00000001.MAI", "PR_SUBJECT"}).out, "changed\n");
+    EXPECT_EQ(Tool({"--store", moved.string(), "settings", "set", "Mail Root", (moved / "POSTOFFICES").string()}).exitCode, 0);
+    EXPECT_EQ(Tool({"--store", moved.string(), "item", "list", kInbox}).err, "");
+}
+
+TEST_F(CommandLine, AMovedStoreLeavesNothingAmongTheTemporaryFiles)
+{
+    MakeStore();
+    fs::rename(Root(), Directory().Path() / "moved");
+    fs::path temporary = Directory().Path() / "temporary";
+    fs::create_directory(temporary);
+    for (const char* name : {"TMPDIR", "TMP", "TEMP"}) SetVariable(name, temporary.string().c_str());
+    EXPECT_EQ(Tool({"--store", (Directory().Path() / "moved").string(), "item", "list", kInbox}).exitCode, 0);
+    EXPECT_EQ(Tool({"--store", (Directory().Path() / "moved").string(), "item", "list", "po/box/Nope"}).exitCode, 66);
+    EXPECT_TRUE(fs::is_empty(temporary));
+}
+
+TEST_F(CommandLine, AMovedStoreWhoseSettingsHaveAFaultIsNotTakenForAnother)
+{
+    MakeStore();
+    WriteFileBytes(SettingsPath(), ReadFileBytes(SettingsPath()) + "this is no line\r\n");
+    EXPECT_EQ(InStore({"item", "list", kInbox}).exitCode, 0);
+    fs::path moved = Directory().Path() / "moved";
+    fs::copy(Root(), moved, fs::copy_options::recursive);
+    Outcome run = Tool({"--store", moved.string(), "item", "list", kInbox});
+    EXPECT_EQ(run.exitCode, 65);
+    EXPECT_EQ(run.err, "vlstore: " + (moved / "registry.reg").string() + ":7: not a line of a settings file\n");
 }
 
 TEST_F(CommandLine, AStoreThatIsNotThereIsOneLine)
@@ -136,45 +153,70 @@ TEST_F(CommandLine, WithoutStoreTheEnvironmentNamesTheSettingsFile)
     EXPECT_EQ(nlohmann::json::parse(run.out).at(0).at("VL_FOLDER_PATH"), FolderPath().string());
 }
 
-TEST_F(CommandLine, OutputThatCannotBeWrittenIsAnError)
+TEST_F(CommandLine, AFaultLineHasNoControlCharacters)
 {
-    MakeStore();
-    Outcome run = RunProgram(ToolPath(), {"--store", Root().string(), "settings", "list"}, Directory(), {.stdoutPath = "/dev/full"});
-    EXPECT_EQ(run.exitCode, 74);
-    EXPECT_EQ(run.err, "vlstore: cannot write to standard output\n");
+    Outcome run = Tool({"import", "/nowhere", "--to", kInbox, "--store", "/no\npe\x1B[2J\xC2\x9B gr\xC3\xBC\xC3\x9F\x7F"});
+    EXPECT_EQ(run.err, "vlstore: no such store: /no pe\\x1B[2J\\x9B gr\xC3\xBC\xC3\x9F\\x7F\n");
 }
 
-TEST_F(CommandLine, WithoutTheLibraryOneLineSaysSo)
+TEST_F(CommandLine, LinesEndWithALineFeedOnEverySystem)
 {
     MakeStore();
-    fs::create_directories(Directory().Path() / "alone" / "bin");
-    fs::path program = Directory().Path() / "alone" / "bin" / "vlstore";
-    fs::copy_file(ToolPath(), program);
+    ImportSubjects({"one"});
+    for (const char* format : {"table", "tab", "json"}) {
+        EXPECT_EQ(InStore({"--format", format, "item", "list", kInbox}).out.find('\r'), std::string::npos) << format;
+    }
+    EXPECT_EQ(Tool({"--help"}).out.find('\r'), std::string::npos);
+    EXPECT_EQ(InStore({"item", "list", "po/box/Nope"}, 66).err, "vlstore: no such folder: po/box/Nope\n");
+}
+
+TEST_F(CommandLine, NamesAndPathsAreUtf8OnEverySystem)
+{
+    MakeStore();
+    std::string name =
+        "Gr\xC3\xBC\xC3\x9F"
+        "e \xE6\xAC\xA1";
+    fs::path directory = FolderPath("") / fs::path(u8"Gr\u00FC\u00DFe \u6B21");
+    fs::create_directory(directory);
+    fs::path file = Directory().Path() / fs::path(u8"b\u00FC.eml");
+    WriteFileBytes(file, "Subject: one\n\n");
+    nlohmann::json imported = JsonInStore({"import", file.string(), "--to", "po/box/" + name});
+    ASSERT_EQ(imported.size(), 1u);
+    EXPECT_EQ(imported[0].at("source"), file.string());
+    EXPECT_EQ(JsonInStore({"item", "list", "po/box/" + name}).size(), 1u);
+    EXPECT_TRUE(fs::exists(directory / "_index.xml"));
+    EXPECT_TRUE(JsonInStore({"folder", "status", "po/box/" + name})[0].at("VL_FOLDER_PATH").get<std::string>().ends_with(name));
+
+    // The directory of a store too, and one that is made.
+    std::string root = (Directory().Path() / fs::path(u8"\u00E9t\u00E9")).string();
+    ASSERT_EQ(Tool({"store", "init", root}).exitCode, 0);
+    ASSERT_EQ(Tool({"--store", root, "mailbox", "add", name, "box"}).exitCode, 0);
+    EXPECT_EQ(Tool({"--store", root, "import", file.string(), "--to", name + "/box/Inbox"}).exitCode, 0);
+    EXPECT_TRUE(
+        fs::exists(Directory().Path() / fs::path(u8"\u00E9t\u00E9/POSTOFFICES/Gr\u00FC\u00DFe \u6B21/MAILROOT/box/Inbox/00000001.MAI")));
+}
+
+TEST_F(CommandLine, TheProgramRunsAloneAndSaysThatTheLibraryIsMissing)
+{
+    MakeStore();
+    fs::path program = CopyProgram();
     Outcome run = RunProgram(program, {"--store", Root().string(), "item", "list", kInbox}, Directory());
     ExpectOneLine(run, 69);
-    EXPECT_NE(run.err.find("cannot load the store library"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("cannot load the store library: "), std::string::npos) << run.err;
     EXPECT_EQ(RunProgram(program, {"--store", Root().string(), "settings", "list"}, Directory()).exitCode, 0);
 }
 
 TEST_F(CommandLine, AnotherLibraryUnderTheNameIsNamedByWhatItLacks)
 {
     MakeStore();
-    std::string other;
-    auto remember = [](dl_phdr_info* info, size_t, void* found) {
-        std::string name = info->dlpi_name;
-        if (name.find("/libm.so") != std::string::npos) *static_cast<std::string*>(found) = name;
-        return 0;
-    };
-    dl_iterate_phdr(remember, &other);
-    ASSERT_NE(other, "");
-    fs::create_directories(Directory().Path() / "alone" / "bin");
-    fs::create_directories(Directory().Path() / "alone" / "lib");
-    fs::path program = Directory().Path() / "alone" / "bin" / "vlstore";
-    fs::copy_file(ToolPath(), program);
-    fs::copy_file(other, Directory().Path() / "alone" / "lib" / "libvlaisp.so");
+    fs::path program = CopyProgram();
+    fs::path library(VLSTORE_LIBRARY);
+    fs::path place = program.parent_path() / fs::path(library).lexically_relative(ToolPath().parent_path());
+    fs::create_directories(place.lexically_normal().parent_path());
+    fs::copy_file(VLSTORE_OTHER_LIBRARY, place.lexically_normal());
     Outcome run = RunProgram(program, {"--store", Root().string(), "item", "list", kInbox}, Directory());
     ExpectOneLine(run, 69);
-    EXPECT_EQ(run.err, "vlstore: libvlaisp.so has no function StoreFolder_Open\n");
+    EXPECT_EQ(run.err, "vlstore: " + library.filename().string() + " has no function StoreFolder_Open\n");
 }
 
 }  // namespace velmora::test

@@ -1,17 +1,8 @@
 // import: every form of source, counts in and counts out, and what must not happen.
 
-#include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <cstdlib>
-#include <memory>
-#include <set>
-#include <sstream>
 
-#include "tests/tool/ToolRun.h"
+#include "tests/tool/ImportFixture.h"
 
 namespace velmora::test {
 
@@ -20,46 +11,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kDirtyText = "This file is a flag file that denotes that this folder has been changed";
-
-class Import : public ToolTest {
-protected:
-    void SetUp() override { MakeStore(); }
-
-    nlohmann::json ImportJson(const fs::path& path) const { return JsonInStore({"import", path.string(), "--to", kInbox}); }
-    std::vector<std::string> Subjects() const
-    {
-        std::vector<std::string> subjects;
-        for (const auto& row : JsonInStore({"item", "list", kInbox})) subjects.push_back(row.at("PR_SUBJECT"));
-        return subjects;
-    }
-    // So many that something can be done to a run before it comes to its end.
-    static constexpr int kManyMessages = 10000;
-    fs::path ManyMessages() const
-    {
-        std::string mbox;
-        for (int i = 0; i < kManyMessages; ++i) mbox += "From a@b Thu Jan  1 00:00:00 1970\nSubject: x\n\nbody\n\n";
-        return MakeFile("many.mbox", mbox);
-    }
-    static std::set<std::string> SortedLines(const std::string& text)
-    {
-        std::istringstream stream(text);
-        std::set<std::string> lines;
-        for (std::string line; std::getline(stream, line);) lines.insert(line);
-        return lines;
-    }
-    std::string ItemBytes(const std::string& id) const { return ReadFileBytes(FolderPath() / id); }
-    std::vector<std::string> ItemFiles() const
-    {
-        std::vector<std::string> names = FileNames(FolderPath());
-        std::erase_if(names, [](const std::string& name) { return !name.ends_with(".MAI"); });
-        return names;
-    }
-};
-
-std::string Mail(const std::string& subject, const std::string& lineEnd = "\n")
-{
-    return "Subject: " + subject + lineEnd + "From: a@b" + lineEnd + lineEnd + "body" + lineEnd;
-}
 
 }  // namespace
 
@@ -113,41 +64,21 @@ TEST_F(Import, ADirectoryIsTakenFlatAndByName)
     EXPECT_EQ(Subjects(), (std::vector<std::string>{"a", "b", ""}));
 }
 
-TEST_F(Import, EverythingThatIsLeftOutOfADirectoryIsNamed)
-{
-    fs::path in = Directory().Path() / "in";
-    MakeFile("in/a.eml", Mail("a"));
-    MakeFile("in/nothing", "");
-    MakeFile("in/picture.gif", "GIF89a");
-    fs::create_directory(in / ".hidden directory");
-    fs::create_symlink("/nowhere/at/all", in / "broken");
-    ASSERT_EQ(::mkfifo((in / "fifo").c_str(), 0600), 0);
-    Outcome run = InStore({"import", in.string(), "--to", kInbox});
-    EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
-    EXPECT_EQ(SortedLines(run.err), (std::set<std::string>{
-                                        "vlstore: skipped, a directory: " + (in / ".hidden directory").string(),
-                                        "vlstore: skipped, a link to nothing: " + (in / "broken").string(),
-                                        "vlstore: skipped, empty: " + (in / "nothing").string(),
-                                        "vlstore: skipped, not a file: " + (in / "fifo").string(),
-                                        "vlstore: skipped, not a message: " + (in / "picture.gif").string(),
-                                    }));
-}
-
 TEST_F(Import, EverythingThatIsLeftOutOfAMaildirIsNamed)
 {
     fs::path md = Directory().Path() / "md";
-    MakeFile("md/cur/1.host:2,S", Mail("seen"));
+    MakeFile("md/cur/1.host;2,S", Mail("seen"));
     MakeFile("md/cur/.lock", "");
     MakeFile("md/tmp/5.host", Mail("unfinished"));
-    MakeFile("md/.Sent/cur/1.host:2,S", Mail("sent"));
+    MakeFile("md/.Sent/cur/1.host;2,S", Mail("sent"));
     MakeFile("md/uidlist", "3 V1");
     Outcome run = InStore({"import", md.string(), "--to", kInbox});
     EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
     EXPECT_EQ(SortedLines(run.err), (std::set<std::string>{
                                         "vlstore: skipped, another folder: " + (md / ".Sent").string(),
-                                        "vlstore: skipped, hidden: " + (md / "cur/.lock").string(),
+                                        "vlstore: skipped, hidden: " + (md / "cur" / ".lock").string(),
                                         "vlstore: skipped, not a message: " + (md / "uidlist").string(),
-                                        "vlstore: skipped, not delivered yet: " + (md / "tmp/5.host").string(),
+                                        "vlstore: skipped, not delivered yet: " + (md / "tmp" / "5.host").string(),
                                     }));
 }
 
@@ -217,6 +148,13 @@ TEST_F(Import, AnEmptyMboxHasNoMessages)
     EXPECT_TRUE(fs::is_empty(FolderPath()));
 }
 
+TEST_F(Import, AFileThatBeginsWithALineTooLongForASeparatorIsAMessage)
+{
+    std::string line = "From a@b Thu Jan  1 00:00:00 1970 " + std::string(1000, 'x');
+    nlohmann::json rows = ImportJson(MakeFile("named-otherwise", line + "\nSubject: x\n\nbody\n"));
+    EXPECT_EQ(rows.size(), 1u);
+}
+
 TEST_F(Import, AFileThatIsCalledAnMboxAndIsNoneIsRefused)
 {
     fs::path file = MakeFile("some.mbox", Mail("x"));
@@ -227,9 +165,9 @@ TEST_F(Import, AFileThatIsCalledAnMboxAndIsNoneIsRefused)
 TEST_F(Import, AMaildirBringsItsFlags)
 {
     MakeFile("md/new/3.host", Mail("new"));
-    MakeFile("md/cur/1.host:2,S", Mail("seen"));
-    MakeFile("md/cur/2.host:2,FRS", Mail("all"));
-    MakeFile("md/cur/4.host:2,", Mail("none"));
+    MakeFile("md/cur/1.host;2,S", Mail("seen"));
+    MakeFile("md/cur/2.host!2,FRS", Mail("all"));
+    MakeFile("md/cur/4.host;2,", Mail("none"));
     MakeFile("md/tmp/5.host", Mail("unfinished"));
     EXPECT_EQ(ImportJson(Directory().Path() / "md").size(), 4u);
     std::map<std::string, std::pair<std::string, std::string>> flags;
@@ -256,16 +194,6 @@ TEST_F(Import, SeveralPathsComeInTheirOrder)
     EXPECT_EQ(Subjects(), (std::vector<std::string>{"b", "a"}));
 }
 
-TEST_F(Import, WhatASourceIsCalledNeverReachesTheStore)
-{
-    MakeFile("in/a \"quoted\".eml", Mail("quoted"));
-    MakeFile("in/less < more > &.eml", Mail("brackets"));
-    MakeFile("in/" + std::string(150, 'x') + ".eml", Mail("long"));
-    EXPECT_EQ(ImportJson(Directory().Path() / "in").size(), 3u);
-    EXPECT_EQ(ItemFiles(), (std::vector<std::string>{"00000001.MAI", "00000002.MAI", "00000003.MAI"}));
-    EXPECT_EQ(Subjects(), (std::vector<std::string>{"quoted", "brackets", "long"}));
-}
-
 TEST_F(Import, ADryRunWritesNothing)
 {
     ImportSubjects({"there already"});
@@ -289,20 +217,6 @@ TEST_F(Import, APathThatIsNotThereIsOneLineAndNothingIsWritten)
     fs::path file = MakeFile("a.eml", Mail("a"));
     ExpectRefusal({"import", file.string(), "/nowhere/at/all", "--to", kInbox}, 66, "no such file or directory: /nowhere/at/all");
     EXPECT_TRUE(fs::is_empty(FolderPath()));
-}
-
-TEST_F(Import, AMessageThatCannotBeReadIsNamedAndTheOthersCome)
-{
-    MakeFile("md/cur/a", Mail("a"));
-    MakeFile("md/cur/c", Mail("c"));
-    // A process's memory is a plain file whose first byte nobody can read, whoever asks.
-    fs::path broken = Directory().Path() / "md/cur/b";
-    fs::create_symlink("/proc/self/mem", broken);
-    Outcome run = InStore({"import", (Directory().Path() / "md").string(), "--to", kInbox}, 66);
-    EXPECT_EQ(run.out, "imported 2 of 3 messages into po/box/Inbox\n");
-    EXPECT_TRUE(run.err.starts_with("vlstore: not imported: " + broken.string() + ": ")) << run.err;
-    EXPECT_TRUE(run.err.ends_with("vlstore: imported only 2 of 3 messages into po/box/Inbox\n")) << run.err;
-    EXPECT_EQ(Subjects(), (std::vector<std::string>{"a", "c"}));
 }
 
 TEST_F(Import, MoreMessagesThanTheIndexTakesAreRefusedBeforeAnyIsWritten)
@@ -333,18 +247,17 @@ TEST_F(Import, AHeldFolderIsBusyBeforeAnythingIsWritten)
 {
     HeldBlock block(FolderPath());
     fs::path file = MakeFile("a.eml", Mail("a"));
-    std::map<std::string, std::string> before = TreeOf(FolderPath());
     ExpectRefusal({"import", file.string(), "--to", kInbox}, 75, "folder is busy (lock held): po/box/Inbox");
-    EXPECT_EQ(TreeOf(FolderPath()), before);
+    EXPECT_EQ(FileNames(FolderPath()), std::vector<std::string>{"_index.blk"});
 }
 
 TEST_F(Import, WhatAKilledImportLeftIsFoundByTheNextOpen)
 {
     ImportSubjects({"before"});
     Outcome run = InStoreWith({.meanwhile =
-                                   [this](pid_t child) {
+                                   [this](ChildProcess& child) {
                                        AwaitTrue([this] { return fs::exists(FolderPath() / "00000002.MAI"); });
-                                       ::kill(child, SIGKILL);
+                                       child.KillNow();
                                    }},
                               {"import", ManyMessages().string(), "--to", kInbox});
     ASSERT_EQ(run.exitCode, -1) << "it came to its end before it could be killed";
@@ -352,64 +265,6 @@ TEST_F(Import, WhatAKilledImportLeftIsFoundByTheNextOpen)
     std::erase_if(files, [](const std::string& name) { return name.starts_with('_'); });
     ASSERT_GE(files.size(), 2u);
     EXPECT_EQ(JsonInStore({"item", "list", kInbox}).size(), files.size());
-}
-
-TEST_F(Import, ALockThatIsTakenMeanwhileIsNoReasonToTryAgain)
-{
-    std::unique_ptr<HeldBlock> block;
-    Outcome run = InStoreWith({.meanwhile =
-                                   [&](pid_t child) {
-                                       AwaitTrue([this] { return fs::exists(FolderPath() / "00000001.MAI"); });
-                                       ::kill(child, SIGSTOP);
-                                       int status = 0;
-                                       ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
-                                       ASSERT_TRUE(WIFSTOPPED(status)) << "it came to its end before it could be stopped";
-                                       block = std::make_unique<HeldBlock>(FolderPath());
-                                       ::kill(child, SIGCONT);
-                                   }},
-                              {"--format", "tab", "import", ManyMessages().string(), "--to", kInbox});
-    EXPECT_EQ(run.exitCode, 74);
-    std::string count = std::to_string(kManyMessages);
-    EXPECT_TRUE(run.err.ends_with("\nvlstore: " + count + " written, not checked: folder is busy (lock held): po/box/Inbox\n"));
-    EXPECT_TRUE(run.err.starts_with("vlstore: written, not checked: 00000001.MAI from ")) << run.err.substr(0, 200);
-    EXPECT_NE(run.out.find("00000001.MAI\t"), std::string::npos);
-    block.reset();
-    EXPECT_EQ(JsonInStore({"item", "list", kInbox}).size(), static_cast<size_t>(kManyMessages));
-}
-
-TEST_F(Import, AnIndexThatAFullDiskDoesNotTakeIsAnError)
-{
-    fs::path disk = FolderPath();
-    if (::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=256k") != 0) GTEST_SKIP() << "no file system can be mounted here";
-    struct Unmount {
-        fs::path at;
-        ~Unmount() { ::umount2(at.c_str(), MNT_DETACH); }
-    } unmount{disk};
-
-    // The directory entries of a tmpfs take no room: what a message, the flag file and the new index take is cut short.
-    fs::path file = MakeFile("a.eml", Mail("a"));
-    std::error_code error;
-    uintmax_t page = static_cast<uintmax_t>(::sysconf(_SC_PAGESIZE));
-    fs::path filler = disk / "filler";
-    WriteFileBytes(filler, std::string(fs::space(disk, error).available - 2 * page, 'x'));
-    Outcome run = InStore({"import", file.string(), "--to", kInbox}, 74);
-    EXPECT_NE(run.err.find("vlstore: the index could not be saved: po/box/Inbox\n"), std::string::npos) << run.err;
-    EXPECT_EQ(ItemFiles(), std::vector<std::string>{"00000001.MAI"});
-
-    fs::remove(filler);
-    EXPECT_EQ(Subjects(), std::vector<std::string>{"a"});
-    EXPECT_FALSE(fs::exists(disk / "_CHANGE.DTY"));
-}
-
-TEST_F(Import, AFaultStandsInALineOfItsOwnOnATerminal)
-{
-    MakeFile("md/cur/a", Mail("a"));
-    fs::path broken = Directory().Path() / "md/cur/b";
-    fs::create_symlink("/proc/self/mem", broken);
-    Terminal terminal;
-    InStoreWith({.stderrPath = terminal.Path()}, {"import", (Directory().Path() / "md").string(), "--to", kInbox});
-    std::string shown = terminal.Read();
-    EXPECT_NE(shown.find("1 of 2\r\x1b[Kvlstore: not imported: " + broken.string()), std::string::npos) << shown;
 }
 
 TEST_F(Import, AStoreThatSavesNoIndexesIsNoted)

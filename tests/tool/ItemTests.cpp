@@ -1,37 +1,15 @@
 // item list, show, get and set, and folder status.
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
-#include "tests/tool/ToolRun.h"
+#include "tests/tool/ItemFixture.h"
 
 namespace velmora::test {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-class Item : public ToolTest {
-protected:
-    void SetUp() override { MakeStore(); }
-    std::string Get(const std::string& id, const std::string& property) const
-    {
-        std::string out = InStore({"item", "get", kInbox, id, property}).out;
-        return out.empty() ? out : out.substr(0, out.size() - 1);
-    }
-};
-
-std::vector<std::string> Lines(const std::string& text)
-{
-    std::vector<std::string> lines;
-    for (size_t at = 0; at < text.size();) {
-        size_t end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return lines;
-}
 
 class FolderStatus : public Item {};
 class BusyFolder : public Item {};
@@ -79,19 +57,6 @@ TEST_F(Item, ATableIsCutToTheColumnsThatTheEnvironmentAsksFor)
     ASSERT_EQ(lines.size(), 3u);
     for (const std::string& line : lines) EXPECT_LE(line.size(), 120u);
     EXPECT_NE(lines[2].find("short"), std::string::npos);
-}
-
-TEST_F(Item, ATableOnATerminalIsCutButNeverItsIds)
-{
-    std::string id = "a-name-that-a-delivery-agent-gave.MAI";
-    WriteFileBytes(FolderPath() / id, "Subject: " + std::string(300, 's') + "\n\n");
-    WriteFileBytes(FolderPath() / "_CHANGE.DTY", "x");
-    Terminal terminal;
-    EXPECT_EQ(InStoreWith({.stdoutPath = terminal.Path()}, {"item", "list", kInbox}).exitCode, 0);
-    std::vector<std::string> lines = Lines(terminal.Read());
-    ASSERT_EQ(lines.size(), 2u);
-    for (const std::string& line : lines) EXPECT_LE(line.size(), 80u + 1u) << "with the carriage return of a terminal";
-    EXPECT_TRUE(lines[1].starts_with(id + "  s")) << lines[1];
 }
 
 TEST_F(Item, ATableShowsNoControlsToATerminal)
@@ -169,7 +134,7 @@ TEST_F(Item, ASetIsSeenByTheNextProcess)
 TEST_F(Item, ASetTextComesBackAsItIs)
 {
     ImportSubjects({"one"});
-    for (const char* text : {"plain", "<tag> & \"quoted\" 'single'", "", "gr\xFC\xDF \xC3\xBC", "&#65; &amp;", "  blanks  "}) {
+    for (const char* text : {"plain", "<tag> & \"quoted\" 'single'", "", "gr\xC3\xBC\xC3\x9F", "&#65; &amp;", "  blanks  "}) {
         SCOPED_TRACE(text);
         EXPECT_EQ(InStore({"item", "set", kInbox, "00000001.MAI", "PR_SUBJECT", text}).out, std::string(text) + "\n");
         EXPECT_EQ(Get("00000001.MAI", "PR_SUBJECT"), text);
@@ -252,6 +217,14 @@ TEST_F(UnknownThings, AreOneLineEachAndMakeNothing)
     ExpectRefusal({"item", "get", kInbox, "00000001.MAI", "PR_NOPE"}, 65, "no such property: PR_NOPE");
     ExpectRefusal({"item", "set", kInbox, "00000001.MAI", "PR_NOPE", "1"}, 65, "no such property: PR_NOPE");
     EXPECT_EQ(TreeOf(Root()), before);
+}
+
+TEST_F(UnknownThings, ANameWithAColonLeadsNowhereElse)
+{
+    for (const char* name : {"c:", "c:x", "z:POSTOFFICES"}) {
+        SCOPED_TRACE(name);
+        ExpectRefusal({"item", "list", std::string("po/box/") + name}, 66, std::string("no such folder: po/box/") + name);
+    }
 }
 
 TEST_F(UnknownThings, AFileWhereAFolderShouldBeIsNoFolder)

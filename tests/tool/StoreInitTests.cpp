@@ -11,6 +11,14 @@ namespace {
 class StoreInit : public ToolTest {};
 class MailboxAdd : public ToolTest {};
 
+// As a text stands between quotes in a settings file.
+std::string Escaped(const fs::path& path)
+{
+    std::string escaped;
+    for (char c : path.string()) escaped += c == '\\' ? "\\\\" : std::string(1, c);
+    return escaped;
+}
+
 std::string Heading() { return std::string("Windows Registry Editor Version 5.00\r\n\r\n[") + kBaseKey + "]\r\n"; }
 
 }  // namespace
@@ -19,7 +27,7 @@ TEST_F(StoreInit, WritesTheMailRootAndTurnsTheStreamReaderAndWriterOn)
 {
     ASSERT_EQ(Tool({"store", "init", Root().string()}).exitCode, 0);
     EXPECT_TRUE(fs::is_directory(Root() / "POSTOFFICES"));
-    EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + (Root() / "POSTOFFICES").string() +
+    EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + Escaped(Root() / "POSTOFFICES") +
                                                  "\"\r\n"
                                                  "\"Use XML Stream Index Deserialisation\"=dword:00000001\r\n"
                                                  "\"Use XML Stream Index Serialisation\"=dword:00000001\r\n");
@@ -28,7 +36,7 @@ TEST_F(StoreInit, WritesTheMailRootAndTurnsTheStreamReaderAndWriterOn)
 TEST_F(StoreInit, DefaultsSetNothingButTheMailRoot)
 {
     ASSERT_EQ(Tool({"store", "init", Root().string(), "--defaults"}).exitCode, 0);
-    EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + (Root() / "POSTOFFICES").string() + "\"\r\n");
+    EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + Escaped(Root() / "POSTOFFICES") + "\"\r\n");
 }
 
 TEST_F(StoreInit, DefaultsAreSaidToSaveNoIndexes)
@@ -42,10 +50,10 @@ TEST_F(StoreInit, DefaultsAreSaidToSaveNoIndexes)
 
 TEST_F(StoreInit, RefusesARootThatOtherPlatformsCannotName)
 {
-    for (const char* name : {"a*", "a?b", "a\"b", "a<b", "a>b", "a|b", "a:b", "a\nb", "a\x7F", "a\\b", "a*/below"}) {
+    for (const char* name : {"a*", "a?b", "a\"b", "a<b", "a>b", "a|b", "a:b", "a\nb", "a\x7F", "a*/below"}) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(Tool({"store", "init", (Directory().Path() / name).string()}).exitCode, 64);
-        EXPECT_FALSE(fs::exists(Directory().Path() / name));
+        EXPECT_EQ(Tool({"store", "init", Directory().Str() + "/" + name}).exitCode, 64);
+        EXPECT_EQ(FileNames(Directory().Path()), (std::vector<std::string>{"stderr.txt", "stdout.txt"}));
     }
 }
 

@@ -1,25 +1,13 @@
 #include "tests/tool/ToolRun.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/file.h>
-#include <sys/ioctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <cstdlib>
 #include <stdexcept>
+
+#include "platform/win32.h"
 
 namespace velmora::test {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-constexpr unsigned kNobody = 65534;
-
-}  // namespace
 
 fs::path ToolPath() { return VLSTORE_PROGRAM; }
 
@@ -28,28 +16,11 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& argu
 {
     fs::path outPath = options.stdoutPath.empty() ? directory.Path() / "stdout.txt" : fs::path(options.stdoutPath);
     fs::path errPath = options.stderrPath.empty() ? directory.Path() / "stderr.txt" : fs::path(options.stderrPath);
-    std::vector<const char*> argv{program.c_str()};
-    for (const std::string& argument : arguments) argv.push_back(argument.c_str());
-    argv.push_back(nullptr);
-
-    pid_t child = ::fork();
-    if (child < 0) throw std::runtime_error("cannot fork");
-    if (child == 0) {
-        int in = ::open("/dev/null", O_RDONLY);
-        int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::dup2(in, STDIN_FILENO);
-        ::dup2(out, STDOUT_FILENO);
-        ::dup2(err, STDERR_FILENO);
-        if (options.asNobody && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(126);
-        ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
-        ::_exit(127);
-    }
+    ChildProcess child(program, arguments,
+                       {.closedInput = true, .stdoutPath = outPath, .stderrPath = errPath, .withoutRights = options.asNobody});
     if (options.meanwhile) options.meanwhile(child);
-    int status = 0;
-    ::waitpid(child, &status, 0);
     Outcome run;
-    if (WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
+    run.exitCode = child.Wait();
     if (options.stdoutPath.empty()) run.out = ReadFileBytes(outPath);
     if (options.stderrPath.empty()) run.err = ReadFileBytes(errPath);
     return run;
@@ -63,38 +34,8 @@ void AwaitTrue(const std::function<bool()>& condition)
     }
 }
 
-ScopedVariable::ScopedVariable(const char* name, const char* value) : name_(name) { ::setenv(name, value, 1); }
-ScopedVariable::~ScopedVariable() { ::unsetenv(name_); }
-
-Terminal::Terminal() : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)), slave_(-1)
-{
-    if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) throw std::runtime_error("no terminal to be had");
-    slave_ = ::open(Path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    winsize size{};
-    size.ws_col = 80;
-    if (slave_ < 0 || ::ioctl(slave_, TIOCSWINSZ, &size) != 0) throw std::runtime_error("no terminal to be had");
-}
-
-Terminal::~Terminal()
-{
-    ::close(slave_);
-    ::close(master_);
-}
-
-std::string Terminal::Path() const { return ::ptsname(master_); }
-
-std::string Terminal::Read()
-{
-    std::string text;
-    pollfd ready{master_, POLLIN, 0};
-    while (::poll(&ready, 1, 100) == 1) {
-        char piece[4096];
-        ssize_t count = ::read(master_, piece, sizeof piece);
-        if (count <= 0) break;
-        text.append(piece, static_cast<size_t>(count));
-    }
-    return text;
-}
+ScopedVariable::ScopedVariable(const char* name, const char* value) : name_(name) { SetVariable(name, value); }
+ScopedVariable::~ScopedVariable() { SetVariable(name_, nullptr); }
 
 std::map<std::string, std::string> TreeOf(const fs::path& root)
 {
@@ -110,19 +51,20 @@ std::map<std::string, std::string> TreeOf(const fs::path& root)
 }
 
 HeldBlock::HeldBlock(const fs::path& folder)
-    : path_(folder / "_index.blk"), descriptor_(::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
+    : path_((folder / "_index.blk").string()),
+      file_(CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr))
 {
-    if (descriptor_ < 0 || ::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) throw std::runtime_error("cannot hold " + path_.string());
+    if (file_ == INVALID_HANDLE_VALUE) throw std::runtime_error("cannot hold " + path_);
 }
 
 HeldBlock::~HeldBlock() { Release(); }
 
 void HeldBlock::Release()
 {
-    if (descriptor_ < 0) return;
-    ::unlink(path_.c_str());
-    ::close(descriptor_);
-    descriptor_ = -1;
+    if (file_ == INVALID_HANDLE_VALUE) return;
+    CloseHandle(file_);
+    file_ = INVALID_HANDLE_VALUE;
+    DeleteFileA(path_.c_str());
 }
 
 fs::path ToolTest::FolderPath(std::string_view folder) const { return Root() / "POSTOFFICES" / "po" / "MAILROOT" / "box" / folder; }

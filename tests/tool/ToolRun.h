@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -14,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora::test {
@@ -26,9 +25,9 @@ struct Outcome {
 };
 
 struct RunOptions {
-    std::string stdoutPath = {}, stderrPath = {};  // in place of a file below the directory
-    bool asNobody = false;                         // as a user without rights of its own; only root may ask for it
-    std::function<void(pid_t)> meanwhile = {};     // called while the program runs
+    std::string stdoutPath = {}, stderrPath = {};       // in place of a file below the directory
+    bool asNobody = false;                              // as a user without rights of its own; POSIX, and only root may ask for it
+    std::function<void(ChildProcess&)> meanwhile = {};  // called while the program runs
 };
 
 // Starts `program` with its output going to files below `directory`, and waits for its end.
@@ -50,38 +49,23 @@ private:
     const char* name_;
 };
 
-// A terminal of 80 columns that a program writes to.
-class Terminal {
-public:
-    Terminal();
-    ~Terminal();
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-    std::string Path() const;
-    std::string Read();  // what has been written so far
-
-private:
-    int master_;
-    int slave_;  // kept open, so that nothing is lost when the program ends
-};
-
 std::filesystem::path ToolPath();
 
 // Every file and directory below `root`, with the content and the last-write time of the files.
 std::map<std::string, std::string> TreeOf(const std::filesystem::path& root);
 
-// A folder's block file, held as another process of the library holds it: locked, until the end of scope.
+// A folder's block file, held as another process of the library holds it: open and shared with nobody, until the end of scope.
 class HeldBlock {
 public:
     explicit HeldBlock(const std::filesystem::path& folder);
     ~HeldBlock();
     HeldBlock(const HeldBlock&) = delete;
     HeldBlock& operator=(const HeldBlock&) = delete;
-    void Release();  // deletes the file, then lets go
+    void Release();  // lets go, then deletes the file
 
 private:
-    std::filesystem::path path_;
-    int descriptor_;
+    std::string path_;
+    void* file_;
 };
 
 class ToolTest : public ::testing::Test {

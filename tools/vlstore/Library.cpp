@@ -12,22 +12,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kModuleName = "libvlaisp.so";
-
 template <typename Function>
 void Resolve(void* module, const char* name, Function& function)
 {
     function = reinterpret_cast<Function>(FindSymbol(module, name));
-    if (!function) throw Failure(ExitCode::Unavailable, std::string(kModuleName) + " has no function " + name);
+    if (!function) throw Failure(ExitCode::Unavailable, InstalledModulePath().filename().string() + " has no function " + name);
 }
 
 void* OpenStoreModule()
 {
     std::error_code ignored;
-    fs::path beside = ExecutableDirectory() / ".." / "lib" / kModuleName;
-    std::string path = fs::exists(beside, ignored) ? beside.lexically_normal().string() : kModuleName;
+    fs::path beside = InstalledModulePath();
     std::string reason;
-    void* module = OpenModule(path, reason);
+    void* module = OpenModule(fs::exists(beside, ignored) ? beside : beside.filename(), reason);
     if (!module) throw Failure(ExitCode::Unavailable, "cannot load the store library: " + reason);
     return module;
 }

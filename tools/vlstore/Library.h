@@ -22,7 +22,7 @@ struct Library {
     decltype(&::StoreLibrary_ThreadRelease) threadRelease = nullptr;
 };
 
-// The library from ../lib beside the executable, else from where the loader looks. Throws Failure with the loader's
+// The library from its place beside the executable, else from where the loader looks. Throws Failure with the loader's
 // reason, or with the name of the first function that it does not have.
 Library LoadLibraryModule();
 

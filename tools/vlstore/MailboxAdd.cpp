@@ -7,6 +7,7 @@
 #include "ExitCode.h"
 #include "Session.h"
 #include "Store.h"
+#include "System.h"
 
 namespace vlstore {
 
@@ -29,7 +30,7 @@ fs::path MakeBelow(const fs::path& directory, const std::string& name)
         if (!fs::is_directory(*found)) throw Failure(ExitCode::CannotCreate, "not a directory: " + found->string());
         return *found;
     }
-    fs::path made = directory / name;
+    fs::path made = directory / PathOf(name);
     std::error_code error;
     fs::create_directory(made, error);
     if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + made.string() + ": " + error.message());

@@ -144,17 +144,18 @@ void AddDirectory(const fs::path& directory, SourceList& list)
 SourceList CollectSources(const std::vector<std::string>& paths)
 {
     SourceList list;
-    for (const std::string& path : paths) {
+    for (const std::string& name : paths) {
+        fs::path path = PathOf(name);
         std::error_code error;
         fs::file_status status = fs::status(path, error);
-        if (!fs::status_known(status)) throw CannotRead(path, error, ExitCode::NoInput);
-        if (!fs::exists(status)) throw Failure(ExitCode::NoInput, "no such file or directory: " + path);
+        if (!fs::status_known(status)) throw CannotRead(name, error, ExitCode::NoInput);
+        if (!fs::exists(status)) throw Failure(ExitCode::NoInput, "no such file or directory: " + name);
         if (fs::is_directory(status)) {
             AddDirectory(path, list);
         } else if (fs::is_regular_file(status)) {
             list.sources.push_back(FileSource(path));
         } else {
-            throw Failure(ExitCode::NoInput, "neither a file nor a directory: " + path);
+            throw Failure(ExitCode::NoInput, "neither a file nor a directory: " + name);
         }
     }
     return list;

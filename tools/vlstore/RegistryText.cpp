@@ -1,7 +1,6 @@
 #include "RegistryText.h"
 
-#include <cstdio>
-#include <optional>
+#include <algorithm>
 
 #include "Text.h"
 #include "Utf16.h"
@@ -10,70 +9,24 @@ namespace vlstore {
 
 namespace {
 
-constexpr std::string_view kHeading = "Windows Registry Editor Version 5.00";
-constexpr std::string_view kOldHeading = "REGEDIT4";
-constexpr size_t kNone = static_cast<size_t>(-1);
+using Kind = RegistryStatement::Kind;
 
-std::string_view Trim(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t\r\n";
-    size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
+constexpr std::string_view kUtf16Mark = "\xFF\xFE";
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// The text of a quoted word at the start of `rest`, which is left behind its closing quote.
-std::optional<std::string> TakeQuoted(std::string_view& rest)
+std::string_view MarkOf(std::string_view bytes)
 {
-    std::string text;
-    for (size_t i = 1; i < rest.size(); ++i) {
-        char c = rest[i];
-        if (c == '"') {
-            rest.remove_prefix(i + 1);
-            return text;
-        }
-        if (c == '\\' && i + 1 < rest.size() && (rest[i + 1] == '\\' || rest[i + 1] == '"')) c = rest[++i];
-        text += c;
+    for (std::string_view mark : {kUtf16Mark, kUtf8Mark}) {
+        if (bytes.starts_with(mark)) return mark;
     }
-    return std::nullopt;
+    return {};
 }
 
-std::string Quoted(std::string_view text)
+std::string FirstLineEnd(std::string_view text)
 {
-    std::string quoted = "\"";
-    for (char c : text) {
-        if (c == '\\' || c == '"') quoted += '\\';
-        quoted += c;
-    }
-    return quoted + "\"";
-}
-
-std::optional<RegistryValue> ParseValue(std::string_view text)
-{
-    RegistryValue value;
-    if (text.starts_with('"')) {
-        std::optional<std::string> quoted = TakeQuoted(text);
-        if (!quoted || !Trim(text).empty()) return std::nullopt;
-        value.text = *quoted;
-    } else if (StartsWithNoCase(text, "dword:")) {
-        std::optional<uint32_t> number = ParseNumber("0x" + std::string(text.substr(6)));
-        if (!number) return std::nullopt;
-        value.type = RegistryValue::Type::Number;
-        value.number = *number;
-    } else if (StartsWithNoCase(text, "hex") || text == "-") {
-        value.type = RegistryValue::Type::Other;
-        value.text = text;
-    } else {
-        return std::nullopt;
-    }
-    return value;
-}
-
-std::string FormatValue(std::string_view name, const RegistryValue& value)
-{
-    char number[16];
-    std::snprintf(number, sizeof number, "dword:%08x", value.number);
-    return (name.empty() ? "@" : Quoted(name)) + "=" + (value.type == RegistryValue::Type::Number ? number : Quoted(value.text));
+    size_t end = text.find('\n');
+    bool unixEnd = end != std::string_view::npos && (end == 0 || text[end - 1] != '\r');
+    return unixEnd ? "\n" : "\r\n";
 }
 
 }  // namespace
@@ -81,121 +34,129 @@ std::string FormatValue(std::string_view name, const RegistryValue& value)
 RegistryText RegistryText::Parse(std::string_view bytes)
 {
     RegistryText registry;
-    std::string decoded;
-    if (IsUtf16(bytes)) {
-        registry.utf16_ = true;
-        decoded = Utf16ToUtf8(bytes);
-        bytes = decoded;
-    }
-    size_t firstEnd = bytes.find('\n');
-    bool unixEnds = firstEnd != std::string_view::npos && (firstEnd == 0 || bytes[firstEnd - 1] != '\r');
-    if (unixEnds) registry.lineEnd_ = "\n";
-
-    for (size_t number = 1; !bytes.empty();) {
-        Line line;
-        size_t physical = 0;
-        do {  // a line whose last byte is "\" goes on in the next one
-            size_t end = bytes.find('\n');
-            size_t length = end == std::string_view::npos ? bytes.size() : end + 1;
-            line.raw.append(bytes.substr(0, length));
-            bytes.remove_prefix(length);
-            ++physical;
-        } while (!bytes.empty() && !Trim(line.raw).starts_with(';') && Trim(line.raw).ends_with('\\'));
-        registry.AddLine(std::move(line), number);
-        number += physical;
+    registry.mark_ = MarkOf(bytes);
+    bytes.remove_prefix(registry.mark_.size());
+    registry.utf16_ = registry.mark_ == kUtf16Mark;
+    if (registry.utf16_) {
+        registry.Read(BytesFromUtf16(bytes), bytes);
+    } else {
+        registry.Read(bytes, bytes);
     }
     return registry;
 }
 
-void RegistryText::AddLine(Line line, size_t number)
+void RegistryText::Read(std::string_view text, std::string_view bytes)
 {
-    std::string_view text = Trim(line.raw);
-    if (!lines_.empty()) line.key = lines_.back().key;
-    bool heading = number == 1 && (text == kHeading || text == kOldHeading);
-    if (text.starts_with('[') && text.ends_with(']')) {
-        line.kind = Line::Kind::Key;
-        line.key = text.substr(1, text.size() - 2);
-    } else if ((text.starts_with('"') || text.starts_with('@')) && !line.key.empty()) {
-        std::optional<std::string> name = text.starts_with('@') ? std::string() : TakeQuoted(text);
-        if (name && text.starts_with('@')) text.remove_prefix(1);
-        std::string_view behind = Trim(text);
-        std::optional<RegistryValue> value;
-        if (name && behind.starts_with('=')) value = ParseValue(Trim(behind.substr(1)));
-        line.kind = value ? Line::Kind::Value : Line::Kind::Fault;
-        if (value) {
-            line.name = *name;
-            line.value = *value;
-        }
-    } else if (!text.empty() && !text.starts_with(';') && !heading) {
-        line.kind = Line::Kind::Fault;
+    lineEnd_ = FirstLineEnd(text);
+    RegistryReader reader(text);
+    for (RegistryStatement statement; reader.Next(statement);) {
+        size_t length = utf16_ ? Utf16Of(bytes, statement.text.size()).size() : statement.text.size();
+        AddLine(statement, bytes.substr(0, length));
+        bytes.remove_prefix(length);
     }
-    if (line.kind == Line::Kind::Fault && firstFault_ == 0) firstFault_ = number;
-    lines_.push_back(std::move(line));
+    firstFault_ = reader.Fault();
+    rest_ = bytes;
+}
+
+void RegistryText::AddLine(const RegistryStatement& statement, std::string_view bytes)
+{
+    size_t at = lines_.size();
+    auto place = [&](size_t inText) { return utf16_ ? Utf16Of(bytes, inText).size() : inText; };
+    lines_.push_back({statement.kind,
+                      std::string(bytes),
+                      {statement.key, statement.name, statement.value},
+                      place(statement.valueBegin),
+                      place(statement.valueEnd)});
+    std::string key = UpperAscii(statement.key);
+    std::string name = UpperAscii(statement.name);
+    if (statement.kind == Kind::Key) sections_[key].line = at;
+    if (statement.kind == Kind::RemovedKey) RemoveSections(std::move(key));
+    if (statement.underRemoved) return;
+    if (statement.kind == Kind::Value) sections_[key].values[name] = at;
+    if (statement.kind == Kind::RemovedValue) sections_[key].values.erase(name);
+}
+
+// The key and all below it, which stand together.
+void RegistryText::RemoveSections(std::string key)
+{
+    sections_.erase(key);
+    key += '\\';
+    auto first = sections_.lower_bound(key);
+    auto last = first;
+    while (last != sections_.end() && last->first.starts_with(key)) ++last;
+    sections_.erase(first, last);
 }
 
 std::string RegistryText::Serialise() const
 {
-    std::string text;
-    for (const Line& line : lines_) text += line.raw;
-    return utf16_ ? Utf8ToUtf16(text) : text;
+    std::string bytes = mark_;
+    for (const Line& line : lines_) bytes += line.bytes;
+    return bytes + rest_;
 }
 
 std::vector<RegistryEntry> RegistryText::Entries() const
 {
+    std::vector<size_t> counting;
+    for (const auto& [key, section] : sections_) {
+        for (const auto& [name, line] : section.values) counting.push_back(line);
+    }
+    std::sort(counting.begin(), counting.end());
     std::vector<RegistryEntry> entries;
-    for (const Line& line : lines_) {
-        if (line.kind == Line::Kind::Fault) break;
-        if (line.kind == Line::Kind::Value) entries.push_back({line.key, line.name, line.value});
-    }
+    for (size_t line : counting) entries.push_back(lines_[line].entry);
     return entries;
-}
-
-size_t RegistryText::LastOf(Line::Kind kind, std::string_view key, std::string_view name) const
-{
-    size_t found = kNone;
-    for (size_t i = 0; i < lines_.size() && lines_[i].kind != Line::Kind::Fault; ++i) {
-        const Line& line = lines_[i];
-        bool sameName = kind != Line::Kind::Value || EqualNoCase(line.name, name);
-        if (line.kind == kind && sameName && EqualNoCase(line.key, key)) found = i;
-    }
-    return found;
 }
 
 const RegistryValue* RegistryText::Find(std::string_view key, std::string_view name) const
 {
-    size_t at = LastOf(Line::Kind::Value, key, name);
-    return at == kNone ? nullptr : &lines_[at].value;
+    auto section = sections_.find(UpperAscii(key));
+    if (section == sections_.end()) return nullptr;
+    auto value = section->second.values.find(UpperAscii(name));
+    return value == section->second.values.end() ? nullptr : &lines_[value->second].entry.value;
+}
+
+std::string RegistryText::Encoded(std::string_view text) const { return utf16_ ? Utf16FromBytes(text) : std::string(text); }
+
+void RegistryText::Insert(size_t at, std::string_view text)
+{
+    if (at == lines_.size()) EndLastLine();
+    Line line;
+    line.bytes = Encoded(std::string(text) + lineEnd_);
+    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(line));
 }
 
 void RegistryText::EndLastLine()
 {
-    if (lines_.empty()) lines_.push_back({Line::Kind::Filler, std::string(kHeading) + lineEnd_, {}, {}, {}});
-    if (!lines_.back().raw.ends_with('\n')) lines_.back().raw += lineEnd_;
+    if (lines_.empty()) return;
+    std::string& last = lines_.back().bytes;
+    if (last.ends_with(Encoded("\n"))) return;
+    // Half a line end is completed: a second CR would belong to the line.
+    last += Encoded(last.ends_with(Encoded("\r")) ? "\n" : lineEnd_);
 }
 
 void RegistryText::Set(std::string_view key, std::string_view name, const RegistryValue& value)
 {
-    Line line{Line::Kind::Value, FormatValue(name, value) + lineEnd_, std::string(key), std::string(name), value};
-    EndLastLine();
-    size_t at = LastOf(Line::Kind::Value, key, name);
-    if (at != kNone) {
-        lines_[at] = std::move(line);
-        return;
+    auto section = sections_.find(UpperAscii(key));
+    bool thereIsAKey = section != sections_.end();
+    auto present = thereIsAKey ? section->second.values.find(UpperAscii(name)) : decltype(Section::values)::iterator();
+    std::string line = (name.empty() ? "@" : Quoted(name)) + "=" + value.written;
+    if (thereIsAKey && present != section->second.values.end()) {
+        Line& old = lines_[present->second];
+        old.bytes.replace(old.valueBegin, old.valueEnd - old.valueBegin, Encoded(value.written));
+    } else if (thereIsAKey) {
+        // Behind the last value under the heading, before the blank lines and comments that belong to what follows.
+        size_t behind = section->second.line + 1;
+        for (size_t i = behind; i < lines_.size() && lines_[i].kind != Kind::Key && lines_[i].kind != Kind::RemovedKey; ++i) {
+            if (lines_[i].kind != Kind::Filler) behind = i + 1;
+        }
+        Insert(behind, line);
+    } else {
+        auto isHeading = [](const Line& each) { return each.kind == Kind::Heading; };
+        if (std::none_of(lines_.begin(), lines_.end(), isHeading)) Insert(lines_.size(), kRegistryHeading);
+        Insert(lines_.size(), "");
+        Insert(lines_.size(), "[" + std::string(key) + "]");
+        Insert(lines_.size(), line);
     }
-    size_t keyLine = LastOf(Line::Kind::Key, key, {});
-    if (keyLine == kNone) {
-        lines_.push_back({Line::Kind::Filler, lineEnd_, lines_.back().key, {}, {}});
-        lines_.push_back({Line::Kind::Key, "[" + line.key + "]" + lineEnd_, line.key, {}, {}});
-        lines_.push_back(std::move(line));
-        return;
-    }
-    // Behind the last value of the section, before the blank lines and comments that belong to what follows.
-    size_t behind = keyLine;
-    for (size_t i = keyLine + 1; i < lines_.size() && lines_[i].kind != Line::Kind::Key; ++i) {
-        if (lines_[i].kind == Line::Kind::Value) behind = i;
-    }
-    line.key = lines_[keyLine].key;
-    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(behind + 1), std::move(line));
+    *this = Parse(Serialise());
 }
 
 }  // namespace vlstore

@@ -3,29 +3,27 @@
 //     Windows Registry Editor Version 5.00
 //
 //     [HKEY_LOCAL_MACHINE\SOFTWARE\Example]
-//     "A text"="with \\ and \" escaped"
+//     "A text"="with \\ and \" escaped" ; a comment
 //     "A number"=dword:0000000a
 //     "Bytes"=hex:01,02,03
+//     "Gone"=-
+//     [-HKEY_LOCAL_MACHINE\SOFTWARE\Gone]
 //
-// A line that ends in a backslash goes on in the next one. The text is kept line by line, and an edit touches the lines of its value alone: comments, values of other types and
-// what is not understood come out as they came in. Keys and names are compared without regard to case; of two equal
-// values the later one counts. UTF-16, which regedit writes, is read and written back as such; inside all is bytes.
+// What is read is what the store reads (RegistryReader.h): keys and names are compared without regard to case; of two equal
+// values the later one counts, and what is removed further down does not. The file is kept line by line, and an edit touches
+// its value alone: comments, blanks and line ends come out as they came in. UTF-16, which regedit writes, stays UTF-16.
 #ifndef VLSTORE_REGISTRYTEXT_H
 #define VLSTORE_REGISTRYTEXT_H
 
-#include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace vlstore {
+#include "RegistryReader.h"
+#include "RegistryValue.h"
 
-struct RegistryValue {
-    enum class Type { Text, Number, Other };  // Other: `text` is what stands behind the "="
-    Type type = Type::Text;
-    std::string text;
-    uint32_t number = 0;
-};
+namespace vlstore {
 
 struct RegistryEntry {
     std::string key;
@@ -35,34 +33,45 @@ struct RegistryEntry {
 
 class RegistryText {
 public:
-    // Never fails; what cannot be read is counted by FirstFault.
+    // Never fails; what cannot be read is told by FirstFault.
     static RegistryText Parse(std::string_view bytes);
     std::string Serialise() const;
 
-    // Line (from 1) of the first thing that is not understood, 0 if there is none. The library takes no value from there on.
+    // Line (from 1) of the first fault, 0 if there is none. The store takes no value from there on.
     size_t FirstFault() const { return firstFault_; }
 
-    // Every value before the first fault, in order.
+    // Every value that counts, in the order of the file.
     std::vector<RegistryEntry> Entries() const;
     // The value that counts; null when there is none. Valid until the next Set.
     const RegistryValue* Find(std::string_view key, std::string_view name) const;
-    // Only for Text and Number.
+    // Makes it the value that counts. Only for a text without a fault. `key` is not empty, does not begin with "-" or end with
+    // "\"; no argument holds a line feed.
     void Set(std::string_view key, std::string_view name, const RegistryValue& value);
 
 private:
     struct Line {
-        enum class Kind { Filler, Key, Value, Fault };
-        Kind kind = Kind::Filler;
-        std::string raw;  // as it stands, its line end included; several physical lines for a value that goes on
-        std::string key, name;
-        RegistryValue value;
+        RegistryStatement::Kind kind = RegistryStatement::Kind::Filler;
+        std::string bytes;  // as they stand in the file
+        RegistryEntry entry;
+        size_t valueBegin = 0, valueEnd = 0;  // in `bytes`
+    };
+    // What stands so far: keys and names in capitals, with the lines of the key's last heading and of its values.
+    struct Section {
+        size_t line = 0;
+        std::map<std::string, size_t, std::less<>> values;
     };
 
-    void AddLine(Line line, size_t number);
-    size_t LastOf(Line::Kind kind, std::string_view key, std::string_view name) const;
+    void Read(std::string_view text, std::string_view bytes);
+    void AddLine(const RegistryStatement& statement, std::string_view bytes);
+    void RemoveSections(std::string key);
+    std::string Encoded(std::string_view text) const;
+    void Insert(size_t at, std::string_view text);
     void EndLastLine();
 
+    std::string mark_;  // the byte order mark, or nothing
     std::vector<Line> lines_;
+    std::string rest_;  // what stands behind the last line that is understood
+    std::map<std::string, Section, std::less<>> sections_;
     std::string lineEnd_ = "\r\n";
     bool utf16_ = false;
     size_t firstFault_ = 0;

@@ -1,5 +1,6 @@
 #include "SettingsFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "ExitCode.h"
@@ -13,8 +14,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kSystemFile = "/etc/velmora/registry.reg";
 constexpr const char* kFileInStore = "registry.reg";
+// The store takes no longer text, the zero byte at its end included, and no larger file.
+constexpr size_t kLongestText = 1024;
+constexpr size_t kLargestFile = 16 * 1024 * 1024;
 
 constexpr std::string_view kBase = "";
 constexpr std::string_view kProviders = "Providers";
@@ -40,8 +43,8 @@ constexpr KnownSetting kKnownSettings[] = {
     {"Index Injection Size Limit", kNumber, kStoreProvider},
     {"Index Unblock Mode", kNumber, kProviders},
     {"MSXML Index Serialisation Produces Old Format", kNumber, kBase},
-    {"Mail Root", kText, kBase},
-    {"Mail Root Directory", kText, "Services\\MAPI"},
+    {kPlainMailRootSetting, kText, kBase},
+    {kMailRootSetting, kText, kMailRootKey},
     {"Mailbox Size Calc Mode", kNumber, kBase},
     {"Maximum Index Rows", kNumber, kBase},
     {"Public Folders Enabled", kNumber, kBase},
@@ -62,9 +65,12 @@ constexpr KnownSetting kKnownSettings[] = {
 
 fs::path SettingsFilePath(const Session& session)
 {
-    if (!session.store.empty()) return fs::absolute(fs::path(session.store)) / kFileInStore;
+    if (!session.store.empty()) return fs::absolute(PathOf(session.store)) / kFileInStore;
     const char* named = std::getenv("VELMORA_REGISTRY");
-    return named && *named ? named : kSystemFile;
+    if (named && *named) return PathOf(named);
+    fs::path system = SystemSettingsFile();
+    if (!system.empty()) return system;
+    throw Failure(ExitCode::Usage, "no store is named: use --store, or name a settings file in VELMORA_REGISTRY");
 }
 
 fs::path ExistingSettingsFile(const Session& session)
@@ -80,10 +86,15 @@ fs::path ExistingSettingsFile(const Session& session)
 
 std::string FullKey(std::string_view key)
 {
-    if (key.empty()) return std::string(kBaseKey);
-    if (StartsWithNoCase(key, "HKEY_")) return std::string(key);
-    if (StartsWithNoCase(key, "SOFTWARE\\")) return "HKEY_LOCAL_MACHINE\\" + std::string(key);
-    return std::string(kBaseKey) + "\\" + std::string(key);
+    std::string full(kBaseKey);
+    if (StartsWithNoCase(key, "HKEY_")) full.clear();
+    if (StartsWithNoCase(key, "SOFTWARE\\")) full = "HKEY_LOCAL_MACHINE";
+    while (!key.empty()) {
+        size_t end = std::min(key.find('\\'), key.size());
+        if (end > 0) full.append(full.empty() ? "" : "\\").append(key.substr(0, end));
+        key.remove_prefix(std::min(end + 1, key.size()));
+    }
+    return full;
 }
 
 const KnownSetting* FindKnownSetting(std::string_view name)
@@ -102,6 +113,7 @@ SettingsFile SettingsFile::Load(const fs::path& path)
     std::error_code error = ReadFileContent(path, bytes);
     if (error == std::errc::no_such_file_or_directory) return file;
     if (error) throw CannotRead("the settings file " + path.string(), error);
+    if (bytes.size() > kLargestFile) throw Failure(ExitCode::Data, path.string() + ": a settings file has 16 MB at most");
     file.text_ = RegistryText::Parse(bytes);
     return file;
 }
@@ -109,16 +121,36 @@ SettingsFile SettingsFile::Load(const fs::path& path)
 uint32_t SettingsFile::Number(std::string_view name, uint32_t fallback) const
 {
     const RegistryValue* value = text_.Find(kBaseKey, name);
-    return value && value->type == RegistryValue::Type::Number ? value->number : fallback;
+    return value ? value->Number().value_or(fallback) : fallback;
 }
 
 bool SettingsFile::SavesIndexes() const { return Number(kIndexWriterSetting, 0) != 0; }
 
+fs::path SettingsFile::MailRoot() const
+{
+    for (const RegistryValue* root : {text_.Find(FullKey(kMailRootKey), kMailRootSetting), text_.Find(kBaseKey, kPlainMailRootSetting)}) {
+        if (root && root->data.size() <= kLongestText) return PathOf(WithSlashes(root->Text()));
+    }
+    return {};
+}
+
+void SettingsFile::RequireNoFault() const
+{
+    if (text_.FirstFault() == 0) return;
+    throw Failure(ExitCode::Data, path_.string() + ":" + std::to_string(text_.FirstFault()) + ": not a line of a settings file");
+}
+
+std::string SettingsFile::WithMailRoot(const fs::path& root) const
+{
+    RequireNoFault();
+    RegistryText changed = text_;
+    changed.Set(FullKey(kMailRootKey), kMailRootSetting, RegistryValue::OfText(root.string()));
+    return changed.Serialise();
+}
+
 void SettingsFile::Set(std::string_view key, std::string_view name, const RegistryValue& value)
 {
-    if (text_.FirstFault() != 0) {
-        throw Failure(ExitCode::Data, path_.string() + ":" + std::to_string(text_.FirstFault()) + ": not a line of a settings file");
-    }
+    RequireNoFault();
     text_.Set(key, name, value);
     std::error_code error = ReplaceFileContent(path_, text_.Serialise());
     if (error) throw Failure(CodeOf(error, ExitCode::IoError), "cannot write the settings file " + path_.string() + ": " + error.message());

@@ -14,7 +14,7 @@ namespace vlstore {
 inline constexpr std::string_view kBaseKey = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Wow6432Node\\Velmora\\Velmora";
 
 // The full key that `key` means: nothing is the base key, "HKEY_..." stands for itself, "SOFTWARE\..." is taken below the
-// local machine, anything else below the base key.
+// local machine, anything else below the base key. Empty parts of a path do not count, as nowhere in the registry.
 std::string FullKey(std::string_view key);
 
 // What is known of a setting by its name; null for a name that the store does not read.
@@ -24,6 +24,13 @@ struct KnownSetting {
     std::string_view key;  // as FullKey takes it
 };
 const KnownSetting* FindKnownSetting(std::string_view name);
+
+// Where the store looks for the mail root, the first that is there.
+inline constexpr std::string_view kMailRootKey = "Services\\MAPI";
+inline constexpr std::string_view kMailRootSetting = "Mail Root Directory";
+inline constexpr std::string_view kPlainMailRootSetting = "Mail Root";
+// The directory of the post offices in a store that the tool made.
+inline constexpr const char* kMailRootInStore = "POSTOFFICES";
 
 // Turns on the writer of indexes.
 inline constexpr std::string_view kIndexWriterSetting = "Use XML Stream Index Serialisation";
@@ -38,6 +45,8 @@ public:
     static SettingsFile Load(const std::filesystem::path& path);
 
     const RegistryText& Text() const { return text_; }
+    // The mail root, with "/" between its parts; empty when there is none.
+    std::filesystem::path MailRoot() const;
     // A number below the base key.
     uint32_t Number(std::string_view name, uint32_t fallback) const;
     // Whether the store saves its indexes: the form that it uses without being told otherwise has no writer yet.
@@ -45,8 +54,12 @@ public:
     // Sets a value and puts the file in place in one step. Throws Failure; a file with a fault in it is not written, because
     // nothing behind the fault is read.
     void Set(std::string_view key, std::string_view name, const RegistryValue& value);
+    // The same settings with another mail root, as the bytes of a file. Throws Failure as Set does.
+    std::string WithMailRoot(const std::filesystem::path& root) const;
 
 private:
+    void RequireNoFault() const;
+
     std::filesystem::path path_;
     RegistryText text_;
 };

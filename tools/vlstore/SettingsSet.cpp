@@ -24,22 +24,18 @@ RegistryValue::Type TypeOf(const Options& options, const RegistryValue* present)
     if (options.type == "dword") return RegistryValue::Type::Number;
     if (options.type == "text") return RegistryValue::Type::Text;
     if (const KnownSetting* known = FindKnownSetting(options.name)) return known->type;
-    return present && present->type == RegistryValue::Type::Number ? RegistryValue::Type::Number : RegistryValue::Type::Text;
+    return present && present->GetType() == RegistryValue::Type::Number ? RegistryValue::Type::Number : RegistryValue::Type::Text;
 }
 
 RegistryValue ValueOf(const Options& options, RegistryValue::Type type)
 {
-    RegistryValue value;
-    value.type = type;
     if (type == RegistryValue::Type::Text) {
         if (options.value.find_first_of("\r\n") != std::string::npos) throw Failure(ExitCode::Usage, "a value has one line");
-        value.text = options.value;
-        return value;
+        return RegistryValue::OfText(options.value);
     }
     std::optional<uint32_t> number = ParseNumber(options.value);
     if (!number) throw Failure(ExitCode::Usage, "not a number of 32 bits: \"" + options.value + "\" for \"" + options.name + "\"");
-    value.number = *number;
-    return value;
+    return RegistryValue::OfNumber(*number);
 }
 
 void NoteOtherKey(const Options& options, const std::string& key)

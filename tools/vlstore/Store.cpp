@@ -27,21 +27,6 @@ constexpr const char* kPublicFolders = "PUBROOT";
 constexpr size_t kLongestPath = 1023;
 constexpr size_t kRoomForNames = 80;
 
-// Loads nothing: the variable must stand before the library reads its settings.
-fs::path ChooseSettings(const Session& session)
-{
-    fs::path file = ExistingSettingsFile(session);
-    SettingsFile::Load(file);  // the library says nothing of a file that it may not read
-    if (!session.store.empty()) SetEnvironment("VELMORA_REGISTRY", file.string());
-    return file;
-}
-
-std::string WithSlashes(std::string path)
-{
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
-
 bool LiesBelow(const fs::path& path, const fs::path& root)
 {
     fs::path from = fs::weakly_canonical(fs::absolute(root)), to = fs::weakly_canonical(path);
@@ -61,7 +46,8 @@ fs::path Require(const fs::path& directory, const std::string& name, const std::
 std::optional<fs::path> FindNoCase(const fs::path& directory, const std::string& name)
 {
     std::error_code error;
-    fs::path exact = directory / name;
+    fs::path exact = directory / "";
+    exact += PathOf(name);  // "c:x" is not taken for a path of its own
     fs::file_status status = fs::status(exact, error);
     if (fs::exists(status)) return exact;
     if (!fs::status_known(status)) throw CannotRead(exact.string(), error);
@@ -73,9 +59,13 @@ std::optional<fs::path> FindNoCase(const fs::path& directory, const std::string&
     return std::nullopt;
 }
 
-Store::Store(const Session& session) : settingsFile_(ChooseSettings(session)), library_(LoadLibraryModule()), mailRoot_(AskMailRoot())
+Store::Store(const Session& session)
+    : settingsFile_(ExistingSettingsFile(session)),
+      settings_(settingsFile_, session.store),
+      library_(LoadLibraryModule()),
+      mailRoot_(AskMailRoot())
 {
-    if (session.store.empty() || LiesBelow(mailRoot_, session.store)) return;
+    if (session.store.empty() || LiesBelow(mailRoot_, PathOf(session.store))) return;
     PutMessage("note: the mail root of " + session.store + " lies outside it: " + mailRoot_.string());
 }
 
@@ -92,7 +82,7 @@ fs::path Store::AskMailRoot() const
 
     std::string below = std::string("/") + kProbePostoffice + "/" + kMailboxes + "/" + kProbeMailbox + "/" + kProbeFolder;
     if (!path.ends_with(below)) throw Failure(ExitCode::Unavailable, "the library does not say where the mail root lies");
-    return path.substr(0, path.size() - below.size());
+    return PathOf(path.substr(0, path.size() - below.size())).make_preferred();
 }
 
 fs::path Store::FolderDirectory(const FolderName& name) const

@@ -8,6 +8,7 @@
 
 #include "FolderName.h"
 #include "Library.h"
+#include "LibrarySettings.h"
 #include "Session.h"
 
 namespace vlstore {
@@ -35,6 +36,7 @@ private:
     std::filesystem::path AskMailRoot() const;
 
     std::filesystem::path settingsFile_;
+    LibrarySettings settings_;  // stand before the library reads them
     Library library_;
     std::filesystem::path mailRoot_;
 };

@@ -22,16 +22,13 @@ struct Options {
     bool defaults = false;
 };
 
-RegistryValue TextValue(const std::string& text) { return {RegistryValue::Type::Text, text, 0}; }
-RegistryValue NumberValue(uint32_t number) { return {RegistryValue::Type::Number, {}, number}; }
-
 std::string FirstSettings(const fs::path& mailRoot, bool defaults)
 {
     RegistryText settings = RegistryText::Parse("");
-    settings.Set(kBaseKey, "Mail Root", TextValue(mailRoot.string()));
+    settings.Set(kBaseKey, kPlainMailRootSetting, RegistryValue::OfText(mailRoot.string()));
     if (!defaults) {
-        settings.Set(kBaseKey, "Use XML Stream Index Deserialisation", NumberValue(1));
-        settings.Set(kBaseKey, kIndexWriterSetting, NumberValue(1));
+        settings.Set(kBaseKey, "Use XML Stream Index Deserialisation", RegistryValue::OfNumber(1));
+        settings.Set(kBaseKey, kIndexWriterSetting, RegistryValue::OfNumber(1));
     }
     return settings.Serialise();
 }
@@ -45,11 +42,11 @@ void CheckRoot(const fs::path& root)
 void InitStore(const Options& options, Output& output)
 {
     if (options.root.empty()) throw Failure(ExitCode::Usage, "ROOT is empty");
-    fs::path root = fs::absolute(options.root).lexically_normal();
+    fs::path root = fs::absolute(PathOf(options.root)).lexically_normal();
     if (!root.has_filename()) root = root.parent_path();
     CheckRoot(root);
     fs::path settings = root / "registry.reg";
-    fs::path mailRoot = root / "POSTOFFICES";
+    fs::path mailRoot = root / kMailRootInStore;
     std::error_code error;
     if (fs::exists(settings, error)) throw Failure(ExitCode::CannotCreate, "there is a store already: " + settings.string());
 

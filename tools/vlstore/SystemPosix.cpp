@@ -66,6 +66,8 @@ std::error_code CreateWith(const fs::path& path, std::string_view bytes, mode_t 
 
 }  // namespace
 
+void PrepareStandardStreams() {}
+
 std::FILE* TakeStandardOutput(bool noiseToStderr)
 {
     int own = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -91,14 +93,17 @@ size_t TerminalColumns(std::FILE* stream)
 
 void SetEnvironment(const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); }
 
-fs::path ExecutableDirectory()
+fs::path InstalledModulePath()
 {
     std::error_code error;
     fs::path executable = fs::read_symlink("/proc/self/exe", error);
-    return error ? fs::path() : executable.parent_path();
+    fs::path directory = error ? fs::path() : executable.parent_path();
+    return (directory / ".." / "lib" / "libvlaisp.so").lexically_normal();
 }
 
-void* OpenModule(const std::string& path, std::string& error)
+fs::path SystemSettingsFile() { return "/etc/velmora/registry.reg"; }
+
+void* OpenModule(const fs::path& path, std::string& error)
 {
     void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!module) {
@@ -125,6 +130,16 @@ std::error_code CheckReadAndWrite(const fs::path& directory)
 {
     if (::faccessat(AT_FDCWD, directory.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0) return {};
     return LastError();
+}
+
+fs::path MakePrivateDirectory(std::error_code& error)
+{
+    fs::path temporary = fs::temp_directory_path(error);
+    if (error) return {};
+    std::string name = (temporary / "vlstore-XXXXXX").string();
+    if (::mkdtemp(name.data())) return name;
+    error = LastError();
+    return {};
 }
 
 std::error_code ReadFileContent(const fs::path& path, std::string& bytes)

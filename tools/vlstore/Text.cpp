@@ -13,6 +13,12 @@ unsigned char ByteAt(std::string_view bytes, size_t at) { return static_cast<uns
 
 }  // namespace
 
+std::string WithSlashes(std::string path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
 std::string UpperAscii(std::string_view text)
 {
     std::string upper(text);

@@ -9,6 +9,9 @@
 
 namespace vlstore {
 
+// A path of either system with "/" between its parts.
+std::string WithSlashes(std::string path);
+
 std::string UpperAscii(std::string_view text);
 bool EqualNoCase(std::string_view a, std::string_view b);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);

@@ -83,10 +83,12 @@ int RunVerb(Session& session)
 
 int main(int argc, char** argv)
 {
+    vlstore::PrepareStandardStreams();
     Session session;
     CLI::App app("Looks after a Velmora store. FOLDER is always POSTOFFICE/MAILBOX/FOLDER.", "vlstore");
     app.require_subcommand(1);
-    app.fallthrough();  // for all verbs: the options of the tool itself may stand behind a verb as well
+    app.allow_windows_style_options(false);  // on no system: "/mail" is a path
+    app.fallthrough();                       // for all verbs: the options of the tool itself may stand behind a verb as well
     AddGlobalOptions(app, session);
     AddVerbs(app, session);
     try {

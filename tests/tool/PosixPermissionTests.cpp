@@ -83,6 +83,15 @@ TEST_F(Permission, ASettingsFileThatMayNotBeReadIsNotCalledMissing)
     ExpectNoPermission({"settings", "list"}, "cannot read " + SettingsPath().string());
 }
 
+TEST_F(Permission, ASettingsFileKeepsItsModeWhenItIsSet)
+{
+    ASSERT_EQ(::chmod(SettingsPath().c_str(), 0600), 0);
+    InStore({"settings", "set", "A", "1"});
+    struct stat info {};
+    ASSERT_EQ(::stat(SettingsPath().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+}
+
 TEST_F(Permission, SourcesThatMayNotBeReadAreNamed)
 {
     SetMode(FolderPath(), 0777);

@@ -1,0 +1,26 @@
+// A terminal that a program writes to, and the test reads from.
+#ifndef VELMORA_TESTS_TOOL_POSIXTERMINAL_H
+#define VELMORA_TESTS_TOOL_POSIXTERMINAL_H
+
+#include <string>
+
+namespace velmora::test {
+
+// A terminal of 80 columns that a program writes to.
+class Terminal {
+public:
+    Terminal();
+    ~Terminal();
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+    std::string Path() const;
+    std::string Read();  // what has been written so far
+
+private:
+    int master_;
+    int slave_;  // kept open, so that nothing is lost when the program ends
+};
+
+}  // namespace velmora::test
+
+#endif
