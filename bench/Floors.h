@@ -15,6 +15,16 @@ size_t CountTags(const std::string& file);
 // The floor under a scan: every message opened, its first 4 KiB read, its header lines found. Returns their number.
 size_t CountHeaderLines(const std::filesystem::path& directory);
 
+// The floor under a header-only open and under cached counts: the file opened, its first 52 bytes read, closed.
+void ReadSmall(const std::string& file);
+
+// The floor under an append: the file opened, its header read, an element of 690 bytes written over its end, eight digits
+// written into its header, closed. The file grows by nothing.
+void WriteSmall(const std::string& file);
+
+// The floor under whatever asks whether something has changed: the file looked up by its name.
+void LookByName(const std::string& file);
+
 }  // namespace velmora::bench
 
 #endif

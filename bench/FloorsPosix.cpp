@@ -1,5 +1,6 @@
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -52,6 +53,36 @@ size_t CountHeaderLines(const std::filesystem::path& directory)
     }
     closedir(handle);
     return lines;
+}
+
+void ReadSmall(const std::string& file)
+{
+    char bytes[52];
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    Require(descriptor >= 0 && read(descriptor, bytes, sizeof bytes) == sizeof bytes, "no small read");
+    close(descriptor);
+}
+
+void WriteSmall(const std::string& file)
+{
+    constexpr size_t kElementSize = 690;
+    constexpr off_t kDigitsAt = 23;
+    char header[33];
+    char element[kElementSize];
+    std::memset(element, 'x', sizeof element);
+    const int descriptor = open(file.c_str(), O_RDWR | O_CLOEXEC);
+    Require(descriptor >= 0 && pread(descriptor, header, sizeof header, 0) == sizeof header, "no small write");
+    const off_t end = lseek(descriptor, 0, SEEK_END);
+    Require(pwrite(descriptor, element, sizeof element, end - static_cast<off_t>(sizeof element)) == sizeof element &&
+                pwrite(descriptor, header + kDigitsAt, 8, kDigitsAt) == 8,
+            "no small write");
+    close(descriptor);
+}
+
+void LookByName(const std::string& file)
+{
+    struct stat info {};
+    Require(stat(file.c_str(), &info) == 0, "no file to look at");
 }
 
 }  // namespace velmora::bench

@@ -153,6 +153,14 @@ void RegisterReferences(uint32_t size)
         Measure(state, {},
                 [&] { Require(document.save_file(target.c_str(), "", pugi::format_raw | pugi::format_no_declaration), "cannot save"); });
     });
+    constexpr std::pair<const char*, void (*)(const std::string&)> kSmallOnes[] = {
+        {"SmallRead", ReadSmall}, {"SmallWrite", WriteSmall}, {"LookByName", LookByName}};
+    for (const auto& [name, work] : kSmallOnes) {
+        Register(name, size, 1001, [size, work = work](benchmark::State& state) {
+            const std::string file = WorkFolder("small", size) + "/_index.xml";
+            Measure(state, {}, [&] { work(file); });
+        });
+    }
 }
 
 void RegisterLoads(uint32_t size)

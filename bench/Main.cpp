@@ -58,22 +58,26 @@ void WriteSettings(const std::filesystem::path& directory)
     SetVariable("VELMORA_EVENTLOG", (directory / "events.log").string());
 }
 
+constexpr int kUsage = 2;
+constexpr int kGoalMissed = 3;
+
 int RunAll(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return kUsage;
     WriteSettings(DataDirectory());
     if (!ProcessAttach()) return 1;
     RegisterIndexBenchmarks();
     RegisterScanBenchmarks();
     CollectingReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0) return kUsage;
     const bool reached = PrintRatios(reporter);
     PrintGrowth(reporter);
     if (!reached) std::printf("\nA goal is missed.\n");
     benchmark::Shutdown();
     ProcessDetach();
-    return reporter.Failed() ? 1 : 0;
+    if (reporter.Failed()) return 1;
+    return reached ? 0 : kGoalMissed;
 }
 
 }  // namespace

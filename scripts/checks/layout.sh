@@ -43,7 +43,8 @@ forbidden_includes() {
     public_sources | xargs -r grep -HnE '#[[:space:]]*include[[:space:]]*"' | grep -v '"velmora/' || true
 }
 
-posix_headers='(windows|winsock2|unistd|fcntl|dirent|pthread|dlfcn|syslog|poll|signal|termios|pwd|grp|netdb|spawn|utime|glob|fnmatch|ftw|sys/[a-z_]+|netinet/[a-z_]+|arpa/[a-z_]+)\.h'
+posix_headers='(windows|winsock2|io|direct|process|unistd|strings|fcntl|dirent|pthread|sched|semaphore|dlfcn|syslog|poll|signal|termios|pwd|grp|netdb|spawn|utime|glob|fnmatch|ftw|(sys|linux|netinet|arpa|net)/[a-z_]+)\.h'
+system_macros='\b(_?WIN32|_WIN64|_MSC_VER|__MINGW[0-9A-Z_]*|__linux(__)?|__unix(__)?)\b'
 
 # FILE:LINE: TEXT for the lines of the files on standard input that match, comments left out.
 code_lines() {
@@ -57,14 +58,14 @@ code_lines() {
 # is marked on each system.
 platform_names() {
     { our_sources common SERVICES/Library; public_sources | grep -vx include/velmora/api.h; } | code_lines \
-        "_WIN32|_WIN64|__MINGW|__linux__|__unix__|\\berrno\\b|std::filesystem|#[[:space:]]*include[[:space:]]*<($posix_headers|errno\\.h|cerrno|csignal|filesystem)>"
+        "$system_macros|\\berrno\\b|std *:: *filesystem|#[[:space:]]*include[[:space:]]*<($posix_headers|errno\\.h|cerrno|csignal|filesystem)>"
 }
 
 # Tests and benchmarks may use what the language has, and say in a file's name that it is for one system alone.
 is_for_one_system='(^|/)(Posix|Windows)[^/]*$|(Posix|Windows)\.(cpp|h)$'
 system_names_in_tests() {
     our_sources tests bench | { grep -vE "$is_for_one_system" || true; } | code_lines \
-        "_WIN32|_WIN64|__MINGW|__linux__|__unix__|#[[:space:]]*include[[:space:]]*<$posix_headers>"
+        "$system_macros|#[[:space:]]*include[[:space:]]*<$posix_headers>"
 }
 
 # The sources that a configured build directory compiles.
