@@ -134,6 +134,12 @@ std::string MakeOneDirectory(const std::string& path)
 
 }  // namespace
 
+bool NamesNothing(uint32_t error)
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME ||
+           error == ERROR_FILENAME_EXCED_RANGE;
+}
+
 std::string FileManagement::ParentDirectory(std::string_view path) { return std::string(path.substr(0, ParentLength(path))); }
 
 std::string FileManagement::FileName(std::string_view path)
@@ -157,7 +163,7 @@ bool FileManagement::Exists(const std::string& path) { return KindOfPath(path) !
 bool FileManagement::MayExist(const std::string& path)
 {
     FileIterator entry(path);
-    return !entry.First().empty() || (entry.Error() != 0 && entry.Error() != ERROR_PATH_NOT_FOUND);
+    return !entry.First().empty() || (entry.Error() != 0 && !NamesNothing(entry.Error()));
 }
 
 bool FileManagement::CreateDirectories(const std::string& path, bool quiet)

@@ -5,10 +5,15 @@
 #ifndef VELMORA_COMMON_FILEMANAGEMENT_H
 #define VELMORA_COMMON_FILEMANAGEMENT_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace velmora {
+
+// True for the errors that say of a name that nothing bears it: no such file (2), no such directory (3), and no name at all,
+// by its bytes (123) or by its length (206). Any other error leaves open what is there.
+bool NamesNothing(uint32_t error);
 
 class FileManagement {
 public:
@@ -19,7 +24,7 @@ public:
     // False only for a name that the file system refuses (error 123).
     static bool IsValidPath(const std::string& path);
     static bool Exists(const std::string& path);
-    // False only when the system says that nothing of that name is there. For what must not be taken for missing, and made
+    // False only when the system says that nothing of that name is there, or can be. For what must not be taken for missing, and made
     // anew, because it could not be asked for at this moment.
     static bool MayExist(const std::string& path);
     // Makes the directory and its parents from the top; true when it is there. With `quiet` a path that is empty or no path,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/FileManagement.h"
 #include "platform/win32.h"
 
 namespace velmora {
@@ -172,13 +173,25 @@ FileStamp ReadFileStamp(const std::string& path)
         CloseHandle(file);
         return stamp;
     }
-    const DWORD error = GetLastError();
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME) return stamp;
+    if (NamesNothing(GetLastError())) return stamp;
     WIN32_FIND_DATAA found = {};
     HANDLE search = FindFirstFileA(path.c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) return stamp;
     FindClose(search);
     return {FileTimeNumber(found.ftLastWriteTime), uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow};
+}
+
+void MoveLastWriteOn(const std::string& path, uint64_t lastWrite)
+{
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return;
+    const uint64_t later = lastWrite + 10;  // a microsecond, which every file system with fine stamps keeps
+    FILETIME time = {};
+    time.dwLowDateTime = static_cast<DWORD>(later);
+    time.dwHighDateTime = static_cast<DWORD>(later >> 32);
+    SetFileTime(file, nullptr, nullptr, &time);
+    CloseHandle(file);
 }
 
 }  // namespace velmora

@@ -78,6 +78,10 @@ struct FileStamp {
 };
 FileStamp ReadFileStamp(const std::string& path);
 
+// Moves the last write of a file to a microsecond behind `lastWrite` (FILETIME), for a file whose next change has to be told
+// from this one although both may fall into one tick of the file system's clock. A file that does not open stays.
+void MoveLastWriteOn(const std::string& path, uint64_t lastWrite);
+
 }  // namespace velmora
 
 #endif

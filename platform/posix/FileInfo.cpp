@@ -20,10 +20,14 @@ FILETIME TimeOf(const struct statx_timestamp& stamp) { return ToFileTime(UnitsOf
 
 FILETIME CreationOf(const struct statx& info) { return TimeOf((info.stx_mask & STATX_BTIME) != 0 ? info.stx_btime : info.stx_mtime); }
 
+// A pipe, a socket, a device and a link that leads nowhere bear the mark of a device: nothing in them can be read as a file.
 DWORD AttributesOf(mode_t mode)
 {
     const DWORD readOnly = (mode & 0222) == 0 ? FILE_ATTRIBUTE_READONLY : 0;
-    return (S_ISDIR(mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE) | readOnly;
+    const DWORD kind = S_ISDIR(mode)   ? FILE_ATTRIBUTE_DIRECTORY
+                       : S_ISREG(mode) ? FILE_ATTRIBUTE_ARCHIVE
+                                       : FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_DEVICE;
+    return kind | readOnly;
 }
 
 // A link to a directory is a directory that bears a mark, so that whoever walks a tree can stop there. Only directories

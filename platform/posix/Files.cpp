@@ -116,11 +116,14 @@ Attempt OpenOnce(PathText& path, const OpenRequest& request, OpenedFile& opened,
     return error == ERROR_FILE_EXISTS && !request.how.opens ? Attempt::Failed : made;
 }
 
-// Null when there is no memory for it.
-std::unique_ptr<FileObject> NewFileObject(DWORD access)
+// A handle with no file behind it yet; null, with the error set, when there is no memory for it or no handle left.
+HANDLE NewFileHandle(DWORD access, FileObject*& object)
 try {
-    return std::make_unique<FileObject>(Descriptor(), true, (access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0);
+    auto made = std::make_unique<FileObject>(Descriptor(), true, (access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0);
+    object = made.get();
+    return MakeHandle(std::move(made));
 } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
 }
 
@@ -141,20 +144,21 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES
     if (error != 0) return FailHandle(error);
 
     // Made first: once the file is there, nothing may fail for want of memory.
-    std::unique_ptr<FileObject> object = NewFileObject(access);
-    if (!object) return FailHandle(ERROR_NOT_ENOUGH_MEMORY);
+    FileObject* object = nullptr;
+    const HANDLE handle = NewFileHandle(access, object);
+    if (!handle) return INVALID_HANDLE_VALUE;
     OpenedFile opened;
     Attempt attempt = Attempt::Again;
     for (int round = 0; attempt == Attempt::Again && round < kRoundsAgainstChange; ++round) {
         attempt = OpenOnce(native, request, opened, error);
     }
     if (attempt == Attempt::Again) error = ERROR_FILE_NOT_FOUND;  // a link that leads nowhere
-    if (attempt != Attempt::Done) return FailHandle(error);
-
+    if (attempt != Attempt::Done) {
+        TakeHandle(handle, HandleKind::File);
+        return FailHandle(error);
+    }
     object->descriptor = std::move(opened.descriptor);
     object->plain = opened.plain;
-    const HANDLE handle = MakeHandle(std::move(object));
-    if (!handle) return INVALID_HANDLE_VALUE;
     if (request.how.makes && request.how.opens) SetLastError(opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;
 }

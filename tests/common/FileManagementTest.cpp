@@ -66,6 +66,24 @@ TEST_F(FileManagementTest, ExistsForFilesAndDirectories)
     EXPECT_FALSE(FileManagement::Exists(Path("x/two")));
 }
 
+TEST_F(FileManagementTest, NothingBearsANameThatIsMissingOrImpossible)
+{
+    for (const uint32_t error : {2u, 3u, 123u, 206u}) {
+        EXPECT_TRUE(NamesNothing(error));
+        const FailingSeam seam(platform::FileOperation::Search, error);
+        EXPECT_FALSE(FileManagement::MayExist(Path("file"))) << error;
+    }
+    for (const uint32_t error : {5u, 32u, 1117u}) {
+        EXPECT_FALSE(NamesNothing(error));
+        const FailingSeam seam(platform::FileOperation::Search, error);
+        EXPECT_TRUE(FileManagement::MayExist(Path("file"))) << error;
+    }
+    EXPECT_FALSE(NamesNothing(0));
+    EXPECT_FALSE(FileManagement::MayExist(Path("bad|name")));
+    EXPECT_FALSE(FileManagement::MayExist(Path(std::string(300, 'x'))));
+    EXPECT_FALSE(FileManagement::MayExist(Path("missing")));
+}
+
 TEST_F(FileManagementTest, CreateDirectoriesMakesTheParentsFromTheTop)
 {
     EXPECT_TRUE(FileManagement::CreateDirectories(directory_.Str() + "\\x\\y/z\\"));

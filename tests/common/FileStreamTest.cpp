@@ -273,6 +273,17 @@ TEST_F(FileStreamTest, StampOfAFileThatIsNotThereIsZero)
     EXPECT_EQ(ReadFileStamp(Path("no/such/file")).lastWrite, 0u);
 }
 
+TEST_F(FileStreamTest, ALastWriteIsMovedOnByAMicrosecondAndNothingElseChanges)
+{
+    WriteFileBytes(Path(), "0123456789");
+    const uint64_t before = ReadFileStamp(Path()).lastWrite;
+    MoveLastWriteOn(Path(), before);
+    EXPECT_EQ(ReadFileStamp(Path()).lastWrite, before + 10);
+    EXPECT_EQ(ReadFileBytes(Path()), "0123456789");
+    MoveLastWriteOn(Path("missing"), before);
+    EXPECT_EQ(ReadFileStamp(Path("missing")).lastWrite, 0u);
+}
+
 TEST_F(FileStreamTest, StampOfAFileThatIsHeldComesFromTheDirectory)
 {
     WriteFileBytes(Path(), "0123456789");

@@ -24,7 +24,7 @@ TEST_F(BrandedScan, AFileWithAUidOfItsFolderIsBrandedWithTheNextOne)
     const std::string folderId = FolderId();
     Deliver("a.MAI", "X-UID: " + folderId + ".7\r\n\r\nbody");
     uint32_t nextUid = 4;
-    EXPECT_EQ(AddMessageItem(table_, Path(), {"a.MAI", 1, 1}, GetFolderUniqueId(Path()), nextUid), 1u);
+    EXPECT_EQ(AddMessageItem(table_, Path(), {"a.MAI", 1, 1}, GetFolderUniqueId(Path()), nextUid), MessageRead::Whole);
     EXPECT_EQ(nextUid, 5u);
     EXPECT_EQ(Column("a.MAI", "UID"), "5");
     EXPECT_EQ(ReadFileBytes(folder_ / "a.MAI"), "X-UID: " + folderId + ".5\r\n\r\nbody");

@@ -637,7 +637,7 @@ TEST(ParseMessageHeadersOfAFile, TellsTheLastWriteInDosForm)
     const std::string path = directory.Str() + "/a.MAI";
     WriteFileBytes(path, "Subject: from a file\r\n\r\n");
     MessageHeader header;
-    ASSERT_TRUE(ParseMessageHeaders(path, header, {}));
+    ASSERT_EQ(ReadMessageHeaders(path, header, {}), MessageRead::Whole);
     EXPECT_STREQ(header.Subject, "from a file");
     EXPECT_GT(header.ModifiedDate >> 16, 0x5000u);  // some day behind 2020
 }
@@ -650,9 +650,9 @@ TEST(ParseMessageHeadersOfAFile, ThatCannotBeOpenedChangesNothing)
     header.ModifiedDate = 3;
     HeaderParseOptions clearing;
     clearing.clearTempFlags = true;
-    EXPECT_FALSE(ParseMessageHeaders(directory.Str() + "/none.MAI", header, clearing));
+    EXPECT_EQ(ReadMessageHeaders(directory.Str() + "/none.MAI", header, clearing), MessageRead::NoMessage);
     std::filesystem::create_directory(directory / "dir.MAI");
-    EXPECT_FALSE(ParseMessageHeaders(directory.Str() + "/dir.MAI", header, clearing));
+    EXPECT_NE(ReadMessageHeaders(directory.Str() + "/dir.MAI", header, clearing), MessageRead::Whole);
     EXPECT_EQ(header.TempFlags, "kept");
     EXPECT_EQ(header.ModifiedDate, 3u);
 }

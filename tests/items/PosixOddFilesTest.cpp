@@ -25,10 +25,13 @@ TEST_F(MailScan, LinksDevicesPipesAndStrangeNamesAreLeftOut)
     std::filesystem::create_symlink("loop.MAI", folder_ / "loop.MAI");
     std::filesystem::create_symlink("/dev/zero", folder_ / "device.MAI");
     ASSERT_EQ(mkfifo((folder_ / "pipe.MAI").c_str(), 0600), 0);
+    uint32_t opens = 0;
+    const HookedSeam seam(CountMessageOpens(opens));
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(Scan(), 1u);
         EXPECT_EQ(Ids(), Names{"a.MAI"});
         EXPECT_EQ(table_.LastUID, 1u);
+        EXPECT_FALSE(Has("_CHANGE.DTY")) << "they are nothing that another scan could read";
     }
 }
 

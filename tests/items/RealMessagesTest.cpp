@@ -37,7 +37,7 @@ TEST_F(RealMessages, EveryHeaderIsTheBeginningOfItsFile)
     for (const auto& path : files_) {
         const std::string bytes = ReadFileBytes(path);
         MessageHeader header;
-        ASSERT_TRUE(ParseMessageHeaders(path.string(), header, {})) << path;
+        ASSERT_EQ(ReadMessageHeaders(path.string(), header, {}), MessageRead::Whole) << path;
         EXPECT_FALSE(header.HeaderText.empty()) << path;
         EXPECT_EQ(bytes.compare(0, header.HeaderText.size(), header.HeaderText), 0) << path;
         EXPECT_NE(header.ModifiedDate, 0u) << path;
@@ -135,7 +135,7 @@ TEST_F(RealMessages, HaveTheColumnsThatAReaderSees)
     for (const Pinned& expected : kPinned) {
         SCOPED_TRACE(expected.file);
         MessageHeader header;
-        ASSERT_TRUE(ParseMessageHeaders((mail_ / expected.file).string(), header, {}));
+        ASSERT_EQ(ReadMessageHeaders((mail_ / expected.file).string(), header, {}), MessageRead::Whole);
         EXPECT_STREQ(header.From, expected.from);
         EXPECT_EQ(header.To, expected.to);
         EXPECT_EQ(header.Cc, expected.cc);

@@ -61,6 +61,66 @@ TEST_F(FlagFiles, AFlagThatIsSetAfterTheNoteStays)
     }
 }
 
+// Refuses to make a flag, and has another set when a file of the folder is moved for the second time.
+class DropWatch : public platform::FileSeam {
+public:
+    DropWatch() : before_(platform::ReplaceFileSeam(this)) {}
+    ~DropWatch() override { platform::ReplaceFileSeam(before_); }
+    DropWatch(const DropWatch&) = delete;
+    DropWatch& operator=(const DropWatch&) = delete;
+    platform::FileVerdict Before(platform::FileOperation operation, const char* path, uint64_t) override
+    {
+        platform::FileVerdict verdict;
+        if (operation == platform::FileOperation::Open && std::string_view(path).ends_with("_CHANGE.DTY")) verdict.fail = 112;
+        if (operation == platform::FileOperation::Move && ++moves == 2 && atTheSecondMove) atTheSecondMove();
+        return verdict;
+    }
+    int moves = 0;
+    std::function<void()> atTheSecondMove;
+
+private:
+    platform::FileSeam* before_;
+};
+
+TEST_F(FlagFiles, ANewerFlagGoesBackWithoutBeingMadeAnew)
+{
+    const std::string path = folder.string();
+    MarkFolderDirty(path.c_str());
+    const uint64_t noted = NoteDirtyMark(path.c_str());
+    WriteFileBytes(folder / "_CHANGE.DTY", "newer");
+    {
+        DropWatch fullDisk;
+        DropNotedMark(path.c_str(), noted);
+    }
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), "newer");
+    EXPECT_EQ(FileNames(folder), Names({"_CHANGE.DTY"}));
+}
+
+TEST_F(FlagFiles, AFlagThatIsSetWhileANewerOneGoesBackServesForBoth)
+{
+    const std::string path = folder.string();
+    MarkFolderDirty(path.c_str());
+    const uint64_t noted = NoteDirtyMark(path.c_str());
+    WriteFileBytes(folder / "_CHANGE.DTY", "newer");
+    {
+        DropWatch watch;
+        watch.atTheSecondMove = [&] { WriteFileBytes(folder / "_CHANGE.DTY", "newest"); };
+        DropNotedMark(path.c_str(), noted);
+        EXPECT_EQ(watch.moves, 2);
+    }
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), "newest");
+    EXPECT_EQ(FileNames(folder), Names({"_CHANGE.DTY"}));
+}
+
+TEST_F(FlagFiles, ALeftoverOfADropThatWasCutOffIsReplacedByTheNext)
+{
+    const std::string path = folder.string();
+    WriteFileBytes(folder / "_CHANGE.TKN", "left");
+    MarkFolderDirty(path.c_str());
+    DropNotedMark(path.c_str(), NoteDirtyMark(path.c_str()));
+    EXPECT_TRUE(FileNames(folder).empty());
+}
+
 TEST_F(FlagFiles, MarkingADirectoryThatDoesNotExistAnswersOneAndCreatesNothing)
 {
     EXPECT_EQ(MarkFolderDirty((folder.string() + "\\gone").c_str()), 1u);

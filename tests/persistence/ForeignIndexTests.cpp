@@ -46,6 +46,24 @@ TEST(ForeignIndex, APartOfAFileWithAnIdTwiceIsNotSaved)
     EXPECT_EQ(folder.Bytes(), bytes);
 }
 
+// A child of somebody else's file may name any ID. One that no start tag can hold stays in memory; the file keeps to the rest.
+TEST(ForeignIndex, AnItemWhoseIdNoTagCanHoldIsLeftOutOfARewrite)
+{
+    for (const char* const id : {"a\"c", "\"", "a&gt;c", "--"}) {
+        const IndexFolder folder;
+        folder.Write(IndexFile(9, Element("a", 5, {{"ID", id}}) + Element("b", 9)));
+        LoadedTable table(folder);
+        ASSERT_EQ(table.LoadLevel, 3) << id;
+        ASSERT_EQ(ContentOf(table).ByID.Sorted().size(), 2u) << id;
+        table.RewriteRequired = 1;
+        ASSERT_EQ(folder.Save(table), 1u) << id;
+        LoadedTable fresh(folder);
+        EXPECT_EQ(fresh.LoadLevel, 3) << id;
+        EXPECT_EQ(IdsByUid(fresh), "b") << id << "\n" << folder.Bytes();
+        EXPECT_EQ(folder.Bytes().find("UID=\"5\""), std::string::npos) << id;
+    }
+}
+
 // fuzz/ForeignIndexFuzz drives the same property.
 TEST(ForeignIndex, AFileThatOthersWroteKeepsItsItemsThroughAChange) { ChangeFiles(1, 700, false); }
 TEST(ForeignIndex, ADamagedFileIsNeverMadeWorseByAChange) { ChangeFiles(100000, 1200, true); }

@@ -5,6 +5,7 @@
 
 #include "common/FileStream.h"
 #include "index/IndexPersistence.h"
+#include "locks/FlagFiles.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "platform/FileSeam.h"
 #include "tests/index/TestTable.h"
@@ -220,6 +221,24 @@ TEST_F(Framework, AFlagThatIsSetDuringALoadStays)
         EXPECT_FALSE(FileExists(folder_ / "_CHANGE.DTY"));
     }
     EXPECT_FALSE(FileExists(folder_ / "_CHANGE.TKN"));
+}
+
+// The flag that a load has noted is known by its time, which nobody else may move on.
+TEST_F(Framework, ALoadThatCannotHaveTheBlockLeavesTheFlagAsItStands)
+{
+    store_.Attach();
+    WriteFileBytes(folder_ / "1.MAI", "Subject: one\r\n\r\n");
+    WriteIndex(IndexFile(20, Element("1.MAI", 5)));
+    WriteFileBytes(folder_ / "_CHANGE.DTY", "");
+    const uint64_t noted = NoteDirtyMark(Folder().c_str());
+    WriteFileBytes(folder_ / "_index.blk", "");
+    IndexLoadArguments arguments = Arguments(&record_);
+    arguments.NoBlock = 0;
+    arguments.CheckDirty = 1;
+    EXPECT_FALSE(LoadIndex(record_.Table, arguments, 3));
+    std::filesystem::remove(folder_ / "_index.blk");
+    DropNotedMark(Folder().c_str(), noted);
+    EXPECT_FALSE(FileExists(folder_ / "_CHANGE.DTY"));
 }
 
 TEST_F(Framework, ALoadRecordsItsArgumentsAndPlacesItsOwner)

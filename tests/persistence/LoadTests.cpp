@@ -212,6 +212,14 @@ TEST_F(Load, AnItemsFileMustBeAPlainFileOfExactlyThatName)
     EXPECT_EQ(table_.RewriteRequired, 0);
 }
 
+TEST_F(Load, AnIdThatIsNoNameForAFileGoesWhenFilesAreCheckedFor)
+{
+    WriteFileBytes(folder_.File().parent_path() / "there", "");
+    folder_.Write(IndexFile(9, Element("there", 1) + Element(std::string(300, 'x'), 2) + Element("bad|name", 3)));
+    EXPECT_EQ(folder_.Load(table_, 3, "", 1), 3);
+    EXPECT_EQ(IdsByUid(table_), "there");
+}
+
 TEST_F(Load, GroupsAreReadFromTheirOwnFile)
 {
     folder_.Write("rubbish");

@@ -6,12 +6,12 @@ namespace velmora::test {
 
 namespace {
 
-// Names beyond the bound of the table of names are not stored by the library, so they count for nobody.
+// Names that are not kept count for nobody.
 std::string PropertiesText(const std::map<std::string, std::string>& properties)
 {
     std::string text;
     for (const auto& [name, value] : properties)
-        if (IndexPropertyTable::LookUp(name).Slot >= 0) text += " [" + name + "=" + value + "]";
+        if (IsKept(name)) text += " [" + name + "=" + value + "]";
     return text;
 }
 
@@ -27,6 +27,11 @@ std::string ItemLine(uint32_t uid, uint32_t offset, uint32_t length, const std::
 }
 
 }  // namespace
+
+bool IsKept(const std::string& name)
+{
+    return IndexPropertyTable::Count() < kMaxPropertyNames || IndexPropertyTable::LookUp(name).Slot >= 0;
+}
 
 std::string DescribeItems(SORTEDSTOREINDEXTYPE& table)
 {

@@ -9,6 +9,10 @@
 
 namespace velmora::test {
 
+// Whether the process keeps properties of that name. Until the bound of its table of names is met it keeps every one, and no
+// test comes near; only a fuzz target that has run long asks the table which came first.
+bool IsKept(const std::string& name);
+
 std::string Describe(int result, const std::string& fault, SORTEDSTOREINDEXTYPE& table);
 std::string Describe(const PlainOutcome& outcome, const PlainIndex& index);
 

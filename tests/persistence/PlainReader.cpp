@@ -150,10 +150,14 @@ public:
     }
 
 private:
-    void Fault(const std::string& message)
+    void FaultOfOrder(const std::string& message)
     {
         if (ok_) fault_ = message;
         ok_ = false;
+    }
+    void Fault(const std::string& message)
+    {
+        FaultOfOrder(message);
         faultInElement_ = true;
     }
 
@@ -274,8 +278,8 @@ private:
             // Without a sign, as UIDs are everywhere: a folder whose UIDs have passed 2^31 is in order too.
             const uint32_t uid = static_cast<uint32_t>(PlainLong(value));
             if (previousUid_ && uid < *previousUid_)
-                Fault("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
-                      ", Previous UID=" + std::to_string(*previousUid_) + ", Largest/Last UID=" + std::to_string(index_.lastUid));
+                FaultOfOrder("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
+                             ", Previous UID=" + std::to_string(*previousUid_) + ", Largest/Last UID=" + std::to_string(index_.lastUid));
             previousUid_ = uid;
         }
         if (value.find_first_not_of('-') == std::string::npos) {
@@ -413,6 +417,22 @@ int32_t PlainLong(std::string_view text)
     const int64_t number = static_cast<int64_t>(Digits(text, 10, uint64_t{1} << 31));
     if (minus) return number > -int64_t{INT32_MIN} ? INT32_MIN : static_cast<int32_t>(-number);
     return number > INT32_MAX ? INT32_MAX : static_cast<int32_t>(number);
+}
+
+std::set<std::string> PlainSelection(std::string_view list)
+{
+    std::set<std::string> ids;
+    std::string id;
+    for (const char c : list) {
+        if (c != ',') {
+            id += c;
+            continue;
+        }
+        if (!id.empty()) ids.insert(id);
+        id.clear();
+    }
+    if (!id.empty()) ids.insert(id);
+    return ids;
 }
 
 std::string PlainDecode(std::string text)

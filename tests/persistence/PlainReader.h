@@ -51,6 +51,9 @@ PlainOutcome PlainParse(PlainIndex& index, std::string_view bytes, const PlainOp
 // `result` of the outcome is the load level reached.
 PlainOutcome PlainLoad(PlainIndex& index, std::string_view bytes, PlainOptions options, bool fileIsThere = true);
 
+// The IDs of a comma-separated list; what is empty is none.
+std::set<std::string> PlainSelection(std::string_view list);
+
 // The reverse of the escaping of values, by its rules.
 std::string PlainDecode(std::string text);
 

@@ -52,7 +52,7 @@ std::string ReadPlain(std::string_view bytes, const Arguments& arguments)
     index.loadSelection = arguments.selection;
     PlainOptions options;
     options.level = arguments.level;
-    for (const std::string& id : MakeSelectionSet(arguments.selection)) options.selection.insert(id);
+    options.selection = PlainSelection(arguments.selection);
     options.verifyItemFiles = arguments.verify;
     options.itemFiles = {arguments.files.begin(), arguments.files.end()};
     options.garbageThreshold = arguments.threshold;
@@ -82,7 +82,7 @@ void CompareRounds(uint64_t firstSeed, uint64_t rounds, bool damage)
         // The same file by every other road.
         Arguments other = arguments;
         for (other.level = 1; other.level <= 3; ++other.level)
-            for (const char* selection : {"", "a,c,e,g", "*"}) {
+            for (const char* selection : {"", "a,c,e,g", ",", "*"}) {
                 other.selection = selection;
                 ASSERT_EQ(ReadFast(bytes, other, SIZE_MAX), ReadPlain(bytes, other)) << InWords(other, seed) << "\nfile: " << bytes;
             }

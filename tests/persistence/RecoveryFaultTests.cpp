@@ -139,6 +139,77 @@ TEST_F(RecoveryFaults, AFileThatCouldNotBeOpenedOnceIsNoDamagedOne)
     }
 }
 
+// The rebuild that a flag asks for completes what the file holds, so it waits for a file that can be read.
+TEST_F(RecoveryFaults, AFlaggedLoadOfAFileThatCannotBeReadNowLeavesFileAndFlag)
+{
+    const std::string good = IndexFile(9, Element("1.MAI", 4, {{"LABEL", "mine"}}) + Element("2.MAI", 7));
+    for (const uint32_t backup : {1u, 0u}) {
+        store_.SetNumber("Backup Index", backup);
+        for (const char* name : {"1.MAI", "2.MAI"}) Write(name, "Subject: x\r\n\r\n");
+        for (const FileOperation operation : {FileOperation::Open, FileOperation::Read}) {
+            Write("_index.xml", good);
+            MarkFolderDirty(Folder().c_str());
+            {
+                bool ofIndex = false;
+                int asked = 0;
+                FileFaults faults([&](FileOperation asks, int, std::string_view path, uint64_t) {
+                    FileVerdict verdict;
+                    if (asks == FileOperation::Open) ofIndex = path.ends_with("_index.xml");
+                    if (asks == operation && ofIndex && ++asked == 1)
+                        verdict.fail = asks == FileOperation::Open ? kSharingViolation : kDataError;
+                    return verdict;
+                });
+                EXPECT_FALSE(LoadIndex(table_, Arguments(), 3));
+                EXPECT_EQ(faults.Failed(), 1);
+            }
+            EXPECT_EQ(Read("_index.xml"), good);
+            EXPECT_TRUE(Exists("_CHANGE.DTY"));
+            EXPECT_FALSE(Exists("_index.xml.bad"));
+            EXPECT_TRUE(LoadIndex(table_, Arguments(), 3));
+            EXPECT_EQ(FindLoadedItem(table_, "1.MAI")->Uid(), 4u);
+            EXPECT_EQ(FindLoadedItem(table_, "2.MAI")->Uid(), 7u);
+            EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
+            EXPECT_FALSE(Exists("_CHANGE.DTY"));
+        }
+    }
+}
+
+TEST_F(RecoveryFaults, AFlaggedLoadWhoseBackupCannotBeReadNowWaitsToo)
+{
+    for (const char* name : {"1.MAI", "2.MAI"}) Write(name, "Subject: x\r\n\r\n");
+    const std::string backup = IndexFile(9, Element("1.MAI", 4, {{"LABEL", "mine"}}));
+    for (const FileOperation operation : {FileOperation::Copy, FileOperation::Read, FileOperation::Open}) {
+        SCOPED_TRACE(static_cast<uint32_t>(operation));
+        Write("_index.xml", "<damage>");
+        Write("_index.xml.bak", backup);
+        MarkFolderDirty(Folder().c_str());
+        {
+            bool moved = false;
+            bool refused = false;
+            bool ofIndex = false;
+            FileFaults faults([&](FileOperation asks, int, std::string_view path, uint64_t) {
+                FileVerdict verdict;
+                if (asks == FileOperation::Open) ofIndex = path.ends_with("_index.xml");
+                const bool now = operation == FileOperation::Copy || (moved && ofIndex);
+                if (asks == operation && now && !refused) {
+                    refused = true;
+                    verdict.fail = kSharingViolation;
+                }
+                if (asks == FileOperation::Move && path.ends_with(".tmp")) moved = true;
+                return verdict;
+            });
+            EXPECT_FALSE(LoadIndex(table_, Arguments(), 3));
+            EXPECT_EQ(faults.Failed(), 1);
+        }
+        EXPECT_EQ(Read("_index.xml.bak"), backup);
+        EXPECT_TRUE(Exists("_CHANGE.DTY"));
+        EXPECT_TRUE(LoadIndex(table_, Arguments(), 3));
+        EXPECT_EQ(IdsById(table_), "1.MAI 2.MAI");
+        EXPECT_EQ(FindLoadedItem(table_, "1.MAI")->Uid(), 4u);
+        EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
+    }
+}
+
 TEST_F(RecoveryFaults, AFileThatCannotBeAskedForIsNotReplacedByAnEmptyOne)
 {
     Write("1.MAI", "Subject: one\r\n\r\n");
@@ -346,6 +417,21 @@ TEST_F(RecoveryFaults, AKindThatCannotBeRebuiltEndsItsRecoveryAsCorrupt)
     EXPECT_EQ(Read("_index.xml"), kGood);
     EXPECT_EQ(Read("_index.xml.bad"), kCut);
     EXPECT_EQ(Events(), (std::vector<std::string>{Malformed("Did not find root element end tag"), Failed("\n"), Failed(kCorrupt)}));
+}
+
+// A rebuild of group items empties them, so nothing of a recovery may ask for one.
+TEST_F(RecoveryFaults, ARecoveryOfGroupItemsDoesNotAskForTheRebuildThatWouldEmptyThem)
+{
+    Write("_index.xml", kGood);
+    Write("_index.xml.bak", kGood);
+    Write("_groups.xml", kCut);
+    IndexLoadArguments arguments = Arguments();
+    arguments.IndexKind = 54;
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_FALSE(LoadIndex(table_, arguments, 3));
+        EXPECT_FALSE(Exists("_CHANGE.DTY"));
+        EXPECT_EQ(Read("_groups.xml"), kCut);
+    }
 }
 
 TEST_F(RecoveryFaults, AForcedRebuildOfADamagedIndexWithNoBackupPutsItAsideAndLosesNoItem)

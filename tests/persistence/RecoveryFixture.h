@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "locks/FlagFiles.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "tests/index/TestTable.h"
 #include "tests/persistence/IndexBytes.h"
@@ -32,7 +33,8 @@ protected:
     int32_t Load(int32_t level = 3, uint32_t kind = 0, bool checkDirty = false)
     {
         StreamXMLStoreIndexSerialiser serialiser;
-        return DispatchDeserialise(serialiser, table_, Folder(), kind, "po", "box", level, 0, 0, checkDirty);
+        return DispatchDeserialise(serialiser, table_, Folder(), kind, "po", "box", level, 0, 0,
+                                   checkDirty ? NoteDirtyMark(Folder().c_str()) : 0);
     }
     // The index events without the program's name in front.
     std::vector<std::string> Events()

@@ -329,7 +329,7 @@ TEST_F(Recovery, AnExceptionInALoadIsReportedByItsKindAndIsAFailure)
         RaisingSerialiser serialiser;
         serialiser.inDeserialise = report.raise;
         table_.LoadLevel = 3;
-        EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, false), 0);
+        EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, 0), 0);
         EXPECT_EQ(table_.LoadLevel, 0);
         const std::string text = "StoreIndexSerialiser::Deserialise" + report.text;
         EXPECT_EQ(log.Traces(), std::vector<std::string>{text});
@@ -358,7 +358,7 @@ TEST_F(Recovery, AnExceptionWhileBackingUpIsPrintedAndTheLoadStillCounts)
         RaisingSerialiser serialiser;
         serialiser.inBackup = raise;
         const std::string printed =
-            CaptureStdout([&] { EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, false), 3); });
+            CaptureStdout([&] { EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, 0), 3); });
         EXPECT_EQ(printed, "Exception occured when backing up\n");
         EXPECT_EQ(table_.LoadLevel, 3);
     }
@@ -370,7 +370,7 @@ TEST_F(Recovery, AnExceptionInARecoveryLandsInTheSameReports)
     RaisingSerialiser serialiser;
     serialiser.result = 0;
     serialiser.inQuarantine = Raise::Standard;
-    EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, false), 0);
+    EXPECT_EQ(DispatchDeserialise(serialiser, table_, Folder(), 0, "", "", 3, 0, 0, 0), 0);
     EXPECT_EQ(table_.LoadLevel, 0);
     EXPECT_EQ(log_.Traces(), std::vector<std::string>{"StoreIndexSerialiser::Deserialise handled an exception; session will be dropped.\n"
                                                       "The exception was: the reason\n"});

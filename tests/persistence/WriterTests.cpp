@@ -476,6 +476,22 @@ TEST_F(Writer, AFailedWriteIsReportedWithItsStateItsPlaceAndItsSite)
     EXPECT_TRUE(log_.HasEvent(".File Pointer will is positioned to end of file, so as to allow diagnosis. Check .bad file\n"));
 }
 
+TEST_F(Writer, AFullDiskIsReportedOnceAndNotForEveryItem)
+{
+    TestTable table;
+    for (int i = 0; i < 300; ++i) Add(table, std::to_string(i))->SetText("SUBJECT", std::string(3000, 'x'));
+    for (const bool inPlace : {false, true}) {
+        IndexFolder folder;
+        if (inPlace) folder.Write(IndexFile(0, ""));
+        CapturedLog log;
+        CountingSeam seam;
+        seam.room = 200000;
+        EXPECT_EQ(folder.Save(table), 0u);
+        EXPECT_FALSE(log.Events().empty());
+        EXPECT_LE(log.Events().size(), 4u);
+    }
+}
+
 TEST_F(Writer, AFullDiskAtAFullRewriteIsAFailure)
 {
     IndexFolder empty;

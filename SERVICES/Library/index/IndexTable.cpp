@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <unordered_set>
 
 #include "common/Text.h"
 #include "frame/Guard.h"
@@ -66,27 +67,34 @@ void TakeFromMaps(IndexTableContent& content, IndexItemPropertyContainer* item) 
     content.ByID.Erase(item->Id());
 }
 
+void TakeWithMark(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item) noexcept
+{
+    // Kept: the mark goes with its item, so changes to later items that were not saved yet are not written by the next
+    // save in place; they live on in memory only. New items are found again by the writer.
+    if (static_cast<int32_t>(item->Uid()) == table.FirstDirtyUID) table.FirstDirtyUID = 0;
+    TakeFromMaps(*table.Content, item);
+}
+
+void NumberSequence(IndexTableContent& content)
+{
+    uint32_t seq = 0;
+    for (IndexItemPropertyContainer* const item : content.Sequence) item->SetNumber(SeqRef(), static_cast<int32_t>(++seq));
+}
+
 void RemoveItemSet(SORTEDSTOREINDEXTYPE& table, const SelectionSet& set)
 {
     IndexTableContent& content = ContentOf(table);
     const bool all = set.contains("*");
     content.RemovedItems.reserve(content.RemovedItems.size() + (all ? content.Sequence.size() : set.size()));
-    for (const std::string& id : set) {
-        IndexItemPropertyContainer* const item = content.ByID.Find(id);
-        if (!item) continue;
-        // Kept: the mark goes with its item, so changes to later items that were not saved yet are not written by the next
-        // save in place; they live on in memory only. New items are found again by the writer.
-        if (static_cast<int32_t>(item->Uid()) == table.FirstDirtyUID) table.FirstDirtyUID = 0;
-        TakeFromMaps(content, item);
-    }
+    for (const std::string& id : set)
+        if (IndexItemPropertyContainer* const item = content.ByID.Find(id)) TakeWithMark(table, item);
     size_t kept = 0;
     for (IndexItemPropertyContainer* const item : content.Sequence) {
         if (all && content.ByID.Find(item->Id()) == item) TakeFromMaps(content, item);
         if (!all && !set.contains(item->Id())) content.Sequence[kept++] = item;
     }
     content.Sequence.resize(kept);
-    uint32_t seq = 0;
-    for (IndexItemPropertyContainer* const item : content.Sequence) item->SetNumber(SeqRef(), static_cast<int32_t>(++seq));
+    NumberSequence(content);
 }
 
 void CountItem(const IndexItemPropertyContainer& item, IndexPropertyRef flagStatus, uint32_t (&details)[13])
@@ -145,6 +153,17 @@ uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList)
     if (table.LoadLevel == 0) return 0;
     RemoveItemSet(table, MakeSelectionSet(TextOrEmpty(idList)));
     return 1;
+}
+
+void RemoveItems(SORTEDSTOREINDEXTYPE& table, const std::vector<IndexItemPropertyContainer*>& items)
+{
+    if (items.empty()) return;
+    IndexTableContent& content = ContentOf(table);
+    const std::unordered_set<const IndexItemPropertyContainer*> removed(items.begin(), items.end());
+    content.RemovedItems.reserve(content.RemovedItems.size() + items.size());
+    for (IndexItemPropertyContainer* const item : items) TakeWithMark(table, item);
+    std::erase_if(content.Sequence, [&](const IndexItemPropertyContainer* item) { return removed.contains(item); });
+    NumberSequence(content);
 }
 
 void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list)

@@ -28,6 +28,7 @@ struct IndexTableContent {
     TextArena Texts;           // texts of loaded items; emptied with the table
     bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
     bool DamagedFile = false;  // a reader found faults; an item in whose element there was one has the offset 0
+    bool ScanUnread = false;   // a scan for a record could not read something now: its caller marks the folder dirty
 };
 
 // The content of a table, made at its first use.
@@ -55,6 +56,8 @@ IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::str
 
 // Removes every ID of a comma-separated list; "*" empties the table. 0 when the table cannot be loaded to level 2.
 uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList);
+// Removes these items of the table, whatever their IDs look like.
+void RemoveItems(SORTEDSTOREINDEXTYPE& table, const std::vector<IndexItemPropertyContainer*>& items);
 
 // Pointers to all items in ascending order of UID, or of ID; the table is loaded in full first.
 void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list);

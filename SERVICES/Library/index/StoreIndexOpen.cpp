@@ -67,16 +67,19 @@ uint32_t NewMailOf(const STOREINDEXTYPE& index)
 }
 
 // The dirty check with the block held; true when the folder was scanned.
-bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount)
+bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount, LateMark& mark)
 {
     if (!BackendFor(index.IndexKind).scannedByOpen) return false;
     if (!StoreIndex_FolderNeedsScan(index.Path) && newCount == 0) return false;
     try {
         ScanStoreIndex(&index, kScanCallerHolds);
-        SaveIndex(index.Table, index.Path, index.IndexKind);
+        mark.NoteScan();
+        // What the scan has saved is not saved again: on a disk that has become full meanwhile, that would lose it.
+        const bool pending = index.Table.FirstDirtyUID != 0 || index.Table.RewriteRequired != 0;
+        if (pending && SaveIndex(index.Table, index.Path, index.IndexKind) == 0) MarkFolderDirty(index.Path);
     } catch (...) {
         // The flag that asked for the scan is gone.
-        MarkFolderDirty(index.Path);
+        MarkQuietly(index.Path);
         throw;
     }
     StoreLog(kLogProgress, std::string("StoreIndex_Open::Performing StoreIndex_Scan(VL_STOREINDEX_CHECKDIRTY) on folder ") + index.Path);
@@ -84,14 +87,14 @@ bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount)
 }
 
 // Waits for the block and brings the index file in step with the folder; true when a scan was done.
-bool CheckFolder(STOREINDEXTYPE& index)
+bool CheckFolder(STOREINDEXTYPE& index, LateMark& mark)
 {
     const uint32_t newCount = NewMailOf(index);
-    HeldBlock block(BlockFilePath(index.Path, index.IndexKind));
+    HeldBlock block(BlockPathOf(index.Path, index.IndexKind));
     if (!block.Wait()) return false;
 
     const xMutexLock lock(index.Mutex);
-    const bool scanned = ScanIfDirty(index, newCount);
+    const bool scanned = ScanIfDirty(index, newCount, mark);
     // Mutex is still held here, so another thread that gets it finds the block free.
     // Kept: the line speaks of the scan, which need not have run, and comes also when the block has gone by itself; who
     // reads the output knows it so.
@@ -136,10 +139,11 @@ uint64_t Reload(STOREINDEXTYPE& index, bool checkDirty)
     return 1;
 }
 
-void Rescan(STOREINDEXTYPE& index)
+void Rescan(STOREINDEXTYPE& index, LateMark& mark)
 {
     const xMutexLock lock(index.Mutex);
     ScanStoreIndex(&index, kScanTakesBlock);
+    mark.NoteScan();
     StoreLog(kLogProgress,
              std::string("StoreIndex_Open::Performing StoreIndex_Scan(VL_STOREINDEX_REINDEX) on folder ") + index.Path + "\n");
 }
@@ -149,10 +153,12 @@ uint64_t OpenRecord(STOREINDEXTYPE& index, uint32_t mode)
     if (mode == kOpenChecked || mode == kOpenCheckedToo) AnnounceOpen(index);
 
     bool reload = mode == kOpenRescan || mode == kOpenReload;
-    if (mode == kOpenRescan) Rescan(index);
+    // Behind the reload, at the end.
+    LateMark mark(index);
+    if (mode == kOpenRescan) Rescan(index, mark);
     const bool checked = mode == kOpenChecked || mode == kOpenCheckedToo || mode == kOpenCheckedQuiet;
     // A record with no place would take a block and write an index at the root of the drive; the reload refuses it.
-    if (checked) reload = !*index.Path || CheckFolder(index);
+    if (checked) reload = !*index.Path || CheckFolder(index, mark);
 
     if (!reload && IsCurrent(index)) {
         StoreLog(kLogDetail, std::string("StoreIndex_Open::Using cached index for folder ") + index.Path);

@@ -134,7 +134,7 @@ void SaveFlaggedItems(STOREINDEXTYPE& index)
 }  // namespace
 
 uint64_t SaveRecord(STOREINDEXTYPE& index)
-{
+try {
     const xMutexLock lock(index.Mutex);
     if (index.Table.LoadLevel == 0) return 0;
     // Kept: a record with no directory has nowhere to be saved to. That counts as saved, and hosts go on.
@@ -157,6 +157,10 @@ uint64_t SaveRecord(STOREINDEXTYPE& index)
     StoreLog(kLogDetail, FormatText("StoreIndex_Save::Error - Unable to save index for folder %s\n", index.Path));
     MarkFolderDirty(index.Path);
     return 0;
+} catch (...) {
+    // No memory is a failed save like any other.
+    if (*index.Path) MarkQuietly(index.Path);
+    throw;
 }
 
 uint64_t StoreIndex_Commit(STOREINDEXTYPE* index)
@@ -175,7 +179,12 @@ uint64_t StoreIndex_SaveChanged(STOREINDEXTYPE* index)
     if (!index) return 1;
     const xMutexLock lock(index->Mutex);
     if (index->Table.LoadLevel == 0 || index->Changed != 1) return 1;
-    SaveFlaggedItems(*index);
+    try {
+        SaveFlaggedItems(*index);
+    } catch (...) {
+        if (*index->Path) MarkQuietly(index->Path);
+        throw;
+    }
     StoreIndex_Commit(index);
     // Kept: a commit that failed is not tried again from memory; the flag that it left makes the next open rescan.
     index->Changed = 0;

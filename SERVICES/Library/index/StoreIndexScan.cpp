@@ -6,10 +6,26 @@
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
 #include "index/StoreIndexLife.h"
+#include "index/StoreIndexSteps.h"
+#include "locks/FlagFiles.h"
 #include "platform/win32.h"
 #include "velmora/index.h"
 
 namespace velmora {
+
+LateMark::~LateMark()
+{
+    if (due_) MarkQuietly(index_.Path);
+}
+
+void LateMark::NoteScan() { due_ = index_.Table.Content && index_.Table.Content->ScanUnread; }
+
+void MarkQuietly(const char* folderPath) noexcept
+try {
+    MarkFolderDirty(folderPath);
+} catch (...) {
+    // The worst outcome is that the folder waits for the next flag, as when the file cannot be written.
+}
 
 uint64_t ScanStoreIndex(STOREINDEXTYPE* index, uint32_t scanMode)
 {
@@ -32,5 +48,11 @@ using namespace velmora;
 
 uint64_t StoreIndex_Scan(STOREINDEXTYPE* index)
 {
-    return GuardedEntry("StoreIndex_Scan", uint64_t{0}, [&] { return ScanStoreIndex(index, kScanTakesBlock); });
+    return GuardedEntry("StoreIndex_Scan", uint64_t{0}, [&] {
+        if (!index) return ScanStoreIndex(nullptr, kScanTakesBlock);
+        LateMark mark(*index);
+        const uint64_t result = ScanStoreIndex(index, kScanTakesBlock);
+        mark.NoteScan();
+        return result;
+    });
 }

@@ -3,8 +3,6 @@
 #define VELMORA_INDEX_STOREINDEXSTEPS_H
 
 #include <cstdint>
-#include <string>
-#include <utility>
 
 #include "locks/BlockFile.h"
 #include "velmora/index_records.h"
@@ -21,27 +19,46 @@ IndexLoadArguments LoadArgumentsOf(STOREINDEXTYPE& index);
 // StoreIndex_Save for callers inside a guarded section of their own: what it throws is theirs to report.
 uint64_t SaveRecord(STOREINDEXTYPE& index);
 
+// MarkFolderDirty where an exception is under way that must not be lost, or none may start.
+void MarkQuietly(const char* folderPath) noexcept;
+
+// Marks a folder that a scan could not read to its end, at the end of the scope: a load behind the scan would take the mark
+// for somebody else's, and rebuild the folder at once.
+class LateMark {
+public:
+    explicit LateMark(const STOREINDEXTYPE& index) : index_(index) {}
+    ~LateMark();
+    LateMark(const LateMark&) = delete;
+    LateMark& operator=(const LateMark&) = delete;
+
+    // Behind the scan, while its table stands.
+    void NoteScan();
+
+private:
+    const STOREINDEXTYPE& index_;
+    bool due_ = false;
+};
+
 // A block file that is held by its handle and let go at the end of the scope at the latest.
 class HeldBlock {
 public:
-    explicit HeldBlock(std::string path) : path_(std::move(path)) {}
+    explicit HeldBlock(const BlockPath& path) : path_(path) {}
     ~HeldBlock() { Release(); }
     HeldBlock(const HeldBlock&) = delete;
     HeldBlock& operator=(const HeldBlock&) = delete;
 
     // The wait of an open; false when the block was not to be had.
-    [[nodiscard]] bool Wait() { return WaitForIndexBlock(path_, handle_) == BlockWait::Held; }
+    [[nodiscard]] bool Wait() { return WaitForIndexBlock(path_.text, handle_) == BlockWait::Held; }
     // Once; later calls do nothing and answer Gone.
     BlockDelete Release()
     {
         if (!handle_) return BlockDelete::Gone;
         CloseBlockHandle(handle_);
-        handle_ = nullptr;
-        return DeleteBlockFile(path_);
+        return DeleteBlockFile(path_.text);
     }
 
 private:
-    std::string path_;
+    BlockPath path_;
     void* handle_ = nullptr;
 };
 

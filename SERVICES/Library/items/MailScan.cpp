@@ -12,6 +12,7 @@
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
+#include "index/ItemFile.h"
 #include "items/DateForms.h"
 #include "items/MessageBranding.h"
 #include "items/MessageHeader.h"
@@ -26,6 +27,7 @@ namespace {
 constexpr uint32_t kScanByName = 0;
 constexpr int32_t kFullLoad = 3;
 constexpr size_t kMaxPathLength = 1023;
+constexpr DWORD kNoMessage = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE;
 
 bool IsItemName(std::string_view name)
 {
@@ -39,8 +41,8 @@ public:
     ScanBlock(const std::string& folderPath, uint32_t lockMode) : taken_(lockMode == kScanCallerHolds)
     {
         if (taken_) return;
-        path_ = BlockFilePath(folderPath.c_str(), kKindMail);
-        handle_ = CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        path_ = BlockPathOf(folderPath.c_str(), kKindMail);
+        handle_ = CreateFileA(path_.text, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
         if (handle_ == INVALID_HANDLE_VALUE) return;
         taken_ = ours_ = true;
         if (lockMode == kScanByName) CloseBlockHandle(handle_);
@@ -49,7 +51,7 @@ public:
     {
         if (!ours_) return;
         if (handle_) CloseBlockHandle(handle_);
-        if (DeleteBlockFile(path_) == BlockDelete::GaveUp) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
+        if (DeleteBlockFile(path_.text) == BlockDelete::GaveUp) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
     }
     ScanBlock(const ScanBlock&) = delete;
     ScanBlock& operator=(const ScanBlock&) = delete;
@@ -57,7 +59,7 @@ public:
     bool Taken() const { return taken_; }
 
 private:
-    std::string path_;
+    BlockPath path_{};
     void* handle_ = nullptr;
     bool taken_;
     bool ours_ = false;
@@ -122,31 +124,17 @@ struct SearchCloser {
     void operator()(void* search) const { FindClose(search); }
 };
 
-// False when the headers cannot be had whole; `interrupted` tells that they may be another time.
-bool ReadMessage(const std::string& path, MessageHeader& header, const HeaderParseOptions& options, bool* interrupted)
-{
-    const MessageRead read = ReadMessageHeaders(path, header, options);
-    if (read == MessageRead::Interrupted && interrupted) *interrupted = true;
-    return read == MessageRead::Whole;
-}
-
-// Whether a message of that name stands in the folder; one that cannot be asked for does.
-bool HasFile(const std::string& folderPath, const IndexItemPropertyContainer& item)
-{
-    return FileManagement::MayExist(folderPath + "\\" + std::string(item.Id()));
-}
-
 // A damaged index has items that never were: IDs that were cut or run together.
 void DropWhatHasNoFile(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath)
 {
-    std::string ids;
-    for (const IndexItemPropertyContainer* const item : ContentOf(table).Sequence) {
-        if (HasFile(folderPath, *item)) continue;
-        if (!ids.empty()) ids += ',';
-        ids += item->Id();
-    }
-    RemoveItems(table, ids.c_str());
+    std::vector<IndexItemPropertyContainer*> gone;
+    for (IndexItemPropertyContainer* const item : ContentOf(table).Sequence)
+        if (!MayHaveItemFile(folderPath, item->Id())) gone.push_back(item);
+    RemoveItems(table, gone);
 }
+
+// Whether the columns may be another item's: the element was damaged.
+bool IsTorn(const IndexItemPropertyContainer& item) { return item.FileOffset == 0 && item.Owner && ContentOf(*item.Owner).DamagedFile; }
 
 // A total at or above 2^31 counts as negative, and a negative one as 0.
 int32_t Kilobytes(uint32_t totalBytes)
@@ -176,7 +164,7 @@ void MessageListing::Read(const std::string& folderPath, uint32_t rowLimit)
         // directory decides which files of a folder beyond the limit are indexed.
         if (++seen >= rowLimit) return Sort();
         const std::string_view name = found.cFileName;
-        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsItemName(name)) continue;
+        if ((found.dwFileAttributes & kNoMessage) != 0 || !IsItemName(name)) continue;
         entries_.push_back({static_cast<uint32_t>(names_.size()), static_cast<uint32_t>(name.size()), found.nFileSizeLow,
                             DosDateTime(found.ftLastWriteTime)});
         names_ += name;
@@ -206,8 +194,8 @@ uint32_t GetFolderUniqueId(const std::string& folderPath)
     return found.ftCreationTime.dwLowDateTime;
 }
 
-uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                        uint32_t& nextUid, bool* interrupted)
+MessageRead AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
+                           uint32_t& nextUid)
 {
     MessageHeader header;
     header.FolderUid = folderUid;
@@ -216,7 +204,8 @@ uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     path += file.name;
     HeaderParseOptions options;
     options.honourUid = UidBrandingIsOn();
-    if (nextUid == UINT32_MAX || !ReadMessage(path, header, options, interrupted)) return 0;
+    if (nextUid == UINT32_MAX) return MessageRead::NoMessage;
+    if (const MessageRead read = ReadMessageHeaders(path, header, options); read != MessageRead::Whole) return read;
 
     const uint32_t uid = ++nextUid;
     // Kept: a UID in the file is never kept for an item new to the index. It only tells that the X-UID line is out of date;
@@ -229,26 +218,30 @@ uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPa
     CopyBounded(header.ItemId, file.name);
     auto item = std::make_unique<IndexItemPropertyContainer>();
     MessageHeader_SetItemProperties(*item, header, false);
-    if (!InsertItem(table, item.get())) return 0;
+    if (!InsertItem(table, item.get())) return MessageRead::NoMessage;
     item.release();
-    return 1;
+    return MessageRead::Whole;
 }
 
-uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                            bool* interrupted)
+MessageRead RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid)
 {
+    if (IsTorn(item)) {
+        // Before the read: when it fails, the item is saved without columns, and a later scan completes it.
+        item.ResetKeepingKeys();
+        MarkItemChanged(item);
+    }
     MessageHeader header;
     header.FolderUid = folderUid;
     HeaderParseOptions options;
-    const bool damaged = item.Owner && ContentOf(*item.Owner).DamagedFile;
-    options.clearTempFlags = !damaged;
-    if (!ReadMessage(folderPath + "\\" + std::string(file.name), header, options, interrupted)) return 0;
+    options.clearTempFlags = true;
+    const MessageRead read = ReadMessageHeaders(folderPath + "\\" + std::string(file.name), header, options);
+    if (read != MessageRead::Whole) return read;
     header.Size = static_cast<int32_t>(file.size);
-    if (damaged)
-        MessageHeader_RepairItemProperties(item, header);
+    if (MessageHeader_IsMissingFrom(item))
+        MessageHeader_CompleteItemProperties(item, header);
     else
         MessageHeader_RefreshItemProperties(item, header);
-    return 1;
+    return MessageRead::Whole;
 }
 
 ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const MessageListing& files,
@@ -258,9 +251,9 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
     uint32_t nextUid = table.LastUID;
     uint32_t count = 0;
     ReconcileResult result;
-    result.unread = !files.IsComplete();
-    const bool damaged = ContentOf(table).DamagedFile;
-    if (damaged && files.IsComplete()) DropWhatHasNoFile(table, folderPath);
+    result.listed = files.IsComplete();
+    result.unread = !result.listed;
+    if (ContentOf(table).DamagedFile && result.listed) DropWhatHasNoFile(table, folderPath);
     for (size_t i = 0; i < files.Count(); ++i) {
         const ListedFile file = files[i];
         if (++count >= rowLimit) {
@@ -269,10 +262,13 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
         }
         result.totalBytes += file.size;
         if (IndexItemPropertyContainer* const known = FindLoadedItem(table, file.name)) {
-            if (damaged || FileDiffers(*known, file)) RefreshMessageItem(*known, folderPath, file, folderUid, &result.unread);
+            if (!IsTorn(*known) && !FileDiffers(*known, file)) continue;
+            if (RefreshMessageItem(*known, folderPath, file, folderUid) == MessageRead::Interrupted) result.unread = true;
         } else {
+            const MessageRead added = AddMessageItem(table, folderPath, file, folderUid, nextUid);
+            if (added == MessageRead::Interrupted) result.unread = true;
             // The flags of a file that is not in the index stand in the file alone.
-            if (AddMessageItem(table, folderPath, file, folderUid, nextUid, &result.unread) == 0) continue;
+            if (added != MessageRead::Whole) continue;
             // Kept: the item keeps the size and time that the file had before, so the next scan reads a stripped file again.
             StripMessageBranding(folderPath, file.name, folderUid, nextUid);
         }
@@ -289,14 +285,14 @@ uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
     return 0;
 }
 
-void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result)
+bool StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result)
 {
-    WriteDirectorySize(folderPath, Kilobytes(result.totalBytes));
-    // The flag that asked for this scan is gone by now: without a new one, what the scan found would be forgotten, and what it
-    // could not read would not be looked at again.
+    if (result.listed) WriteDirectorySize(folderPath, Kilobytes(result.totalBytes));
+    // The flag that asked for this scan is gone by now: without a new one, what the scan found would be forgotten.
     const bool saved = !result.overflow && SaveIndex(table, folderPath.c_str(), indexKind) != 0;
-    if (!saved || result.unread) MarkFolderDirty(folderPath.c_str());
+    if (!saved) MarkFolderDirty(folderPath.c_str());
     if (!result.overflow) WriteFolderDetails(table, folderPath);
+    return saved;
 }
 
 uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t lockMode,
@@ -315,7 +311,15 @@ uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, 
     }
     MessageListing files;
     files.Read(folderPath, rowLimit);
-    StoreScanResult(table, folderPath, indexKind, ReconcileMessages(table, folderPath, files, rowLimit));
+    const ReconcileResult result = ReconcileMessages(table, folderPath, files, rowLimit);
+    const bool saved = StoreScanResult(table, folderPath, indexKind, result);
+    // The same for what could not be read.
+    if (saved && result.unread) {
+        if (owner)
+            ContentOf(table).ScanUnread = true;
+        else
+            MarkFolderDirty(folderPath.c_str());
+    }
     return 1;
 }
 
@@ -326,7 +330,7 @@ bool RebuildFromMessages(SORTEDSTOREINDEXTYPE& table, std::string_view folderPat
     MessageListing files;
     files.Read(folder, rowLimit);
     const ReconcileResult result = ReconcileMessages(table, folder, files, rowLimit);
-    WriteDirectorySize(folder, Kilobytes(result.totalBytes));
+    if (result.listed) WriteDirectorySize(folder, Kilobytes(result.totalBytes));
     WriteFolderDetails(table, folder);
     return !result.unread;
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "index/IndexItem.h"
+#include "items/MessageHeader.h"
 #include "velmora/index_records.h"
 
 namespace velmora {
@@ -30,7 +31,7 @@ struct ListedFile {
 class MessageListing {
 public:
     // Lists folderPath\*.MAI. Stops when the number of entries seen, those left out included, reaches `rowLimit`; then
-    // sorts by name without case. Left out are directories, names that begin with "_" or ".", names longer than
+    // sorts by name without case. Left out are directories, devices, names that begin with "_" or ".", names longer than
     // kMaxItemNameLength, and names with a double quote or ">", which an index file cannot hold. A listing that fails holds
     // what was seen and is not complete.
     void Read(const std::string& folderPath, uint32_t rowLimit);
@@ -58,30 +59,29 @@ private:
 uint32_t GetFolderUniqueId(const std::string& folderPath);
 
 // Reads a new file and inserts an item with the next UID, which is counted up in `nextUid`. With branding on, a file that
-// bears a UID of this folder is branded with the new one. 0 with nothing added when the file cannot be read to the end of
-// its headers, no UID is left, or the table refuses the name (the UID is then used up), else 1. `interrupted` becomes true
-// when the file could not be read at this moment.
-uint64_t AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                        uint32_t& nextUid, bool* interrupted = nullptr);
+// bears a UID of this folder is branded with the new one. Nothing is added unless the answer is Whole: NoMessage also means
+// that no UID is left, or that the table refuses the name (the UID is then used up).
+MessageRead AddMessageItem(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
+                           uint32_t& nextUid);
 
-// Reads the file of a known item again and updates the columns that follow it; all but its flags when the item comes from a
-// damaged index. 0 with nothing changed when the file cannot
-// be opened or a read of it fails, else 1. `interrupted` as above.
-uint64_t RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid,
-                            bool* interrupted = nullptr);
+// Reads the file of a known item again and updates the columns that follow it, or all of an item that has none. An item
+// whose element of a damaged index was damaged itself loses its columns first; otherwise nothing changes unless the answer
+// is Whole.
+MessageRead RefreshMessageItem(IndexItemPropertyContainer& item, const std::string& folderPath, const ListedFile& file, uint32_t folderUid);
 
 // The middle of the scan: brings a loaded table in step with a listing.
 struct ReconcileResult {
     uint32_t totalBytes = 0;  // of all files looked at, modulo 2^32
     bool overflow = false;    // `rowLimit` was reached and the rest was not looked at
-    bool unread = false;      // the folder could not be listed to its end, or a message not be read at this moment
+    bool listed = true;       // false: the folder could not be listed to its end
+    bool unread = false;      // it could not, or a message could not be read at this moment
 };
 ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, const MessageListing& files,
                                   uint32_t rowLimit);
 
-// Its end: writes _DIRSIZE.TMP, saves the index and writes _FOLDER.DAT. After an overflow the index is not saved and the
-// folder is marked dirty; so it is when the index cannot be saved, and when something could not be read.
-void StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result);
+// Its end: writes _DIRSIZE.TMP, unless the folder could not be listed, saves the index and writes _FOLDER.DAT. After an
+// overflow the index is not saved. False, with the folder marked dirty, when it is not saved.
+bool StoreScanResult(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind, const ReconcileResult& result);
 
 // Writes the number, in kilobytes, to folderPath\_DIRSIZE.TMP. 1 when the file cannot be opened, else 0.
 uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes);
@@ -89,8 +89,9 @@ uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes);
 // The whole pass. `lockMode`: kScanTakesBlock holds _index.blk by handle for as long as it runs, 0 by name alone,
 // kScanCallerHolds leaves the lock to the caller. Takes one attempt at the block and answers 1 at once when somebody
 // else has it. An index file that is there and cannot be read now, or has no reader, is left alone: the table is then empty
-// with nothing loaded, and the folder marked dirty. 0 for an empty path, else 1. `owner` may be null; `verifyItemFiles` above
-// 0 drops items of the index file whose own file is gone.
+// with nothing loaded, and the folder marked dirty. 0 for an empty path, else 1. `verifyItemFiles` above 0 drops items of
+// the index file whose own file is gone. `owner` may be null; then the scan marks the folder when it could not read
+// something, and with an owner it says so in ScanUnread of the table.
 uint64_t ScanFoldersOrdered(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t lockMode,
                             uint32_t verifyItemFiles);
 

@@ -1,5 +1,9 @@
 #include "items/MessageHeader.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "common/FileManagement.h"
 #include "common/Text.h"
 #include "items/MessageFile.h"
 
@@ -76,17 +80,11 @@ MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, c
     MessageFile file(path);
     if (!file.IsOpen()) {
         const uint32_t error = file.OpenError();
-        const bool gone = error == 0 || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-        return gone ? MessageRead::NoMessage : MessageRead::Interrupted;
+        return error == 0 || NamesNothing(error) ? MessageRead::NoMessage : MessageRead::Interrupted;
     }
     header.ModifiedDate = file.DosLastWrite();
     ParseMessageHeaders(static_cast<ByteSource&>(file), header, options);
     return file.Failed() ? MessageRead::Interrupted : MessageRead::Whole;
-}
-
-bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
-{
-    return ReadMessageHeaders(path, header, options) == MessageRead::Whole;
 }
 
 bool AddFlagStatus(std::string& list, std::string_view flag)
@@ -140,21 +138,25 @@ void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const
     MarkItemChanged(item);
 }
 
-void MessageHeader_RepairItemProperties(IndexItemPropertyContainer& item, MessageHeader& header)
+bool MessageHeader_IsMissingFrom(const IndexItemPropertyContainer& item)
 {
     const MailColumns& columns = Columns();
-    if (item.FileOffset == 0)
-        item.ResetKeepingKeys();
-    else
-        header.Read = item.GetNumber(columns.read);
+    const IndexPropertyRef texts[] = {columns.messageDate, columns.modifiedDate, columns.flagStatus, columns.from,  columns.to,
+                                      columns.cc,          columns.subject,      columns.received,   columns.state, columns.itemClass};
+    return std::none_of(std::begin(texts), std::end(texts), [&](IndexPropertyRef column) { return item.Has(column); });
+}
+
+void MessageHeader_CompleteItemProperties(IndexItemPropertyContainer& item, MessageHeader& header)
+{
+    const MailColumns& columns = Columns();
     MessageHeader_RefreshItemProperties(item, header);
     item.SetNumber(columns.importance, header.Importance);
+    item.SetText(columns.flagStatus, BuildFlagStatus(header));
     item.SetText(columns.from, header.From);
     item.SetText(columns.to, header.To);
     item.SetText(columns.cc, header.Cc);
     item.SetText(columns.state, "0");
     item.SetText(columns.itemClass, header.Class);
-    if (!item.Has(columns.flagStatus)) item.SetText(columns.flagStatus, BuildFlagStatus(header));
 }
 
 }  // namespace velmora

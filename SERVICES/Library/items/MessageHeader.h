@@ -65,8 +65,6 @@ enum class MessageRead {
 // The same on a file, with its last write in ModifiedDate. What `header` holds is of no use unless the answer is Whole; a
 // file that is not opened changes nothing in it.
 [[nodiscard]] MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
-// Whether that is Whole.
-[[nodiscard]] bool ParseMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
 
 // Whether a line of the rest begins "Content-Disposition: attachment", in any case.
 bool BodyHasAttachment(LineReader& rest);
@@ -82,9 +80,10 @@ void MessageHeader_SetItemProperties(IndexItemPropertyContainer& item, MessageHe
 // MODIFIEDDATE, ATTACHMENTS, READ, SIZE. Flags, addresses and the UID stay.
 void MessageHeader_RefreshItemProperties(IndexItemPropertyContainer& item, const MessageHeader& header);
 
-// Writes every column that the file tells over what a damaged index left of the item. ID and UID stay; READ and FLAGSTATUS
-// stay, too, unless the element itself was damaged and they may be another item's.
-void MessageHeader_RepairItemProperties(IndexItemPropertyContainer& item, MessageHeader& header);
+// Whether an item has none of the texts that a message gives it.
+bool MessageHeader_IsMissingFrom(const IndexItemPropertyContainer& item);
+// Writes every column of such an item. ID and UID stay.
+void MessageHeader_CompleteItemProperties(IndexItemPropertyContainer& item, MessageHeader& header);
 
 }  // namespace velmora
 

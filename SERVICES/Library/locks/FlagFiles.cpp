@@ -45,21 +45,6 @@ bool TakeFlag(const char* folderPath, const char* name)
     return true;
 }
 
-// Moves the last write of a file on by a microsecond, so that it is no clock's: a flag that is set in the same tick as this
-// one was, gets another.
-void MoveTimeOn(const std::string& path, uint64_t lastWrite)
-{
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    const uint64_t later = lastWrite + 10;
-    FILETIME time{};
-    time.dwLowDateTime = static_cast<DWORD>(later);
-    time.dwHighDateTime = static_cast<DWORD>(later >> 32);
-    SetFileTime(file, nullptr, nullptr, &time);
-    CloseHandle(file);
-}
-
 bool FileIsThere(const std::string& path)
 {
     WIN32_FIND_DATAA found;
@@ -88,16 +73,19 @@ uint64_t NoteDirtyMark(const char* folderPath)
     const std::string path = FlagPath(folderPath, kChangeFlag);
     const uint64_t lastWrite = ReadFileStamp(path).lastWrite;
     if (lastWrite == 0) return 0;
-    MoveTimeOn(path, lastWrite);
+    MoveLastWriteOn(path, lastWrite);
     return ReadFileStamp(path).lastWrite;
 }
 
 // Under another name nobody sets it any more, so that between the look and the removal nothing is lost.
 void DropNotedMark(const char* folderPath, uint64_t noted)
 {
+    if (noted == 0) return;
+    const std::string flag = FlagPath(folderPath, kChangeFlag);
     const std::string taken = FlagPath(folderPath, kTakenFlag);
-    if (noted == 0 || !MoveFileExA(FlagPath(folderPath, kChangeFlag).c_str(), taken.c_str(), MOVEFILE_REPLACE_EXISTING)) return;
-    if (ReadFileStamp(taken).lastWrite != noted) MarkFolderDirty(folderPath);
+    if (!MoveFileExA(flag.c_str(), taken.c_str(), MOVEFILE_REPLACE_EXISTING)) return;
+    // A newer one goes back as it is, which needs no room on the disk. When yet another one stands there by now, that serves.
+    if (ReadFileStamp(taken).lastWrite != noted && MoveFileA(taken.c_str(), flag.c_str())) return;
     DeleteFileA(taken.c_str());
 }
 

@@ -50,37 +50,46 @@ void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
     }
 }
 
-// A file did not load: what can be done about it, and the text that tells.
-std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request)
+// Group items cannot be had back: a flag would have the next load empty them.
+bool RebuildsFromFiles(uint32_t indexKind) { return indexKind != kKindGroups && BackendFor(indexKind).rebuild != nullptr; }
+
+struct LoadResult {
+    int32_t level = 0;
+    bool settled = false;  // false when the load failed for what may pass: neither the file nor its backup is known to be damaged
+};
+
+// A file did not load: what can be done about it, and the text that tells. `settled` as in LoadResult.
+std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, bool& settled)
 {
-    if (!SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return "\n";
     // A file that nobody could look into need not be damaged.
-    if (!serialiser.OpenedFile()) return "\n";
+    settled = serialiser.OpenedFile();
+    if (!settled || !SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return "\n";
     if (!serialiser.HasBackup(request.folderPath)) {
         serialiser.QuarantineIndex(request.folderPath);
         return ". Unable to find recovery index. Recovering Index (there may be some flag loss)\n";
     }
     // The backup may know less than the folder has. Whatever ends the recovery behind the restore, the next load goes on.
-    MarkFolderDirty(request.folderPath.c_str());
+    if (RebuildsFromFiles(request.indexKind)) MarkFolderDirty(request.folderPath.c_str());
     // A backup that could not be put in place has not been tried; it stays for the next load.
-    if (!serialiser.RestoreBackup(request.folderPath)) return "\n";
+    settled = serialiser.RestoreBackup(request.folderPath);
+    if (!settled) return "\n";
     UnindexedStoreIndexSerialiser rebuild(serialiser);
     if (DispatchDeserialise(rebuild, index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level, 0, 1,
-                            true) != 0)
+                            NoteDirtyMark(request.folderPath.c_str())) != 0)
         return ". Successfully loaded recovery index.\n";
     // A backup that could not be read has not been tried either.
-    if (rebuild.InnerBrokeOff()) return "\n";
+    settled = !rebuild.InnerUnread();
+    if (!settled) return "\n";
     serialiser.DeleteBackup(request.folderPath);
     return ". Backup Index is also corrupt.\n";
 }
 
 enum class Recovery { Allowed, Finished };
 
-// `completed` becomes false when an exception broke the load off; what the file holds is not known then.
-int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, Recovery recovery,
-                       bool& completed)
+LoadResult RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const LoadRequest& request, Recovery recovery)
 {
-    completed = false;
+    bool completed = false;
+    bool settled = true;
     GuardedSwallow("StoreIndexSerialiser::Deserialise", [&] {
         index.LoadLevel = serialiser.Deserialise(index, request.folderPath, request.indexKind, request.pathA, request.pathB, request.level,
                                                  request.reserved, request.verifyItemFiles);
@@ -93,16 +102,37 @@ int32_t RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& i
                 DropNotedMark(request.folderPath.c_str(), request.dirtyMark);
             KeepBackup(serialiser, request.folderPath);
         } else if (index.LoadLevel == 0) {
+            settled = serialiser.OpenedFile();
             const std::string message = "Failed to deserialise index: " + request.folderPath +
-                                        (recovery == Recovery::Allowed ? RecoverFrom(serialiser, index, request) : "\n");
+                                        (recovery == Recovery::Allowed ? RecoverFrom(serialiser, index, request, settled) : "\n");
             DebugTrace(message);
             LogIndexEvent(message);
         }
         completed = true;
     });
     if (!completed) index.LoadLevel = 0;
-    return index.LoadLevel;
+    return {index.LoadLevel, completed && settled};
 }
+
+// The folder's block file for the time of a load, unless the caller of the load has it.
+class LoadBlock {
+public:
+    explicit LoadBlock(const IndexLoadArguments& load)
+        : owner_(load.NoBlock ? nullptr : load.Owner), held_(load.NoBlock || (owner_ && AcquireIndexBlock(*owner_)))
+    {
+    }
+    ~LoadBlock()
+    {
+        if (held_ && owner_) ReleaseIndexBlock(*owner_);
+    }
+    LoadBlock(const LoadBlock&) = delete;
+    LoadBlock& operator=(const LoadBlock&) = delete;
+    bool Held() const { return held_; }
+
+private:
+    STOREINDEXTYPE* const owner_;
+    const bool held_;
+};
 
 }  // namespace
 
@@ -135,12 +165,10 @@ std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& fold
 
 int32_t DispatchDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath,
                             uint32_t indexKind, const std::string& pathA, const std::string& pathB, int32_t level, uint32_t reserved,
-                            uint32_t verifyItemFiles, bool checkDirty)
+                            uint32_t verifyItemFiles, uint64_t dirtyMark)
 {
-    const uint64_t dirtyMark = checkDirty ? NoteDirtyMark(folderPath.c_str()) : 0;
     const LoadRequest request{folderPath, indexKind, pathA, pathB, level, reserved, verifyItemFiles, dirtyMark};
-    bool completed = false;
-    return RunDeserialise(serialiser, index, request, Recovery::Allowed, completed);
+    return RunDeserialise(serialiser, index, request, Recovery::Allowed).level;
 }
 
 uint64_t DispatchSerialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind)
@@ -168,16 +196,15 @@ bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments,
     // Kept: whatever is loaded is enough here, also below the level asked for, now and at every later raise.
     if (load.SkipIfLoaded && table.LoadLevel != 0) return true;
     if (load.Owner) CopyBounded(load.Owner->Path, load.FolderPath);
-    // Before the choice: a flag that comes behind it has not been taken into account, and stays.
+    const LoadBlock block(load);
+    if (!block.Held()) return false;
+    // Before the choice: a flag that comes behind it has not been taken into account, and stays. Under the block: the note
+    // changes the flag, and another load, which has it noted, would not know it again.
     const uint64_t dirtyMark = load.CheckDirty ? NoteDirtyMark(load.FolderPath.c_str()) : 0;
     const std::unique_ptr<StoreIndexSerialiser> serialiser =
         ChooseDeserialiser(load.FolderPath, load.IndexKind, load.CheckDirty != 0, load.ForceRebuild != 0);
-    if (!load.NoBlock && (!load.Owner || !AcquireIndexBlock(*load.Owner))) return false;
-    const LoadRequest request{load.FolderPath, load.IndexKind, load.Postoffice, load.Mailbox, level, 0, load.VerifyItemFiles, dirtyMark};
-    bool completed = false;
-    table.LoadLevel = RunDeserialise(*serialiser, table, request, Recovery::Allowed, completed);
-    if (!load.NoBlock) ReleaseIndexBlock(*load.Owner);
-    return table.LoadLevel >= level;
+    return DispatchDeserialise(*serialiser, table, load.FolderPath, load.IndexKind, load.Postoffice, load.Mailbox, level, 0,
+                               load.VerifyItemFiles, dirtyMark) >= level;
 }
 
 bool OpenIndexForLoad(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level)
@@ -197,15 +224,16 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
         // A file that nobody here can read is not a damaged one: a rebuild would put other UIDs and no flags in its place.
         if (!inner->HasReader()) return 0;
         const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, 0};
-        bool completed = false;
-        const int32_t loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed, completed);
-        innerBrokeOff_ = !completed;
+        const LoadResult loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed);
+        innerUnread_ = !loaded.settled;
+        // A file that could not be read at this moment may be a good one: the rebuild waits, too.
+        if (loaded.level == 0 && innerUnread_) return 0;
         // The restored backup is damaged too. The recovery ends here, or it would restore the same file for ever.
-        if (borrowed_ && loaded == 0) return 0;
+        if (loaded.level == 0 && borrowed_) return 0;
     } else {
         UnInit(index);
     }
-    // A failed load does not stop the scan: what it did load stays, and the scan completes it.
+    // A damaged file does not stop the scan: what was loaded of it stays, and the scan completes it.
     index.LoadLevel = kFullLoad;
     const ItemBackend& backend = BackendFor(indexKind);
     const bool known = backend.rebuild != nullptr;

@@ -102,11 +102,11 @@ public:
     void DeleteBackup(const std::string&) override {}
 
     StoreIndexSerialiser* Inner() const { return borrowed_ ? borrowed_ : inner_.get(); }
-    // Whether the last load through `inner` ended in an exception, which says nothing about the file.
-    bool InnerBrokeOff() const { return innerBrokeOff_; }
+    // Whether the last load through `inner` failed for something that says nothing about the file.
+    bool InnerUnread() const { return innerUnread_; }
 
 private:
-    bool innerBrokeOff_ = false;
+    bool innerUnread_ = false;
     std::unique_ptr<StoreIndexSerialiser> inner_;
     StoreIndexSerialiser* borrowed_ = nullptr;
 };
@@ -133,10 +133,11 @@ std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& fold
 std::unique_ptr<StoreIndexSerialiser> ChooseSerialiser();
 
 // Runs a load: stores and returns the load level, keeps the backup copy, recovers a damaged file. No exception leaves
-// it. A recovery goes one level deep: a backup that does not load either is deleted and the load fails.
+// it. A recovery goes one level deep: a backup that does not load either is deleted and the load fails. `dirtyMark` is the
+// flag that was noted before the strategy was chosen (NoteDirtyMark; 0 for none): a full load takes it away.
 int32_t DispatchDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath,
                             uint32_t indexKind, const std::string& pathA, const std::string& pathB, int32_t level, uint32_t reserved,
-                            uint32_t verifyItemFiles, bool checkDirty);
+                            uint32_t verifyItemFiles, uint64_t dirtyMark);
 // Runs a save; 0 on any exception.
 uint64_t DispatchSerialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& index, const std::string& folderPath,
                            uint32_t indexKind);

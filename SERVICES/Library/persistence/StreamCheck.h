@@ -26,8 +26,8 @@ enum class StreamSite : uint32_t {
     LastFlush,
 };
 
-// False when the stream has failed, which goes to the event log. Whatever it finds, the save goes on with the stream as it
-// stands, so callers may ignore the answer.
+// False when the stream has failed, which goes to the event log. The save goes on with the stream as it stands, up to the next
+// element, so callers may ignore the answer.
 bool CheckStreamState(const FileStream& stream, StreamSite site, const std::string& context = {});
 
 }  // namespace velmora

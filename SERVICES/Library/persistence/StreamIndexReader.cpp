@@ -62,10 +62,15 @@ private:
     bool IsPartial() const { return options_.level < 3 || filterActive_; }
 
     // The first message is kept; the pass goes on to the end.
-    void Fault(std::string message)
+    void FaultOfOrder(std::string message)
     {
         if (ok_) fault_ = std::move(message);
         ok_ = false;
+    }
+    // The same for a fault that leaves open whose columns the open element holds.
+    void Fault(std::string message)
+    {
+        FaultOfOrder(std::move(message));
         faultInElement_ = true;
     }
 
@@ -249,8 +254,8 @@ Parser::AttributeResult Parser::TakeAttribute(const TagAttribute& attribute)
         // Compared without a sign, as UIDs are everywhere, so that a file whose UIDs have passed 2^31 is in order too.
         const uint32_t uid = static_cast<uint32_t>(ParseLong(attribute.value));
         if (anyUidSeen_ && uid < previousUid_)
-            Fault("Encountered element with UID out of order. This UID=" + FormatSigned(uid) +
-                  ", Previous UID=" + FormatSigned(previousUid_) + ", Largest/Last UID=" + FormatSigned(table_.LastUID));
+            FaultOfOrder("Encountered element with UID out of order. This UID=" + FormatSigned(uid) +
+                         ", Previous UID=" + FormatSigned(previousUid_) + ", Largest/Last UID=" + FormatSigned(table_.LastUID));
         previousUid_ = uid;
         anyUidSeen_ = true;
     }

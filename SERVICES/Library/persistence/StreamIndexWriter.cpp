@@ -46,6 +46,7 @@ private:
     Stamp CompareStamp();
     bool MayReplaceChangedFile();
     void RespectOthersItems();
+    void LookAgain();
     const Item* FirstNewItem() const;
     void MarkForgottenItems();
     void ReserveMemory();
@@ -70,7 +71,9 @@ private:
     std::string header_;
     std::string element_;
     bool inPlace_ = false;
-    bool waited_ = false;  // others had the file open
+    bool waited_ = false;     // others had the file open
+    bool untold_ = false;     // whose items are in the file could not be told
+    bool brokenOff_ = false;  // the stream failed in the middle of the items
     InPlacePlan plan_;
     uint64_t timeBefore_ = 0;  // last-write time of the file before the save; 0 when there was none
 };
@@ -104,7 +107,7 @@ uint64_t Writer::Run()
     if (newLength > 0) Trim(newLength);
     MakeTimeDiffer();
     // Bytes that did not fit on the disk are a failure: the caller keeps its marks and has the folder scanned again.
-    return written ? 1 : 0;
+    return written && !brokenOff_ ? 1 : 0;
 }
 
 // Everything up to the open file: whether to write, and whether in place.
@@ -149,14 +152,27 @@ void Writer::RespectOthersItems()
 {
     char header[kHeaderSize];
     FileStream file;
-    if (!file.OpenRead(path_) || file.Read(header, sizeof header) != sizeof header) return;
+    const bool opened = file.OpenRead(path_);
+    untold_ = opened || !NamesNothing(file.LastError());
+    if (!opened || file.Read(header, sizeof header) != sizeof header) return;
     const std::string_view bytes(header, sizeof header);
     if (!IsWrittenHeader(bytes)) return;
+    untold_ = false;
     const uint32_t lastUid = ParseUnsigned(bytes.substr(kHeaderBegin.size(), kHeaderDigits), 16);
     const Item* const firstNew = FirstNewItem();
     if (lastUid <= index_.LastUID && (!firstNew || firstNew->Uid() > lastUid)) return;
     index_.LastUID = std::max(index_.LastUID, lastUid);
     MarkFolderDirty(folder_.c_str());
+}
+
+// Before the file is emptied: behind a wait it may be another one, and what could not be told before may be told now. What
+// cannot be told at all has the folder marked, too.
+void Writer::LookAgain()
+{
+    const bool changed = waited_ && CompareStamp() == Stamp::Changed;
+    if (!changed && !untold_) return;
+    RespectOthersItems();
+    if (untold_) MarkFolderDirty(folder_.c_str());
 }
 
 // The first item that is in no file yet.
@@ -211,8 +227,9 @@ void Writer::ReserveMemory()
 // Opens exclusively. A reader in another process holds the file for the time of its load, so this is tried again.
 bool Writer::Open()
 {
-    ReserveMemory();
     for (uint32_t round = 0;; ++round) {
+        if (!inPlace_) LookAgain();
+        ReserveMemory();
         if (inPlace_ ? stream_.OpenUpdate(path_, FileStream::Sharing::None) : stream_.OpenTruncate(path_, FileStream::Sharing::None))
             return true;
         if (round == kOpenRetryLimit) break;
@@ -265,7 +282,7 @@ void Writer::WriteItems()
         ++step;
         // An item that no reader could read back would make the whole file unreadable. No gap stands behind it: it is new, or
         // the table stands for the whole file.
-        if (FitsInTag(item)) position = WriteItemAndGap(item, nextItem, position, gap);
+        if (!brokenOff_ && FitsInTag(item)) position = WriteItemAndGap(item, nextItem, position, gap);
     });
     // With no item left, the end tag stands right behind the header.
     if (step == 0 && inPlace_) stream_.SeekTo(position);
@@ -294,8 +311,10 @@ uint64_t Writer::WriteItemAndGap(Item& item, const Item* nextItem, uint64_t posi
         LogIndexEvent("Info: Insertion attempt at Position: " + at +
                       " with Stream Length: " + FormatSigned(static_cast<int64_t>(stream_.Position())) +
                       ".File Pointer will is positioned to end of file, so as to allow diagnosis. Check .bad file\n");
-        // Behind lost bytes nothing more is written: it would go to where the file happens to stand, over elements that are good.
-        if (!stream_.LostBytes()) stream_.ClearState();
+        // Nothing more is written: it would go to where the file happens to stand, over elements that are good, and each item
+        // of a large folder would be reported.
+        brokenOff_ = true;
+        return position;
     }
     item.FileOffset = static_cast<uint32_t>(position);
     element_.clear();
@@ -345,15 +364,7 @@ void Writer::Trim(uint64_t length) const
 void Writer::MakeTimeDiffer() const
 {
     if (timeBefore_ == 0 || ReadFileStamp(path_).lastWrite > timeBefore_) return;
-    const HANDLE file = CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    const uint64_t later = timeBefore_ + 10;  // a microsecond, which every file system with fine stamps keeps
-    FILETIME time{};
-    time.dwLowDateTime = static_cast<DWORD>(later);
-    time.dwHighDateTime = static_cast<DWORD>(later >> 32);
-    SetFileTime(file, nullptr, nullptr, &time);
-    CloseHandle(file);
+    MoveLastWriteOn(path_, timeBefore_);
 }
 
 }  // namespace

@@ -2,11 +2,13 @@
 #include <cstring>
 #include <optional>
 
+#include "common/FileManagement.h"
 #include "common/FileStream.h"
 #include "frame/Logging.h"
 #include "frame/Settings.h"
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
+#include "index/ItemFile.h"
 #include "persistence/IndexTags.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "persistence/StreamIndexReader.h"
@@ -27,11 +29,7 @@ public:
     explicit FileSource(const std::string& path) { stream_.OpenRead(path); }
 
     // A file that is there and did not open.
-    bool Refused() const
-    {
-        const uint32_t error = stream_.LastError();
-        return !stream_.IsOpen() && error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
-    }
+    bool Refused() const { return !stream_.IsOpen() && !NamesNothing(stream_.LastError()); }
 
     size_t Read(char* buffer, size_t size) override
     {
@@ -48,20 +46,8 @@ class FolderFiles : public ItemFileCheck {
 public:
     explicit FolderFiles(const std::string& folderPath) : folderPath_(folderPath) {}
 
-    bool FileExists(std::string_view id) override
-    {
-        const std::string name(id);
-        WIN32_FIND_DATAA data;
-        const HANDLE search = FindFirstFileA((folderPath_ + "\\" + name).c_str(), &data);
-        if (search == INVALID_HANDLE_VALUE) {
-            // Only a file that is known to be gone takes its item with it.
-            const DWORD error = GetLastError();
-            return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_INVALID_NAME;
-        }
-        FindClose(search);
-        // Not another spelling, not a match of a pattern, not something below another directory.
-        return (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 && name == data.cFileName;
-    }
+    // Only a file that is known to be gone takes its item with it.
+    bool FileExists(std::string_view id) override { return MayHaveItemFile(folderPath_, id); }
 
 private:
     const std::string& folderPath_;
