@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -26,8 +27,9 @@ namespace {
 using Time = std::chrono::steady_clock;
 
 constexpr char kProviders[] = "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers";
-// A deed may wait for a block for two minutes and a half.
-constexpr uint32_t kStopTimeoutMs = 300000;
+// For all of them together. A deed may wait for a block for two minutes and a half.
+constexpr auto kStopTimeout = std::chrono::seconds(240);
+constexpr uint64_t kMostPrinted = 100;  // faults; the others are counted
 constexpr auto kBetweenChecks = std::chrono::seconds(5);
 
 struct Fighter {
@@ -50,12 +52,13 @@ private:
     void LetGo();
     void EndAll();
     void Check(bool last);
+    void CountBlocks();
     void Report();
     void KeepStore();
     void Fault(const std::string& text)
     {
+        if (++faults_ > kMostPrinted) return;
         std::printf("torture: FAULT (seed %llu) %s\n", static_cast<unsigned long long>(plan_.seed), text.c_str());
-        ++faults_;
     }
 
     Plan plan_;
@@ -66,6 +69,8 @@ private:
     std::vector<JournalReader> journals_;
     std::vector<FolderOracle> oracles_;
     AllowanceCounts counts_;
+    std::map<uint64_t, int64_t> deaths_;  // when each was killed
+    uint64_t killedSinceCheck_ = 0;
     uint64_t started_ = 0, killed_ = 0, deeds_ = 0, checks_ = 0, faults_ = 0;
     Time::duration fought_{};
 };
@@ -86,7 +91,7 @@ void Driver::MakeStore()
     fs::create_directory(store_.Directory().Path() / "journals");
     for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
         store_.MakeFolder(FolderName(folder), kMailbox, kPostoffice);
-        oracles_.emplace_back(plan_.mailRoot, folder, counts_);
+        oracles_.emplace_back(plan_.mailRoot, folder, plan_.backup != 0, counts_);
     }
     store_.Attach();
     clock_ = std::make_unique<HastyClock>(plan_.haste);
@@ -128,6 +133,8 @@ void Driver::KillOne()
 {
     const size_t which = dice_.Below(fighters_.size());
     fighters_[which].process->KillNow();
+    deaths_[fighters_[which].number] = TimeNow();
+    ++killedSinceCheck_;
     fighters_.erase(fighters_.begin() + static_cast<std::ptrdiff_t>(which));
     ++killed_;
 }
@@ -153,9 +160,11 @@ void Driver::Fight(Time::time_point end)
 bool Driver::StopAll()
 {
     for (Fighter& fighter : fighters_) fighter.process->WriteLine(kStop);
+    const Time::time_point end = Time::now() + kStopTimeout;
     bool all = true;
     for (Fighter& fighter : fighters_) {
-        if (fighter.process->ReadLine(kStopTimeoutMs) == kStopped) continue;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Time::now()).count();
+        if (fighter.process->ReadLine(left > 0 ? static_cast<uint32_t>(left) : 0) == kStopped) continue;
         Fault("process " + std::to_string(fighter.number) + " does not come to a stop");
         all = false;
     }
@@ -177,6 +186,17 @@ void Driver::EndAll()
     fighters_.clear();
 }
 
+// All that live stand between two deeds, and hold nothing. Each thread that was killed may have left one block.
+void Driver::CountBlocks()
+{
+    uint64_t blocks = 0;
+    for (uint32_t folder = 0; folder < plan_.folders; ++folder)
+        if (fs::exists(FolderDirectory(plan_.mailRoot, folder) / "_index.blk")) ++blocks;
+    if (blocks > killedSinceCheck_ * plan_.threads)
+        Fault("store: no block is left that nobody holds: " + std::to_string(blocks) + " of them, and " +
+              std::to_string(killedSinceCheck_) + " processes were killed");
+}
+
 void Driver::Check(bool last)
 {
     std::vector<Record> records;
@@ -185,7 +205,8 @@ void Driver::Check(bool last)
         return record.deed == Deed::Close || record.deed == Deed::HoldEnd || record.deed == Deed::DropEnd ||
                record.deed == Deed::RemoveEnd || record.deed == Deed::SaveEnd || record.deed == Deed::Mark;
     }));
-    const std::map<uint32_t, History> histories = MakeHistories(records);
+    const std::map<uint32_t, History> histories = MakeHistories(records, deaths_);
+    CountBlocks();
     const History nothing;
     for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
         const auto history = histories.find(folder);
@@ -194,6 +215,7 @@ void Driver::Check(bool last)
             Fault(fault);
     }
     ++checks_;
+    killedSinceCheck_ = 0;
 }
 
 void Driver::Report()

@@ -3,23 +3,15 @@
 #include <algorithm>
 
 #include "tests/torture/FolderOracle.h"
+#include "tests/torture/Letter.h"
 
 namespace velmora::torture {
-
-namespace {
-
-constexpr char kAsDelivered[] = "\\RECENT";
-
-}  // namespace
 
 const Save* FolderOracle::SaveOf(const FlagSet& set) const
 {
     const std::vector<Save>& saves = history_->sessions[set.session].saves;
     return set.save < saves.size() ? &saves[set.save] : nullptr;
 }
-
-// The first moment at which the set may have been written. In a folder that threads share, any of them may write it.
-int64_t FolderOracle::WriteBegin(const FlagSet& set) const { return set.time; }
 
 void FolderOracle::CheckFlags()
 {
@@ -28,15 +20,18 @@ void FolderOracle::CheckFlags()
         for (const FlagSet& set : history_->sets)
             if (set.id == name) sets.push_back(&set);
         const auto before = before_.find(name);
-        const std::string base = before == before_.end() ? kAsDelivered : before->second.flags;
+        const std::string base = before == before_.end() ? kFlagsAsDelivered : before->second.flags;
 
         const auto present = std::find_if(sets.begin(), sets.end(), [&](const FlagSet* set) { return set->flags == item.flags; });
         const bool presentIsASet = present != sets.end();
         if (!presentIsASet && item.flags != base) {
-            if (damaged_)
-                Allow(Allowance::FlagLostWithDamage);  // as delivered, or as the backup has it
-            else
+            // As delivered, or as the backup has it: never what nobody has set.
+            if (item.flags != kFlagsAsDelivered && everSet_[name].count(item.flags) == 0)
                 Fault("no flag is made up", name + " has " + item.flags + " and had " + base);
+            else if (Damaged())
+                Allow(Allowance::FlagLostWithDamage);
+            else
+                Fault("no flag comes back", name + " has " + item.flags + " and had " + base);
             continue;
         }
         const Save* const presentSave = presentIsASet ? SaveOf(**present) : nullptr;
@@ -45,13 +40,13 @@ void FolderOracle::CheckFlags()
             const Save* const save = SaveOf(*set);
             if (!save || !save->told || (presentIsASet && set == *present)) continue;
             // Written over by what is there now, which may have come later.
-            if (presentIsASet && presentEnd > WriteBegin(*set)) continue;
+            if (presentIsASet && presentEnd > set->time) continue;
             if (!LostFlagIsAllowed(*set))
                 Fault("a flag that a save was told of is there",
                       name + " was given " + set->flags + " by process " + std::to_string(history_->sessions[set->session].process) +
                           " at " + std::to_string(set->time) + ", saved until " + std::to_string(save->end) + ", and has " + item.flags);
         }
-        CheckRead(name);
+        CheckRead(name, presentIsASet ? (presentSave ? presentSave->begin : (*present)->time) : 0);
     }
 }
 
@@ -61,7 +56,7 @@ bool FolderOracle::LostFlagIsAllowed(const FlagSet& set)
     const Save* const save = SaveOf(set);
     for (const Session& other : history_->sessions) {
         if (&other == &own || other.underBlock || other.saves.empty()) continue;
-        if (other.loadBegin < save->end && other.LastWrite() > WriteBegin(set)) {
+        if (other.loadBegin < save->end && other.LastWrite() > set.time) {
             Allow(Allowance::FlagUnderOlderLoad);
             return true;
         }
@@ -73,18 +68,22 @@ bool FolderOracle::LostFlagIsAllowed(const FlagSet& set)
             return true;
         }
     }
-    if (damaged_) Allow(Allowance::FlagLostWithDamage);
-    return damaged_;
+    if (!DamageExcuses(save->begin)) return false;
+    Allow(Allowance::FlagLostWithDamage);
+    return true;
 }
 
-// Every set of flags made the message read as well.
-void FolderOracle::CheckRead(const std::string& id)
+// Every set of flags made the message read as well; `written`: when the present ones were saved, or 0 before the last check.
+// A scan behind that takes READ from the file, which says unread.
+void FolderOracle::CheckRead(const std::string& id, int64_t written)
 {
     const ListedItem& item = items_.at(id);
-    if (item.read || item.flags == kAsDelivered) return;
-    const bool marked = !history_->marks.empty() || !history_->scans.empty() || AnyCutSession() || AnyOlderLoadSaved() || damaged_;
+    const auto peeked = readBefore_.find(id);
+    const bool read = peeked == readBefore_.end() ? item.read : peeked->second;
+    if (read || item.flags == kFlagsAsDelivered) return;
     const auto before = before_.find(id);
-    if (marked || (before != before_.end() && !before->second.read))
+    const bool scanned = std::any_of(history_->scans.begin(), history_->scans.end(), [&](int64_t end) { return end > written; });
+    if (scanned || DamageExcuses(written) || (written == 0 && before != before_.end() && !before->second.read))
         Allow(Allowance::ReadTakenFromTheFile);
     else
         Fault("a message that was read stays read", id);

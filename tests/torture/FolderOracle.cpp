@@ -8,6 +8,7 @@
 #include "tests/support/TestStore.h"
 #include "tests/torture/Letter.h"
 #include "tests/torture/OwnRecord.h"
+#include "velmora/status.h"
 
 namespace velmora::torture {
 
@@ -35,8 +36,8 @@ std::set<std::string> MessageFiles(const fs::path& directory)
 
 }  // namespace
 
-FolderOracle::FolderOracle(const std::string& mailRoot, uint32_t folder, AllowanceCounts& counts)
-    : mailRoot_(mailRoot), folder_(folder), directory_(FolderDirectory(mailRoot, folder)), counts_(counts)
+FolderOracle::FolderOracle(const std::string& mailRoot, uint32_t folder, bool hasBackups, AllowanceCounts& counts)
+    : mailRoot_(mailRoot), folder_(folder), hasBackups_(hasBackups), directory_(FolderDirectory(mailRoot, folder)), counts_(counts)
 {
 }
 
@@ -50,9 +51,11 @@ std::vector<std::string> FolderOracle::Check(const History& history, bool rebuil
     history_ = &history;
     faults_.clear();
     for (const std::string& fault : history.faults) Fault("what a worker sees is whole", fault);
-    damaged_ = history.damaged || fs::exists(directory_ / "_index.xml.bad");
+    for (const FlagSet& set : history.sets) everSet_[set.id].insert(set.flags);
     FollowFiles();
     CheckHolds();
+    CheckWrites();
+    PeekAtIndex();
     OpenByTheRules();
     if (ReadIndex()) {
         CheckListing();
@@ -96,34 +99,70 @@ void FolderOracle::FollowFiles()
 void FolderOracle::CheckHolds()
 {
     std::vector<Hold> holds = history_->holds;
+    for (const IndexWrite& write : history_->writes)
+        if (write.end != kNever && write.begin != 0) holds.push_back({write.process, write.thread, write.begin, write.end});
     std::sort(holds.begin(), holds.end(), [](const Hold& a, const Hold& b) { return a.begin < b.begin; });
     for (size_t i = 1; i < holds.size(); ++i)
-        if (holds[i].begin < holds[i - 1].end)
+        if (holds[i].begin < holds[i - 1].end && (holds[i].process != holds[i - 1].process || holds[i].thread != holds[i - 1].thread))
             Fault("a block has one holder", "processes " + std::to_string(holds[i - 1].process) + " and " +
                                                 std::to_string(holds[i].process) + " at " + std::to_string(holds[i].begin));
 }
 
+// Only a death in the middle of a write damages an index.
+void FolderOracle::CheckWrites()
+{
+    int64_t firstCut = kNever;
+    damagedUntil_ = 0;
+    for (const IndexWrite& write : history_->writes)
+        if (write.end == kNever) {
+            firstCut = std::min(firstCut, write.begin);
+            damagedUntil_ = std::max(damagedUntil_, write.begin);
+        }
+    for (const IndexWrite& write : history_->writes)
+        if (!write.whole && firstCut > write.end)
+            Fault("a write leaves a whole index", "process " + std::to_string(write.process) + " at " + std::to_string(write.end));
+    for (const int64_t damage : history_->damages)
+        if (damage > firstCut)
+            damagedUntil_ = std::max(damagedUntil_, damage);
+        else
+            Fault("an index is damaged by nothing but a death", "noticed at " + std::to_string(damage));
+}
+
+// What the last worker left, before the oracle's own open scans the folder.
+void FolderOracle::PeekAtIndex()
+{
+    readBefore_.clear();
+    test::PlainIndex index;
+    if (!fs::exists(directory_ / "_index.xml") || test::PlainLoad(index, test::ReadFileBytes(directory_ / "_index.xml"), {}).result != 3)
+        return;
+    for (const auto& item : index.sequence) readBefore_[FieldOf(*item, "ID")] = FieldOf(*item, "READ") == "1";
+}
+
 // ---- The open ----
 
-bool FolderOracle::AnyCutSession() const
+bool FolderOracle::AnyCutOpen() const
 {
-    return std::any_of(history_->sessions.begin(), history_->sessions.end(), [](const Session& session) { return session.IsCut(); });
+    return std::any_of(history_->sessions.begin(), history_->sessions.end(), [](const Session& session) { return session.IsCutInOpen(); });
 }
 
 void FolderOracle::OpenByTheRules()
 {
+    // A backup that is found damaged as well goes.
+    const fs::path backup = directory_ / "_index.xml.bak";
+    const bool hadBackup = hasBackups_ && fs::exists(backup);
     OwnRecord record(FolderName(folder_));
-    uint64_t result = StoreIndex_Open(&record, kByTheRules);
-    const bool found = fs::exists(directory_ / "_index.xml.bad");
-    if (result != 1 && (AnyCutSession() || damaged_)) {
+    const uint64_t result = StoreIndex_Open(&record, kByTheRules);
+    if (fs::exists(directory_ / "_index.xml.bad")) {
+        if (!Damaged()) Fault("an index is damaged by nothing but a death", "_index.xml.bad, and no process died in a write");
+        if (Damaged()) damagedUntil_ = kNever;
+    }
+    if (result != 1 && Damaged() && !(hadBackup && fs::exists(backup))) {
         Allow(Allowance::OpenFailsOnDamage);
-        damaged_ = true;
+        damagedUntil_ = kNever;
         OpenMarked();
     } else if (result != 1) {
         Fault("a folder at rest can be opened", "result " + std::to_string(result));
     }
-    if (found) damaged_ = true;
-    if (damaged_ && !AnyCutSession()) Fault("an index is damaged by nothing but a death", "no process died in the folder");
     if (fs::exists(directory_ / "_index.blk")) Fault("no block is left that nobody holds", "_index.blk behind an open");
 }
 
@@ -189,9 +228,9 @@ void FolderOracle::CheckListing()
                                      [&](const Delivery& delivery) { return delivery.id == name && !delivery.ended; });
         if (cut)
             Allow(Allowance::FileWithoutMark);
-        else if (damaged_)
+        else if (Damaged())
             Allow(Allowance::FileUnlistedByDamage);
-        else if (AnyCutSession())
+        else if (AnyCutOpen())
             Allow(Allowance::MarkDiedWithItsTaker);
         else
             Fault("an open by the rules lists every file", name + " is not listed");
@@ -212,7 +251,7 @@ void FolderOracle::CheckGhosts()
         const bool removedBefore = before_.count(name) != 0 && known != fates_.end() && known->second == Fate::Gone;
         if (removal != history_->removals.end() ? !removal->withItem || !removal->ended : removedBefore)
             Allow(Allowance::ItemOfAFileThatWent);
-        else if (removal != history_->removals.end() && (AnyOlderLoadSaved() || AnyCutSession() || damaged_))
+        else if (removal != history_->removals.end() && (AnyOlderLoadSaved() || Damaged()))
             Allow(Allowance::ItemBroughtBack);
         else
             Fault("no item is listed that has no file", name);
@@ -235,32 +274,32 @@ bool FolderOracle::AnyOlderLoadSaved() const
 void FolderOracle::CheckUids()
 {
     if (headerUid_ < lastUid_) {
-        if (damaged_)
+        if (Damaged())
             Allow(Allowance::UidAfterDamage);
         else
             Fault("LASTUID never falls", std::to_string(lastUid_) + " before, " + std::to_string(headerUid_) + " now");
     }
     lastUid_ = headerUid_;
     // What the damage took back may be given again at any later time.
-    if (damaged_) uids_.erase(uids_.upper_bound(headerUid_), uids_.end());
+    if (Damaged()) uids_.erase(uids_.upper_bound(headerUid_), uids_.end());
 
     const auto take = [&](uint32_t uid, const std::string& name, const std::string& witness) {
         const auto [known, added] = uids_.emplace(uid, name);
         if (added || known->second == name) return;
-        if (damaged_)
+        if (Damaged())
             Allow(Allowance::UidAfterDamage);
         else
             Fault("no UID is given twice", std::to_string(uid) + " was " + known->second + " and is " + name + " for " + witness);
         known->second = name;
     };
     for (const Sighting& sighting : history_->sightings)
-        if (!damaged_ || sighting.uid <= headerUid_) take(sighting.uid, sighting.id, "process " + std::to_string(sighting.process));
+        if (!Damaged() || sighting.uid <= headerUid_) take(sighting.uid, sighting.id, "process " + std::to_string(sighting.process));
     for (const auto& [name, item] : items_) take(item.uid, name, "the index file");
 
     for (const auto& [name, item] : before_) {
         const auto now = items_.find(name);
         if (now == items_.end() || now->second.uid == item.uid) continue;
-        if (damaged_)
+        if (Damaged())
             Allow(Allowance::UidAfterDamage);
         else
             Fault("a message keeps its UID", name + " had " + std::to_string(item.uid) + " and has " + std::to_string(now->second.uid));
@@ -269,7 +308,7 @@ void FolderOracle::CheckUids()
     for (const Sighting& sighting : history_->sightings) uidsOf[sighting.id].insert(sighting.uid);
     for (auto& [name, uids] : uidsOf) {
         if (uids.size() < 2) continue;
-        if (damaged_)
+        if (Damaged())
             Allow(Allowance::UidAfterDamage);
         else if (AnyOlderLoadSaved())
             Allow(Allowance::NewUidAfterOlderLoad);
@@ -297,9 +336,23 @@ void FolderOracle::Rebuild()
         if (known != listed.end() && (known->second.uid != item.uid || known->second.flags != item.flags))
             Fault("a rebuild keeps UIDs and flags", name);
     }
+    CheckCounts();
     if (fs::exists(directory_ / "_CHANGE.DTY")) Fault("a rebuild takes the mark away", "_CHANGE.DTY");
     if (headerUid_ < lastUid_) Fault("LASTUID never falls", std::to_string(lastUid_) + " before the rebuild");
     before_ = items_;
+}
+
+// The cached counts are those of the listing whenever the listing is made from the files.
+void FolderOracle::CheckCounts()
+{
+    uint32_t details[VELMORA_STATUS_WORDS] = {};
+    if (GetCachedStatus(kPostoffice, kMailbox, FolderName(folder_).c_str(), details) != 1)
+        return Fault("a rebuild leaves cached counts", "none there");
+    const auto read = std::count_if(items_.begin(), items_.end(), [](const auto& item) { return item.second.read; });
+    if (details[VELMORA_STATUS_ITEMS] != items_.size() || details[VELMORA_STATUS_SEEN] != static_cast<uint64_t>(read))
+        Fault("a rebuild leaves cached counts", std::to_string(details[VELMORA_STATUS_ITEMS]) + " items and " +
+                                                    std::to_string(details[VELMORA_STATUS_SEEN]) + " read for " +
+                                                    std::to_string(items_.size()) + " and " + std::to_string(read));
 }
 
 }  // namespace velmora::torture

@@ -23,8 +23,8 @@ struct ListedItem {
 
 class FolderOracle {
 public:
-    // `mailRoot` and `folder` say where it is. `shared`: whether the threads of a process share their folders.
-    FolderOracle(const std::string& mailRoot, uint32_t folder, AllowanceCounts& counts);
+    // `mailRoot` and `folder` say where it is. `hasBackups`: whether the store keeps backups of its indexes.
+    FolderOracle(const std::string& mailRoot, uint32_t folder, bool hasBackups, AllowanceCounts& counts);
 
     // Checks the folder, with one open by the rules and, if asked for, a rebuild. The faults that were found, one text each.
     std::vector<std::string> Check(const History& history, bool rebuild);
@@ -34,6 +34,9 @@ private:
 
     void FollowFiles();
     void CheckHolds();
+    void CheckWrites();
+    void PeekAtIndex();
+    void CheckCounts();
     void OpenByTheRules();
     void OpenMarked();
     bool ReadIndex();
@@ -41,19 +44,22 @@ private:
     void CheckGhosts();
     void CheckUids();
     void CheckFlags();
-    void CheckRead(const std::string& id);
+    void CheckRead(const std::string& id, int64_t written);
     void Rebuild();
 
     bool LostFlagIsAllowed(const FlagSet& set);
     const Save* SaveOf(const FlagSet& set) const;
-    int64_t WriteBegin(const FlagSet& set) const;
     bool AnyOlderLoadSaved() const;
-    bool AnyCutSession() const;
+    bool AnyCutOpen() const;
+    // Whether a death in the middle of a write may be why something of that time is gone.
+    bool DamageExcuses(int64_t time) const { return time <= damagedUntil_; }
+    bool Damaged() const { return damagedUntil_ != 0; }
     void Allow(Allowance allowance) { counts_.Use(allowance); }
     void Fault(const std::string& rule, const std::string& evidence);
 
     const std::string mailRoot_;
     const uint32_t folder_;
+    const bool hasBackups_;
     const std::filesystem::path directory_;
     AllowanceCounts& counts_;
 
@@ -61,6 +67,7 @@ private:
     std::map<std::string, Fate> fates_;
     std::map<std::string, ListedItem> before_;
     std::map<uint32_t, std::string> uids_;
+    std::map<std::string, std::set<std::string>> everSet_;  // flags, by message
     uint32_t lastUid_ = 0;
 
     // One check.
@@ -69,7 +76,8 @@ private:
     std::set<std::string> files_;
     std::map<std::string, ListedItem> items_;
     uint32_t headerUid_ = 0;
-    bool damaged_ = false;
+    std::map<std::string, bool> readBefore_;  // as the index said before the oracle's own open
+    int64_t damagedUntil_ = 0;                // what was so until then, damage may have taken back; 0 for no damage
 };
 
 }  // namespace velmora::torture

@@ -12,14 +12,13 @@
 #include "index/IndexTable.h"
 #include "index/StoreIndexLife.h"
 #include "items/MailScan.h"
+#include "tests/persistence/PlainReader.h"
 #include "tests/support/TestStore.h"
 #include "tests/torture/Letter.h"
 #include "tests/torture/OwnRecord.h"
 #include "velmora/folder.h"
 #include "velmora/index.h"
 #include "velmora/item.h"
-#include "velmora/locks.h"
-#include "velmora/status.h"
 
 namespace velmora::torture {
 
@@ -42,9 +41,19 @@ void HearLine(uint32_t, const char* text)
     if (line.find("Performing StoreIndex_Scan(") != line.npos) heard.scan = true;
 }
 
+// The same words are said of a file that could not be opened; behind a damaged one stands what was done about it, unless
+// the store has no backups.
 void HearTrace(const char* text)
 {
-    if (std::string_view(text).starts_with("Failed to deserialise index: ")) heard.damage = true;
+    const std::string_view line(text);
+    if (!line.starts_with("Failed to deserialise index: ")) return;
+    for (const char* const remedy : {". Unable to find recovery index", ". Successfully loaded", ". Backup Index is also"})
+        if (line.find(remedy) != line.npos) heard.damage = true;
+    if (heard.damage || line.find(". A File Access error") != line.npos) return;
+    test::PlainIndex index;
+    const fs::path file = IndexWatch::Directory() / "_index.xml";
+    std::error_code error;
+    if (fs::exists(file, error)) heard.damage = test::PlainLoad(index, test::ReadFileBytes(file), {}).result != 3;
 }
 
 std::string PropertyOfCurrentItem(const char* name)
@@ -65,8 +74,8 @@ void ListenToTheLibrary()
     Hooks().debugTrace = HearTrace;
 }
 
-Hand::Hand(const Plan& plan, uint32_t thread, Journal& journal)
-    : plan_(plan), thread_(thread), journal_(journal), dice_(plan.seed * 1000003 + plan.process * 131 + thread)
+Hand::Hand(const Plan& plan, uint32_t thread, Journal& journal, IndexWatch& watch)
+    : plan_(plan), thread_(thread), journal_(journal), watch_(watch), dice_(plan.seed * 1000003 + plan.process * 131 + thread)
 {
 }
 
@@ -78,12 +87,13 @@ void Hand::DoSomething()
     } kMix[] = {
         {&Hand::WorkInOpenFolder, 34},   {&Hand::WorkOnRecord, 24}, {&Hand::Drop, 10},      {&Hand::DeliverInTransaction, 8},
         {&Hand::RemoveInTransaction, 6}, {&Hand::RemoveFile, 2},    {&Hand::Rescan, 4},     {&Hand::Mark, 2},
-        {&Hand::ReadCounts, 8},          {&Hand::HoldBlock, 3},     {&Hand::HoldByName, 1},
+        {&Hand::ReadCounts, 8},          {&Hand::HoldBlock, 3},     {&Hand::HoldByName, 1}, {&Hand::BreakBlock, 2},
     };
     uint32_t total = 0;
     for (const auto& entry : kMix) total += entry.weight;
     // Half of the time everybody is after the same folder.
     folder_ = dice_.OneIn(2) ? 0 : dice_.Below(plan_.folders);
+    watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
     if (++deeds_ > 20 && dice_.OneIn(15)) Sabotage();
     uint32_t chance = dice_.Below(total);
     for (const auto& entry : kMix) {
@@ -115,10 +125,7 @@ void Hand::Pause(uint32_t mostMs) { std::this_thread::sleep_for(std::chrono::mic
 
 // ---- Flags ----
 
-std::string Hand::NewFlags()
-{
-    return FormatText("\\RECENT \\V%u-%u-%u", static_cast<unsigned>(plan_.process), thread_, ++flags_) + std::string(dice_.Below(60), 'v');
-}
+std::string Hand::NewFlags(const std::string& name) { return LetterFlags(name, plan_.process, thread_, ++flags_); }
 
 void Hand::WorkInOpenFolder()
 {
@@ -133,9 +140,9 @@ void Hand::WorkInOpenFolder()
     const std::vector<std::string> names = WalkOpenFolder();
     const uint32_t rounds = names.empty() ? 0 : dice_.Below(3);
     for (uint32_t round = 0; round < rounds; ++round) {
-        SetFlagsInOpenFolder(names);
+        const size_t changes = SetFlagsInOpenFolder(names);
         if (dice_.OneIn(3)) Pause(10);
-        SaveOpenFolder();
+        SaveOpenFolder(changes);
     }
     StoreFolder_Close();
     Write(Deed::Close);
@@ -149,9 +156,12 @@ std::vector<std::string> Hand::WalkOpenFolder()
         const std::string name = PropertyOfCurrentItem("VL_ITEM_ID");
         const std::string subject = PropertyOfCurrentItem("PR_SUBJECT");
         PropertyOfCurrentItem("PR_VL_SIZE");
+        const std::string flags = PropertyOfCurrentItem("PR_VL_FLAGSTATUS");
         // Another thread of a shared folder may have loaded it anew; there is no current item then.
         if (name.empty() || subject.empty()) continue;
         CheckSubject(name, subject);
+        // The threads of a shared folder may have moved on to another item between the two questions.
+        if (!SharesFolders()) CheckFlags(name, flags);
         if (!distinct.insert(name).second) Fault("a walk comes by " + name + " twice");
         names.push_back(name);
     }
@@ -163,24 +173,46 @@ void Hand::CheckSubject(const std::string& name, const std::string& subject)
     if (subject != LetterSubject(name)) Fault("the item " + name + " has the subject " + subject);
 }
 
-void Hand::SetFlagsInOpenFolder(const std::vector<std::string>& names)
+void Hand::CheckFlags(const std::string& name, const std::string& flags)
 {
+    if (!AreFlagsOf(name, flags)) Fault("no flag is made up: " + name + " has " + flags);
+}
+
+size_t Hand::SetFlagsInOpenFolder(const std::vector<std::string>& names)
+{
+    size_t changes = 0;
     for (uint32_t count = 1 + dice_.Below(3); count > 0; --count) {
         const std::string& name = names[dice_.Below(names.size())];
         // By the current item: a name would make an item for a message that has gone meanwhile.
         if (StoreFolder_SelectItem(name.c_str()) != 1) continue;
-        const std::string flags = NewFlags();
+        const std::string flags = NewFlags(name);
         Write(Deed::Set, name, 0, flags);
         StoreItem_SetProperty(nullptr, "PR_VL_FLAGSTATUS", flags.c_str());
         StoreItem_SetProperty(nullptr, "PR_VL_READ", "1");
+        ++changes;
     }
+    return changes;
 }
 
-void Hand::SaveOpenFolder()
+void Hand::BeginSave()
 {
     Write(Deed::SaveBegin);
+    watch_.BeginSave();
+}
+
+void Hand::EndSave(bool told, size_t changes)
+{
+    Write(Deed::SaveEnd, {}, told);
+    if (told && changes != 0 && !watch_.EndSave())
+        Fault("a save that succeeds has written the index: " + std::to_string(changes) + " changes and no write");
+}
+
+void Hand::SaveOpenFolder(size_t changes)
+{
+    BeginSave();
     StoreFolder_Save(0);
-    Write(Deed::SaveEnd, {}, HeardFailure() ? 0 : 1);
+    // Another thread of a shared folder may have saved them already.
+    EndSave(!HeardFailure(), SharesFolders() ? 0 : changes);
 }
 
 // ---- Records of a host's own ----
@@ -205,6 +237,9 @@ std::vector<std::string> Hand::WalkRecord(STOREINDEXTYPE& record)
         std::string subject;
         item->GetText("SUBJECT", subject);
         CheckSubject(name, subject);
+        std::string flags;
+        item->GetText(kFlagStatus, flags);
+        CheckFlags(name, flags);
         if (item->Uid() <= before) Fault("the UID of " + name + " does not rise");
         before = item->Uid();
         if (seen_.emplace(Name() + name, before).second) Write(Deed::Seen, name, before);
@@ -225,14 +260,13 @@ void Hand::WorkOnRecord()
             const std::string& name = names[dice_.Below(names.size())];
             IndexItemPropertyContainer* const item = FindLoadedItem(record.Table, name);
             if (!item) break;
-            const std::string flags = NewFlags();
+            const std::string flags = NewFlags(name);
             Write(Deed::Set, name, 0, flags);
             SetItemProperty(*item, kFlagStatus, flags);
             SetItemProperty(*item, kRead, "1");
             record.Changed = 1;
-            Write(Deed::SaveBegin);
-            const bool saved = StoreIndex_Save(&record) == 1;
-            Write(Deed::SaveEnd, {}, saved);
+            BeginSave();
+            EndSave(StoreIndex_Save(&record) == 1, 1);
             HeardFailure();
         }
     }
@@ -324,11 +358,11 @@ bool Hand::BeginTransaction(STOREINDEXTYPE& record, int32_t level)
 
 bool Hand::EndTransaction(STOREINDEXTYPE& record)
 {
-    Write(Deed::SaveBegin);
+    BeginSave();
     Write(Deed::HoldEnd);
     StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
     const bool saved = !HeardFailure();
-    Write(Deed::SaveEnd, {}, saved);
+    EndSave(saved, 0);
     Write(Deed::Close);
     return saved;
 }
@@ -344,7 +378,7 @@ void Hand::DeliverInTransaction()
     const std::string path = record.Path;
     uint32_t nextUid = record.Table.LastUID;
     const ListedFile file{name, static_cast<uint32_t>(LetterBytes(name).size()), 0};
-    const bool added = AddMessageItem(record.Table, path, file, GetFolderUniqueId(path), nextUid) == 1;
+    const bool added = AddMessageItem(record.Table, path, file, GetFolderUniqueId(path), nextUid) == MessageRead::Whole;
     if (!EndTransaction(record) || !added) MarkChanged();
     Write(Deed::DropEnd, name);
 }
@@ -364,46 +398,6 @@ void Hand::RemoveInTransaction()
         Write(Deed::RemoveEnd, name, gone);
     }
     EndTransaction(record);
-}
-
-// ---- Counts and locks ----
-
-void Hand::ReadCounts()
-{
-    uint32_t details[VELMORA_STATUS_WORDS] = {};
-    if (GetCachedStatus(kPostoffice, kMailbox, Name().c_str(), details) != 1) return;
-    if (details[VELMORA_STATUS_ITEMS] > 100000 || details[VELMORA_STATUS_SEEN] > details[VELMORA_STATUS_ITEMS])
-        Fault("the cached counts are " + std::to_string(details[VELMORA_STATUS_ITEMS]) + " and " +
-              std::to_string(details[VELMORA_STATUS_SEEN]));
-}
-
-bool Hand::TakeBlock(uint32_t keepHandle, void*& handle)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(dice_.Below(200));
-    while (WaitForAccessToIndexFileEx(BlockPath().c_str(), keepHandle, &handle) != 1) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
-void Hand::HoldBlock()
-{
-    void* handle = nullptr;
-    if (!TakeBlock(1, handle)) return;
-    Write(Deed::HoldBegin);
-    Pause(dice_.OneIn(10) ? 1500 : 20);
-    Write(Deed::HoldEnd);
-    UnBlockIndexFileAccessEx(BlockPath().c_str(), 1, &handle);
-}
-
-// Anybody may delete such a block, so nothing is done under it.
-void Hand::HoldByName()
-{
-    void* handle = nullptr;
-    if (!TakeBlock(0, handle)) return;
-    Pause(20);
-    UnBlockIndexFileAccessEx(BlockPath().c_str(), 0, &handle);
 }
 
 }  // namespace velmora::torture

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/index/Dice.h"
+#include "tests/torture/IndexWatch.h"
 #include "tests/torture/Journal.h"
 #include "tests/torture/Plan.h"
 #include "velmora/index_records.h"
@@ -17,7 +18,7 @@ namespace velmora::torture {
 
 class Hand {
 public:
-    Hand(const Plan& plan, uint32_t thread, Journal& journal);
+    Hand(const Plan& plan, uint32_t thread, Journal& journal, IndexWatch& watch);
 
     // One deed of the mix, from its beginning to its end: nothing is open or held between two of them.
     void DoSomething();
@@ -35,6 +36,7 @@ private:
     void ReadCounts();
     void HoldBlock();
     void HoldByName();
+    void BreakBlock();
 
     // Faults on purpose; see Sabotage.cpp.
     void Sabotage();
@@ -42,6 +44,14 @@ private:
     void DuplicateUid();
     void TearElement();
     void ForgetFlag();
+    void SaveWithoutBlock();
+    void LeaveBlock();
+    void ResetRead();
+    void ResetReadInFolder();
+    void LowerLastUid();
+    void MakeUpFlag();
+    void ListGhost();
+    void CutIndex();
 
     void Write(Deed deed, const std::string& id = {}, uint32_t number = 0, const std::string& text = {});
     void Fault(const std::string& text) { Write(Deed::Fault, {}, 0, text); }
@@ -50,20 +60,27 @@ private:
     void Pause(uint32_t mostMs);
 
     std::vector<std::string> WalkOpenFolder();
-    void SetFlagsInOpenFolder(const std::vector<std::string>& names);
-    void SaveOpenFolder();
+    // How many were set.
+    size_t SetFlagsInOpenFolder(const std::vector<std::string>& names);
+    void SaveOpenFolder(size_t changes);
+    void BeginSave();
+    // `changes`: how many the save has to write, if it succeeds.
+    void EndSave(bool told, size_t changes);
     bool OpenRecord(STOREINDEXTYPE& record, uint32_t mode);
     std::vector<std::string> WalkRecord(STOREINDEXTYPE& record);
     void CheckSubject(const std::string& name, const std::string& subject);
+    void CheckFlags(const std::string& name, const std::string& flags);
     bool BeginTransaction(STOREINDEXTYPE& record, int32_t level);
     bool EndTransaction(STOREINDEXTYPE& record);
     bool TakeBlock(uint32_t keepHandle, void*& handle);
     // The message files of the folder.
     std::vector<std::string> Files();
     bool IsFull() { return Files().size() >= kMostFiles; }
-    std::string NewFlags();
+    std::string NewFlags(const std::string& name);
     void PutFile(const std::string& name);
     void MarkChanged();
+    // Whether the threads of this process share what they open.
+    bool SharesFolders() const { return plan_.process % 4 == 3; }
     std::string Path() const { return FolderDirectory(plan_.mailRoot, folder_).string(); }
     std::string BlockPath() const { return Path() + "\\_index.blk"; }
     std::string Name() const { return FolderName(folder_); }
@@ -73,6 +90,7 @@ private:
     const Plan& plan_;
     const uint32_t thread_;
     Journal& journal_;
+    IndexWatch& watch_;
     test::Dice dice_;
     uint32_t folder_ = 0;
     uint32_t letters_ = 0;

@@ -1,6 +1,7 @@
 #include "tests/torture/History.h"
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 namespace velmora::torture {
@@ -15,11 +16,12 @@ struct Loose {
     size_t hold = kNone;
     size_t removal = kNone;
     size_t delivery = kNone;
+    size_t write = kNone;
 };
 
 class Scribe {
 public:
-    explicit Scribe(std::map<uint32_t, History>& histories) : histories_(histories) {}
+    Scribe(std::map<uint32_t, History>& histories, const std::map<uint64_t, int64_t>& deaths) : histories_(histories), deaths_(deaths) {}
 
     void Take(const Record& record)
     {
@@ -28,7 +30,8 @@ public:
         switch (record.deed) {
             case Deed::OpenBegin:
                 loose.session = history.sessions.size();
-                history.sessions.push_back({record.process, record.thread, record.time, kNever, kNever, false, {}});
+                history.sessions.push_back(
+                    {record.process, record.thread, record.time, kNever, kNever, false, false, DeathOf(record.process), {}});
                 break;
             case Deed::HoldBegin:
                 loose.hold = history.holds.size();
@@ -62,12 +65,23 @@ public:
                 break;
             case Deed::Scan:
                 history.scans.push_back(record.time);
+                if (loose.session != kNone) history.sessions[loose.session].scans = true;
                 break;
             case Deed::Mark:
-                history.marks.push_back(record.time);
                 break;
             case Deed::Damage:
-                history.damaged = true;
+                history.damages.push_back(record.time);
+                break;
+            case Deed::WriteBegin:
+                loose.write = history.writes.size();
+                history.writes.push_back({record.process, record.thread, record.time, kNever, true});
+                break;
+            case Deed::WriteEnd:
+                if (loose.write != kNone) EndWrite(history.writes[loose.write], record);
+                loose.write = kNone;
+                // A load writes when it has made the index from the files: for a mark that it need not have taken away.
+                if (loose.session != kNone && history.sessions[loose.session].loadEnd == kNever && record.text != "0 0")
+                    history.sessions[loose.session].scans = true;
                 break;
             case Deed::Fault:
                 history.faults.push_back("process " + std::to_string(record.process) + " saw: " + record.text);
@@ -78,6 +92,19 @@ public:
     }
 
 private:
+    int64_t DeathOf(uint64_t process) const
+    {
+        const auto death = deaths_.find(process);
+        return death == deaths_.end() ? kNever : death->second;
+    }
+
+    static void EndWrite(IndexWrite& write, const Record& record)
+    {
+        std::istringstream times(record.text);
+        times >> write.begin >> write.end;
+        write.whole = record.number == 1;
+    }
+
     void TakeInSession(History& history, Loose& loose, const Record& record)
     {
         Session& session = history.sessions[loose.session];
@@ -106,16 +133,20 @@ private:
     }
 
     std::map<uint32_t, History>& histories_;
+    const std::map<uint64_t, int64_t>& deaths_;
     std::map<std::pair<uint64_t, uint32_t>, Loose> loose_;
 };
 
 }  // namespace
 
-std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records)
+std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records, const std::map<uint64_t, int64_t>& deaths)
 {
     std::map<uint32_t, History> histories;
-    Scribe scribe(histories);
+    Scribe scribe(histories, deaths);
     for (const Record& record : records) scribe.Take(record);
+    for (auto& [folder, history] : histories)
+        for (const Session& session : history.sessions)
+            if (session.scans || session.IsCutInOpen()) history.scans.push_back(session.OpenEnd());
     return histories;
 }
 

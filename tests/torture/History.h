@@ -35,10 +35,15 @@ struct Session {
     int64_t loadEnd = kNever;
     int64_t close = kNever;
     bool underBlock = false;  // load and save under one block
+    bool scans = false;       // its open has scanned the folder, or has begun to
+    int64_t died = kNever;    // when its process was killed, if it was
     std::vector<Save> saves;
 
-    // Whether the process died in it.
+    // Whether the process died in it, and whether it died before it had anything loaded.
     bool IsCut() const { return close == kNever; }
+    bool IsCutInOpen() const { return loadEnd == kNever; }
+    // When a scan in its open had ended at the latest.
+    int64_t OpenEnd() const { return loadEnd == kNever ? died : loadEnd; }
     // The last moment at which it may have written the index.
     int64_t LastWrite() const { return saves.empty() ? std::numeric_limits<int64_t>::min() : saves.back().end; }
 };
@@ -48,6 +53,15 @@ struct Hold {
     uint32_t thread = 0;
     int64_t begin = 0;
     int64_t end = 0;  // the begin, when its process died with it
+};
+
+// What one thread wrote of the index while it had the block.
+struct IndexWrite {
+    uint64_t process = 0;
+    uint32_t thread = 0;
+    int64_t begin = 0;
+    int64_t end = kNever;  // of one in whose middle the process died
+    bool whole = true;
 };
 
 struct Removal {
@@ -79,14 +93,14 @@ struct History {
     std::vector<Removal> removals;
     std::vector<Delivery> deliveries;
     std::vector<Sighting> sightings;
-    std::vector<int64_t> scans;  // when they had ended
-    std::vector<int64_t> marks;  // of the folder as changed
-    bool damaged = false;        // an index did not load
+    std::vector<IndexWrite> writes;
+    std::vector<int64_t> scans;    // when they had ended, at the latest
+    std::vector<int64_t> damages;  // when it was noticed that an index did not load
     std::vector<std::string> faults;
 };
 
-// By folder. `records` are those of one process after another, each in its order.
-std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records);
+// By folder. `records` are those of one process after another, each in its order; `deaths` says when a process was killed.
+std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records, const std::map<uint64_t, int64_t>& deaths);
 
 }  // namespace velmora::torture
 

@@ -28,8 +28,10 @@ enum class Deed : char {
     Seen = 'u',         // id, number: the UID that the index gives
     HoldBegin = 'h',    // the block file is held by handle from before this record on
     HoldEnd = 'H',      // until after this one
-    Scan = 'n',         // the folder was scanned by what the thread does at present
-    Damage = 'x',       // an index did not load
+    Scan = 'n',         // the thread has taken the mark for a scan, or has scanned: before the end of its open at the latest
+    Damage = 'x',       // an index did not load, and not because it could not be opened
+    WriteBegin = 'w',   // the thread is about to write the index, and has the block
+    WriteEnd = 'W',     // it is about to let the block go; number: 1 when the file is whole; text: first and last write, or 0
     Mark = 'y',         // the dirty flag was set
     Fault = '!',        // text: something is wrong that the worker saw by itself
 };

@@ -39,4 +39,19 @@ std::string LetterBytes(const std::string& name)
     return bytes;
 }
 
+// Of different lengths as well, and the length is a part of the proof.
+std::string LetterFlags(const std::string& name, uint64_t process, uint32_t thread, uint32_t number)
+{
+    const std::string head =
+        std::string(kFlagsAsDelivered) + " \\V" + std::to_string(process) + "-" + std::to_string(thread) + "-" + std::to_string(number);
+    return head + std::string(NumberOf(head + name) % 60, 'v');
+}
+
+bool AreFlagsOf(const std::string& name, const std::string& flags)
+{
+    if (flags == kFlagsAsDelivered) return true;
+    const std::string head = flags.substr(0, flags.find('v'));
+    return flags == head + std::string(NumberOf(head + name) % 60, 'v');
+}
+
 }  // namespace velmora::torture

@@ -15,6 +15,12 @@ std::string LetterSubject(const std::string& name);
 std::string LetterSender(const std::string& name);
 std::string LetterBytes(const std::string& name);
 
+// The n-th flags that a thread gives, here to this message; nobody else gives them, and to no other message.
+std::string LetterFlags(const std::string& name, uint64_t process, uint32_t thread, uint32_t number);
+// Whether somebody may have given these to the message, or it has them since it was delivered.
+bool AreFlagsOf(const std::string& name, const std::string& flags);
+inline constexpr char kFlagsAsDelivered[] = "\\RECENT";
+
 }  // namespace velmora::torture
 
 #endif

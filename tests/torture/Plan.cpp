@@ -16,7 +16,7 @@ constexpr struct {
     uint64_t least, most;
     const char* meaning;
 } kNumbers[] = {
-    {"seed", &Plan::seed, 0, UINT64_MAX, "decides what is done; printed, 0 for a new one"},
+    {"seed", &Plan::seed, 0, UINT64_MAX, "of the dice that choose what is done; printed, 0 for a new one"},
     {"seconds", &Plan::seconds, 1, 1000000, "of fighting"},
     {"processes", &Plan::processes, 1, 64, "at once"},
     {"threads", &Plan::threads, 1, 64, "in each"},
@@ -33,12 +33,14 @@ constexpr struct {
     std::string Plan::*value;
     const char* meaning;
 } kTexts[] = {
-    {"sabotage", &Plan::sabotage, "a fault on purpose: lose-file, duplicate-uid, tear-element or forget-flag"},
+    {"sabotage", &Plan::sabotage, "a fault on purpose, by name; see Sabotage.cpp"},
     {"worker", &Plan::worker, nullptr},
     {"mail-root", &Plan::mailRoot, nullptr},
 };
 
-constexpr std::string_view kSabotages[] = {"lose-file", "duplicate-uid", "tear-element", "forget-flag"};
+constexpr std::string_view kSabotages[] = {"lose-file",          "duplicate-uid", "tear-element", "forget-flag",
+                                           "save-without-block", "leave-block",   "reset-read",   "lower-last-uid",
+                                           "make-up-flag",       "list-ghost",    "cut-index"};
 
 uint64_t NumberOf(const std::string& name, const std::string& text, uint64_t least, uint64_t most)
 {

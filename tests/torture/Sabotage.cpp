@@ -1,9 +1,16 @@
 // Faults that a worker commits on purpose, without a word in its journal: each is one that the oracle has to find.
 #include <filesystem>
 
+#include "index/CachedDetails.h"
 #include "index/IndexItem.h"
+#include "index/IndexPersistence.h"
+#include "index/IndexTable.h"
+#include "index/StoreIndexLife.h"
+#include "items/MailScan.h"
 #include "tests/support/TestStore.h"
 #include "tests/torture/Hand.h"
+#include "tests/torture/Letter.h"
+#include "tests/torture/OwnRecord.h"
 #include "velmora/locks.h"
 
 namespace velmora::torture {
@@ -78,6 +85,23 @@ bool TearSubject(std::string& bytes)
     return false;
 }
 
+// Texts of the same length, in the first place where the one stands.
+bool Exchange(std::string& bytes, std::string_view from, std::string_view to)
+{
+    const size_t found = bytes.find(from);
+    if (found == std::string::npos) return false;
+    bytes.replace(found, from.size(), to);
+    return true;
+}
+
+bool ChangeFlag(std::string& bytes) { return Exchange(bytes, "\\V", "\\W"); }
+
+bool CutInHalf(std::string& bytes)
+{
+    bytes.resize(bytes.size() / 2);
+    return true;
+}
+
 }  // namespace
 
 void Hand::Sabotage()
@@ -90,8 +114,16 @@ void Hand::Sabotage()
         {"duplicate-uid", &Hand::DuplicateUid},
         {"tear-element", &Hand::TearElement},
         {"forget-flag", &Hand::ForgetFlag},
+        {"save-without-block", &Hand::SaveWithoutBlock},
+        {"leave-block", &Hand::LeaveBlock},
+        {"reset-read", &Hand::ResetRead},
+        {"lower-last-uid", &Hand::LowerLastUid},
+        {"make-up-flag", &Hand::MakeUpFlag},
+        {"list-ghost", &Hand::ListGhost},
+        {"cut-index", &Hand::CutIndex},
     };
-    if (plan_.sabotage.empty() || thread_ != 0 || plan_.process != 1) return;
+    // Where processes are killed, each of them does it: the first one may not live to.
+    if (plan_.sabotage.empty() || thread_ != 0 || (plan_.kills == 0 && plan_.process != 1)) return;
     for (const auto& fault : kFaults)
         if (fault.name == plan_.sabotage) (this->*fault.deed)();
 }
@@ -106,12 +138,87 @@ void Hand::DuplicateUid() { ChangeIndex(FolderDirectory(plan_.mailRoot, folder_)
 
 void Hand::TearElement() { ChangeIndex(FolderDirectory(plan_.mailRoot, folder_), TearSubject); }
 
+void Hand::MakeUpFlag() { ChangeIndex(FolderDirectory(plan_.mailRoot, folder_), ChangeFlag); }
+
+void Hand::CutIndex() { ChangeIndex(FolderDirectory(plan_.mailRoot, folder_), CutInHalf); }
+
+// As a save that has forgotten to take its block.
+void Hand::SaveWithoutBlock()
+{
+    OwnRecord record(Name());
+    if (StoreIndex_Open(&record, 1) != 1) return;
+    watch_.BeginSave();
+    record.Table.RewriteRequired = 1;
+    SaveIndex(record.Table, record.Path, record.IndexKind);
+}
+
+// As a save that has forgotten which UIDs were given.
+void Hand::LowerLastUid()
+{
+    OwnRecord record(Name());
+    if (StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, Name().c_str(), 1, transaction_, 3) != 1) return;
+    watch_.BeginSave();
+    record.Table.LastUID /= 2;
+    record.Table.RewriteRequired = 1;
+    StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
+}
+
+// As a save of flags that has forgotten that the messages were read.
+void Hand::ResetRead()
+{
+    const uint32_t folder = folder_;
+    for (folder_ = 0; folder_ < plan_.folders; ++folder_) {
+        watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
+        ResetReadInFolder();
+    }
+    folder_ = folder;
+    watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
+}
+
+void Hand::ResetReadInFolder()
+{
+    OwnRecord record(Name());
+    if (!OpenRecord(record, 1)) return Write(Deed::Close);
+    for (const std::string& name : WalkRecord(record)) {
+        IndexItemPropertyContainer* const item = FindLoadedItem(record.Table, name);
+        const std::string flags = NewFlags(name);
+        Write(Deed::Set, name, 0, flags);
+        SetItemProperty(*item, kFlagStatus, flags);
+        SetItemProperty(*item, kRead, "0");
+    }
+    record.Changed = 1;
+    BeginSave();
+    EndSave(StoreIndex_Save(&record) == 1, 0);
+    Write(Deed::Close);
+}
+
+// Nobody gives it back.
+void Hand::LeaveBlock()
+{
+    void* handle = nullptr;
+    WaitForAccessToIndexFileEx(BlockPath().c_str(), 1, &handle);
+}
+
+// An item whose message never was delivered.
+void Hand::ListGhost()
+{
+    OwnRecord record(Name());
+    if (StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, Name().c_str(), 1, transaction_, 3) != 1) return;
+    const std::string name = LetterName(0xFFFF, thread_, ++letters_);
+    PutFile(name);
+    uint32_t nextUid = record.Table.LastUID;
+    const ListedFile file{name, static_cast<uint32_t>(LetterBytes(name).size()), 0};
+    AddMessageItem(record.Table, record.Path, file, GetFolderUniqueId(record.Path), nextUid);
+    fs::remove(FolderDirectory(plan_.mailRoot, folder_) / name);
+    StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
+}
+
 // A success of which nothing is true.
 void Hand::ForgetFlag()
 {
     Write(Deed::OpenBegin);
     Write(Deed::OpenEnd, {}, 1);
-    for (const std::string& name : Files()) Write(Deed::Set, name, 0, NewFlags());
+    for (const std::string& name : Files()) Write(Deed::Set, name, 0, NewFlags(name));
     Write(Deed::SaveBegin);
     Write(Deed::SaveEnd, {}, 1);
     Write(Deed::Close);

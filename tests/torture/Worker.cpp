@@ -10,6 +10,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/torture/Hand.h"
 #include "tests/torture/HastyClock.h"
+#include "tests/torture/IndexWatch.h"
 #include "velmora/library.h"
 
 namespace velmora::torture {
@@ -59,9 +60,9 @@ private:
     uint64_t standing_ = 0;
 };
 
-void RunThread(const Plan& plan, uint32_t thread, Journal& journal, Gate& gate)
+void RunThread(const Plan& plan, uint32_t thread, Journal& journal, IndexWatch& watch, Gate& gate)
 {
-    Hand hand(plan, thread, journal);
+    Hand hand(plan, thread, journal, watch);
     while (gate.Pass()) {
         try {
             hand.DoSomething();
@@ -83,9 +84,10 @@ int RunWorker(const Plan& plan)
     // Every fourth process shares folders between its threads.
     StoreLibrary_SetAffinity(plan.process % 4 == 3 ? 0 : 1);
     Journal journal(plan.worker);
+    IndexWatch watch(journal);
     Gate gate(plan.threads);
     std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < plan.threads; ++i) threads.emplace_back([&, i] { RunThread(plan, i, journal, gate); });
+    for (uint32_t i = 0; i < plan.threads; ++i) threads.emplace_back([&, i] { RunThread(plan, i, journal, watch, gate); });
     while (const auto order = line.ReadLine()) {
         if (*order == kGo) gate.Open();
         if (*order != kStop) continue;
