@@ -53,7 +53,7 @@ std::string ReadPlain(const Choice& choice, std::string_view file)
     index.loadSelection = choice.selection;
     PlainOptions options;
     options.level = choice.level;
-    for (const std::string& id : MakeSelectionSet(choice.selection)) options.selection.insert(id);
+    options.selection = PlainSelection(choice.selection);
     options.verifyItemFiles = choice.verify;
     options.itemFiles = {"a", "2011A.MAI"};
     options.garbageThreshold = choice.threshold;

@@ -138,7 +138,8 @@ TEST_F(FolderCost, AScanListsTheFolder)
     EXPECT_GE(cost.listings, 1u);
 }
 
-TEST_F(FolderCost, AHeaderOnlyOpenReadsOneBuffer)
+// The parser's share: with neither block nor dirty check.
+TEST_F(FolderCost, ALoadOfTheHeaderAloneReadsOneBuffer)
 {
     const FileCost cost = ExpectTheSameCost([](const GrownFolder& folder) {
         PlacedRecord record(folder);
@@ -151,7 +152,8 @@ TEST_F(FolderCost, AHeaderOnlyOpenReadsOneBuffer)
     EXPECT_EQ(cost.bytesWritten, 0u);
 }
 
-TEST_F(FolderCost, ATransactionOnTheHeaderThatIsGivenUpWritesNothing)
+// The whole road of an open on the header: block, dirty check, header, and the way back.
+TEST_F(FolderCost, AHeaderOnlyOpenByATransactionThatIsGivenUpWritesNothing)
 {
     const FileCost cost = ExpectTheSameCost([](const GrownFolder& folder) {
         STOREINDEXTYPE record;

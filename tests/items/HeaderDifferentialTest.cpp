@@ -48,7 +48,14 @@ std::string RandomLine(Dice& dice)
                                          "Content-Type: multipart/mixed; ",
                                          "Content-Disposition: ",
                                          "Content-Disposition: attachment"};
-    std::string line = dice.OneIn(3) ? " " : dice.OneIn(6) ? "\t" : kNames[dice.Below(std::size(kNames))];
+    static const std::string kLines[] = {"Received: by a; Mon, 7 Feb 2011 10:00:00 +0100", "Received: by b; Tue, 8 Feb 2011 11:00:00 +0000",
+                                         "Date: Wed, 9 Feb 2011 12:00:00 -0500",
+                                         // The number has its last digit behind the bytes that are read of it.
+                                         "X-Priority: " + std::string(63, '0') + "45"};
+    std::string line = dice.OneIn(3)   ? " "
+                       : dice.OneIn(6) ? "\t"
+                       : dice.OneIn(6) ? kLines[dice.Below(std::size(kLines))]
+                                       : kNames[dice.Below(std::size(kNames))];
     line += RandomText(dice);
     return line + (dice.OneIn(2) ? "\r\n" : dice.OneIn(10) ? "\r\r\n" : "\n");
 }
