@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -130,10 +131,21 @@ void Retire(SystemMutex* mutex)
     World& world = TheWorld();
     std::lock_guard<std::mutex> hold(world.lock);
     if (!world.strays.empty()) SweepStrays(world);
-    if (!owned->GiveUp()) world.strays.push_back(std::move(owned));
+    if (owned->GiveUp()) return;
+    try {
+        world.strays.push_back(std::move(owned));
+    } catch (const std::bad_alloc&) {
+        // Its owner still has it: it stays for good.
+        static_cast<void>(owned.release());
+    }
 }
 
-std::shared_ptr<SystemMutex> NewMutex() { return {new SystemMutex, Retire}; }
+std::shared_ptr<SystemMutex> NewMutex()
+{
+    // Made here, where no memory is a failure like any other: a close cannot fail.
+    TheWorld();
+    return {new SystemMutex, Retire};
+}
 
 struct MutexObject : HandleObject {
     static constexpr HandleKind kKind = HandleKind::Mutex;

@@ -7,7 +7,7 @@ namespace {
 
 struct Plan {
     uint32_t nth = 0;  // 0: nothing fails
-    bool onwards = false;
+    velmora::test::FaultSpan span = velmora::test::FaultSpan::Once;
     uint32_t seen = 0;
     uint32_t hits = 0;
 };
@@ -17,8 +17,7 @@ thread_local Plan plan;
 bool Fails()
 {
     if (plan.nth == 0) return false;
-    ++plan.seen;
-    if (plan.seen < plan.nth || (!plan.onwards && plan.seen > plan.nth)) return false;
+    if (!velmora::test::IsInSpan(plan.span, plan.nth, ++plan.seen)) return false;
     ++plan.hits;
     return true;
 }
@@ -47,7 +46,7 @@ namespace velmora::test {
 AllocationFault::AllocationFault(uint32_t nth, FaultSpan span)
 {
     plan = {};
-    plan.onwards = span == FaultSpan::Onwards;
+    plan.span = span;
     plan.nth = nth;
 }
 

@@ -8,7 +8,7 @@
 
 namespace velmora::test {
 
-// While it lives, the thread's n-th allocation fails, counted from 1; with Onwards every later one fails, too.
+// While it lives, the thread's n-th allocation fails, counted from 1, and as many behind it as `span` says.
 class AllocationFault {
 public:
     AllocationFault(uint32_t nth, FaultSpan span);

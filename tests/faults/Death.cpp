@@ -3,25 +3,39 @@
 #include <stdexcept>
 
 #include "frame/Attach.h"
+#include "tests/faults/Allocations.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FakeClock.h"
 
 namespace velmora::test {
 
-bool DieAt(const Scenario& scenario, const std::filesystem::path& folder, FaultKind kind, uint32_t nth, uint32_t sixteenths)
+namespace {
+
+bool FaultMet(const std::filesystem::path& folder, const std::vector<std::string>& arguments)
 {
     ChildOptions options;
     options.closedInput = true;
     options.stdoutPath = folder.parent_path() / "output.txt";
-    ChildProcess child(OwnProgramPath(),
-                       {kDieArgument, scenario.name, folder.string(), std::to_string(static_cast<int>(kind)), std::to_string(nth),
-                        std::to_string(sixteenths)},
-                       options);
+    ChildProcess child(OwnProgramPath(), arguments, options);
     const int ended = child.Wait();
     if (ended == kStoppedByFault) return true;
-    if (ended != 0)
-        throw std::runtime_error("a process that was to die at operation " + std::to_string(nth) + " ended with " + std::to_string(ended));
-    return false;
+    if (ended == 0) return false;
+    std::string what;
+    for (const std::string& argument : arguments) what += argument + " ";
+    throw std::runtime_error("the process " + what + "ended with " + std::to_string(ended));
+}
+
+}  // namespace
+
+bool DieAt(const Scenario& scenario, const std::filesystem::path& folder, FaultKind kind, uint32_t nth, uint32_t sixteenths)
+{
+    return FaultMet(folder, {kDieArgument, scenario.name, folder.string(), std::to_string(static_cast<int>(kind)), std::to_string(nth),
+                             std::to_string(sixteenths)});
+}
+
+bool FailColdAt(const Scenario& scenario, const std::filesystem::path& folder, uint32_t nth)
+{
+    return FaultMet(folder, {kColdArgument, scenario.name, folder.string(), std::to_string(nth)});
 }
 
 int RunToDeath(const std::vector<std::string>& arguments)
@@ -39,6 +53,26 @@ int RunToDeath(const std::vector<std::string>& arguments)
     ThreadDetach();
     ProcessDetach();
     return 0;
+}
+
+int RunCold(const std::vector<std::string>& arguments)
+{
+    const Scenario* const scenario = arguments.size() == 3 ? FindScenario(arguments[0]) : nullptr;
+    FakeClock clock;
+    SetPresentTime(clock);
+    if (!scenario || !ProcessAttach()) return 1;
+    const std::filesystem::path folder = arguments[1];
+    const auto nth = static_cast<uint32_t>(std::stoul(arguments[2]));
+    uint32_t hits = 0;
+    {
+        const AllocationFault fault(nth, FaultSpan::Once);
+        Report report;
+        scenario->act(folder, report);
+        hits = AllocationFault::Hits();
+    }
+    ThreadDetach();
+    ProcessDetach();
+    return hits != 0 ? kStoppedByFault : 0;
 }
 
 }  // namespace velmora::test

@@ -1,4 +1,4 @@
-// A scenario in a process of its own that stops dead in the middle of it.
+// A scenario in a process of its own that stops dead in the middle of it, or in which nothing has ever been used before.
 #ifndef VELMORA_TESTS_FAULTS_DEATH_H
 #define VELMORA_TESTS_FAULTS_DEATH_H
 
@@ -13,6 +13,7 @@
 namespace velmora::test {
 
 inline constexpr char kDieArgument[] = "--die";
+inline constexpr char kColdArgument[] = "--cold";
 
 // In the test: runs the scenario in a new process on the store of this one; true when the fault stopped it. Throws when the
 // process ended in any other way than that or the scenario's end.
@@ -20,6 +21,13 @@ bool DieAt(const Scenario& scenario, const std::filesystem::path& folder, FaultK
 
 // In the new process: what main does behind kDieArgument. The exit code.
 int RunToDeath(const std::vector<std::string>& arguments);
+
+// In the test: runs the scenario in a new process in which the n-th allocation from the scenario's begin on fails, so that what
+// is made at a first use is among them. True when there was one. Throws as DieAt does.
+bool FailColdAt(const Scenario& scenario, const std::filesystem::path& folder, uint32_t nth);
+
+// In the new process: what main does behind kColdArgument. The exit code.
+int RunCold(const std::vector<std::string>& arguments);
 
 }  // namespace velmora::test
 

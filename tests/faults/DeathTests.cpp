@@ -27,9 +27,13 @@ uint32_t RunAll(Oracle& oracle, const Scenario& scenario, FaultKind kind, uint32
         oracle.Restore();
         if (!DieAt(scenario, oracle.Folder(), kind, nth, sixteenths)) return nth - 1;
         const bool torn = kind == FaultKind::TornDeath || oracle.IndexIsDamaged();
-        const Licence licence =
-            Licence().AllowTornIndex(torn).Allow(Quirk::FlagGone).Allow(Quirk::BlockStays).Allow(Quirk::MessageUnderCopy);
-        oracle.JudgeDeath(licence,
+        const Licence licence = Licence()
+                                    .AllowTornIndex(torn || scenario.beginsTorn)
+                                    .Allow(Quirk::DamageStays, torn || scenario.beginsTorn)
+                                    .Allow(Quirk::FlagGone, oracle.BeginsUnlisted())
+                                    .Allow(Quirk::BlockStays)
+                                    .Allow(Quirk::MessageUnderCopy, scenario.branding);
+        oracle.JudgeOther(licence,
                           std::string(NameOf(kind)) + " at operation " + std::to_string(nth) + " (" + std::to_string(sixteenths) + ")");
     }
     ADD_FAILURE() << "the scenario does not come to its end";

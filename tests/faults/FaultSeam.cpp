@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "common/Text.h"
+
 namespace velmora::test {
 
 namespace {
@@ -28,7 +30,7 @@ constexpr uint32_t kChangesTheDisk = Bit(FileOperation::Write) | Bit(FileOperati
                                      Bit(FileOperation::Move) | Bit(FileOperation::Copy) | Bit(FileOperation::MakeDirectory);
 constexpr uint32_t kAll = ~0u;
 
-constexpr std::array<KindRow, 7> kKinds = {{
+constexpr std::array<KindRow, 8> kKinds = {{
     {FaultKind::NoSpace, "NoSpace", 112, kTakesSpace},
     {FaultKind::IoError, "IoError", 1117, kAll},
     {FaultKind::AccessDenied, "AccessDenied", 5, kOnPaths},
@@ -36,16 +38,33 @@ constexpr std::array<KindRow, 7> kKinds = {{
     {FaultKind::ShortWrite, "ShortWrite", 0, Bit(FileOperation::Write)},
     {FaultKind::Death, "Death", 0, kChangesTheDisk},
     {FaultKind::TornDeath, "TornDeath", 0, Bit(FileOperation::Write)},
+    {FaultKind::IndexHeld, "IndexHeld", 32, kOnPaths & ~Bit(FileOperation::Search)},
 }};
 
 const KindRow& RowOf(FaultKind kind) { return kKinds[static_cast<size_t>(kind)]; }
+
+bool EndsNoCase(std::string_view text, std::string_view end)
+{
+    return text.size() >= end.size() && EqualsNoCase(text.substr(text.size() - end.size()), end);
+}
 
 constexpr const char* kOperations[] = {"open", "read", "write", "resize", "delete", "move", "copy", "make directory", "search", "none"};
 
 }  // namespace
 
 const char* NameOf(FaultKind kind) { return RowOf(kind).name; }
-const char* NameOf(FaultSpan span) { return span == FaultSpan::Once ? "Once" : "Onwards"; }
+
+const char* NameOf(FaultSpan span)
+{
+    constexpr const char* kNames[] = {"Once", "Two", "Three", "Five", "Onwards"};
+    return kNames[static_cast<size_t>(span)];
+}
+
+bool IsInSpan(FaultSpan span, uint32_t nth, uint32_t seen)
+{
+    constexpr uint32_t kLengths[] = {1, 2, 3, 5, UINT32_MAX};
+    return seen >= nth && seen - nth < kLengths[static_cast<size_t>(span)];
+}
 
 FaultSeam::FaultSeam(FaultKind kind, uint32_t nth, FaultSpan span, uint32_t sixteenths)
     : kind_(kind), nth_(nth), span_(span), sixteenths_(sixteenths), before_(platform::ReplaceFileSeam(this))
@@ -58,8 +77,9 @@ FaultSeam::~FaultSeam()
     if (dying_) std::_Exit(kStoppedByFault);
 }
 
-bool FaultSeam::AppliesTo(FileOperation operation, uint64_t bytes) const
+bool FaultSeam::AppliesTo(FileOperation operation, std::string_view path, uint64_t bytes) const
 {
+    if (kind_ == FaultKind::IndexHeld && !EndsNoCase(path, "_index.xml")) return false;
     // One byte is written or not; there is no half of it.
     const bool halves = kind_ == FaultKind::ShortWrite || kind_ == FaultKind::TornDeath;
     return (RowOf(kind_).operations & Bit(operation)) != 0 && (!halves || bytes > 1);
@@ -70,14 +90,16 @@ FileVerdict FaultSeam::Before(FileOperation operation, const char* path, uint64_
     // The half of the last write is on the disk.
     if (dying_) std::_Exit(kStoppedByFault);
     FileVerdict verdict;
-    if (!AppliesTo(operation, bytes)) return verdict;
+    if (operation == FileOperation::Open) opened_ = path ? path : "";
+    const std::string file = path && *path ? path : opened_;
+    if (!AppliesTo(operation, file, bytes)) return verdict;
     ++seen_;
-    if (seen_ < nth_ || (span_ == FaultSpan::Once && seen_ > nth_)) return verdict;
+    if (!IsInSpan(span_, nth_, seen_)) return verdict;
     if (++hits_ == 1) {
         firstOperation_ = operation;
-        firstPath_ = path ? path : "";
+        firstPath_ = file;
     }
-    all_.emplace_back(operation, path ? path : "");
+    all_.emplace_back(operation, file);
     if (kind_ == FaultKind::Death) std::_Exit(kStoppedByFault);
     dying_ = kind_ == FaultKind::TornDeath;
     verdict.fail = RowOf(kind_).error;
@@ -87,7 +109,8 @@ FileVerdict FaultSeam::Before(FileOperation operation, const char* path, uint64_
 
 bool FaultSeam::HitAny(FileOperation operation, std::string_view nameEnd) const
 {
-    return std::any_of(all_.begin(), all_.end(), [&](const auto& hit) { return hit.first == operation && hit.second.ends_with(nameEnd); });
+    return std::any_of(all_.begin(), all_.end(),
+                       [&](const auto& hit) { return hit.first == operation && EndsNoCase(hit.second, nameEnd); });
 }
 
 std::string FaultSeam::Describe() const

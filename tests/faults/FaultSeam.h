@@ -20,12 +20,19 @@ enum class FaultKind {
     ShortWrite,  // a part of the bytes gets to the file; counts writes alone
     Death,       // the process ends in front of the operation; counts what changes the disk
     TornDeath,   // the process ends behind a part of a write
+    IndexHeld,   // SharingViolation on the index file alone, as when another program has it open for a while
 };
 
+// How many operations in a row fail, each of them one that the kind applies to.
 enum class FaultSpan {
     Once,
+    Two,
+    Three,
+    Five,
     Onwards,  // this operation and every later one
 };
+// Whether the `seen`-th is among those that fail from the `nth` on.
+bool IsInSpan(FaultSpan span, uint32_t nth, uint32_t seen);
 
 const char* NameOf(FaultKind kind);
 const char* NameOf(FaultSpan span);
@@ -46,13 +53,14 @@ public:
 
     // The operations that went wrong.
     uint32_t Hits() const { return hits_; }
-    // Whether any of them was one of these, and on a name with that end.
+    // Whether any of them was one of these, and on a name with that end, whatever its case. What is done to a handle counts for
+    // the file that was opened last.
     bool HitAny(platform::FileOperation operation, std::string_view nameEnd = {}) const;
     // For messages: what went wrong first.
     std::string Describe() const;
 
 private:
-    bool AppliesTo(platform::FileOperation operation, uint64_t bytes) const;
+    bool AppliesTo(platform::FileOperation operation, std::string_view path, uint64_t bytes) const;
 
     const FaultKind kind_;
     const uint32_t nth_;
@@ -63,6 +71,7 @@ private:
     bool dying_ = false;
     platform::FileOperation firstOperation_ = platform::FileOperation::Count_;
     std::string firstPath_;
+    std::string opened_;  // the path of the last open
     std::vector<std::pair<platform::FileOperation, std::string>> all_;
     platform::FileSeam* before_;
 };

@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <set>
 
 #include "locks/FlagFiles.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
+#include "tests/faults/ScanWatch.h"
 #include "tests/index/TestTable.h"
-#include "velmora/vlaisp.h"
+#include "tests/support/OpenHandles.h"
 
 namespace velmora::test {
 
@@ -26,6 +29,23 @@ Columns ReadAgain(Columns columns, const Columns& fresh)
     return columns;
 }
 
+// Whether a scan takes the message for changed since the item was read from it.
+bool IsReadAgain(const Columns& columns, const Columns& fresh)
+{
+    return columns.at("MODIFIEDDATE") != fresh.at("MODIFIEDDATE") || columns.at("SIZE") != fresh.at("SIZE");
+}
+
+// An item that a scan has read again in front of the change that leads from `before` to `after`.
+Columns ReadAgainAndChanged(const Columns& before, const Columns& after, const Columns& fresh)
+{
+    Columns columns = ReadAgain(before, fresh);
+    for (const auto& [name, value] : after) {
+        const auto old = before.find(name);
+        if (old == before.end() || old->second != value) columns[name] = value;
+    }
+    return columns;
+}
+
 // What a scan makes of an item of a damaged index.
 Columns Repaired(const Columns& columns, Columns fresh)
 {
@@ -40,6 +60,13 @@ constexpr const char* kQuirkNames[] = {"ReadAgain", "TornIndex",  "TornElement",
                                        "FlagGone",  "BlockStays", "MessageUnderCopy"};
 static_assert(std::size(kQuirkNames) == static_cast<size_t>(Quirk::Count_));
 
+bool Loads(const fs::path& folder)
+{
+    StreamXMLStoreIndexSerialiser serialiser;
+    TestTable table;
+    return serialiser.Deserialise(table, folder.string(), 0, "", "", 3, 0, 0) == 3;
+}
+
 bool IsMessage(const std::string& name) { return name.front() != '_' && name.ends_with(".MAI"); }
 
 }  // namespace
@@ -51,9 +78,9 @@ Oracle::Oracle(const Scenario& scenario, bool backup) : scenario_(scenario), bac
     store_.Attach();
     SetPresentTime(clock_);
     MakeFirstFolder(folder_);
-    EXPECT_NE(Open(), 0u);
-    before_ = ListingOfOpenFolder();
-    LeaveEverything();
+    before_ = Open().listing;
+    EXPECT_FALSE(before_.empty());
+    for (const auto& [id, columns] : before_) lastUid_ = std::max(lastUid_, static_cast<uint32_t>(std::stoul(columns.at("UID"))));
     if (scenario_.prepare) scenario_.prepare(folder_);
     initial_ = ReadFolder(folder_);
     if (!initial_.contains("_index.xml")) before_.clear();
@@ -68,13 +95,13 @@ void Oracle::Learn()
     const Report report = Act();
     EXPECT_EQ(report.results, scenario_.allowed.back()) << scenario_.name;
     LeaveEverything();
-    EXPECT_NE(Open(), 0u);
-    after_ = ListingOfOpenFolder();
-    LeaveEverything();
+    after_ = Open().listing;
+    EXPECT_FALSE(after_.empty());
     finished_ = ReadFolder(folder_);
 
     fresh_.push_back(ListingWithoutIndex(initial_));
     fresh_.push_back(ListingWithoutIndex(finished_));
+    handles_ = OpenHandleCount();
 }
 
 // What a folder with the messages of `image` lists when nothing else is known of them.
@@ -84,10 +111,7 @@ Listing Oracle::ListingWithoutIndex(const FolderImage& image)
     for (const auto& [name, file] : image)
         if (IsMessage(name)) messages.emplace(name, file);
     RestoreFolder(folder_, messages);
-    EXPECT_NE(Open(), 0u);
-    const Listing listing = ListingOfOpenFolder();
-    LeaveEverything();
-    return listing;
+    return Open().listing;
 }
 
 void Oracle::Restore()
@@ -99,18 +123,36 @@ void Oracle::Restore()
 Report Oracle::Act()
 {
     Report report;
+    const ScanWatch watch;
     scenario_.act(folder_, report);
+    report.scanned = watch.Scans() > scenario_.ownListings;
     return report;
 }
 
-uint64_t Oracle::Open() { return StoreFolder_Open("po", "box", "INBOX", 0, 0); }
-
-bool Oracle::IndexIsDamaged() const
+Look Oracle::Open()
 {
-    if (!FileExists(folder_ / "_index.xml")) return false;
-    StreamXMLStoreIndexSerialiser serialiser;
-    TestTable table;
-    return serialiser.Deserialise(table, folder_.string(), 0, "", "", 3, 0, 0) != 3;
+    SetPresentTime(clock_);
+    Look look = askNewProcess_ ? LookInNewProcess(store_.Directory().Path()) : LookHere();
+    scanned_ = scanned_ || look.scanned;
+    return look;
+}
+
+bool Oracle::BeginsUnlisted() const
+{
+    return std::any_of(initial_.begin(), initial_.end(),
+                       [&](const auto& file) { return IsMessage(file.first) && !before_.contains(file.first); });
+}
+
+bool Oracle::IndexIsDamaged() const { return FileExists(folder_ / "_index.xml") && !Loads(folder_); }
+
+// In a place of its own, where it is an index.
+bool Oracle::HasWholeBackup()
+{
+    if (!backup_ || !FileExists(folder_ / "_index.xml.bak")) return false;
+    const fs::path place = store_.Directory().Path() / "backup";
+    fs::create_directory(place);
+    WriteFileBytes(place / "_index.xml", ReadFileBytes(folder_ / "_index.xml.bak"));
+    return Loads(place);
 }
 
 void Oracle::Judge(const Report& report, const Licence& licence, const std::string& what)
@@ -118,18 +160,41 @@ void Oracle::Judge(const Report& report, const Licence& licence, const std::stri
     complaints_.clear();
     if (std::find(scenario_.allowed.begin(), scenario_.allowed.end(), report.results) == scenario_.allowed.end())
         Complain("answered " + report.results);
+    scanned_ = report.scanned;
+    changeIsDue_ = false;
     // What could not be found out for now is asked for again by a flag.
-    if (report.listed) CheckListing(ListingOfOpenFolder(), !HasFlag(), licence, "at once");
+    if (report.listed) CheckListing(ListingOfOpenFolder(), !HasFlag() && !licence.Allows(Quirk::FlagGone), licence, "at once");
     LeaveEverything();
-    JudgeNextOpen(licence);
+    if (const uint32_t open = OpenHandleCount(); open != handles_) {
+        Complain(std::to_string(open) + " handles are open in place of " + std::to_string(handles_));
+        handles_ = open;
+    }
+    Licence narrowed = licence;
+    JudgeSave(report, narrowed);
+    JudgeNextOpen(narrowed);
+    askNewProcess_ = false;
     EXPECT_EQ(complaints_, "") << what;
 }
 
-void Oracle::JudgeDeath(const Licence& licence, const std::string& what)
+void Oracle::JudgeOther(const Licence& licence, const std::string& what)
 {
     complaints_.clear();
+    // Nobody saw what the other one did.
+    scanned_ = initial_.contains("_CHANGE.DTY") || scenario_.backupOnly;
+    changeIsDue_ = false;
     JudgeNextOpen(licence);
+    askNewProcess_ = false;
     EXPECT_EQ(complaints_, "") << what;
+}
+
+// A change that is told to be saved is on the disk, and one that is not asks for a scan by a flag.
+void Oracle::JudgeSave(const Report& report, Licence& licence)
+{
+    if (report.saved == Saved::NotAsked) return;
+    const bool marked = HasFlag();
+    changeIsDue_ = report.saved == Saved::Yes || (report.saved == Saved::Untold && !marked && !licence.Allows(Quirk::FlagGone));
+    if (changeIsDue_) licence.Forbid(Quirk::TornIndex).Forbid(Quirk::TornElement).Forbid(Quirk::DamageStays);
+    if (report.saved == Saved::No && !marked && !Use(Quirk::FlagGone, licence)) Complain("a save that failed leaves no flag");
 }
 
 void Oracle::Complain(const std::string& text)
@@ -140,36 +205,34 @@ void Oracle::Complain(const std::string& text)
 
 bool Oracle::HasFlag() const { return FileExists(folder_ / "_CHANGE.DTY") || FileExists(folder_ / "_change.dty"); }
 
-void Oracle::JudgeNextOpen(const Licence& licence)
+void Oracle::JudgeNextOpen(const Licence& given)
 {
+    Licence licence = given;
     CheckMessagesKept(licence);
     if (FileExists(folder_ / "_index.blk") && !Use(Quirk::BlockStays, licence)) Complain("the block is left behind");
     const bool damaged = IndexIsDamaged();
+    // The backup knows the flags.
+    if (damaged && HasWholeBackup()) licence.Forbid(Quirk::TornIndex).Forbid(Quirk::TornElement);
 
-    SetPresentTime(clock_);
-    uint64_t opened = Open();
-    if (opened == 0) {
+    Look look = Open();
+    if (look.opened == 0) {
         // With "Backup Index" the damaged file has been put aside now; without, somebody has to ask for the mending.
         if (!damaged || !Use(Quirk::DamageStays, licence)) Complain("the next open failed");
-        LeaveEverything();
         if (!backup_) MarkFolderDirty(folder_.string().c_str());
-        opened = Open();
+        look = Open();
     }
-    if (opened != 1) Complain("the folder does not open");
-    Listing listing = ListingOfOpenFolder();
-    LeaveEverything();
-    if (!ListsAllMessages(listing) && Use(Quirk::FlagGone, licence)) {
-        CheckListing(listing, false, licence, "next");
+    if (look.opened != 1) Complain("the folder does not open");
+    if (!ListsAllMessages(look.listing) && Use(Quirk::FlagGone, licence)) {
+        CheckListing(look.listing, false, licence, "next");
         MarkFolderDirty(folder_.string().c_str());
-        if (Open() != 1) Complain("the folder does not open for a scan");
-        listing = ListingOfOpenFolder();
-        LeaveEverything();
+        look = Open();
+        if (look.opened != 1) Complain("the folder does not open for a scan");
     }
-    CheckListing(listing, true, licence, "next");
+    CheckListing(look.listing, true, licence, "next");
     // It is on the disk and not in memory alone.
     if (IndexIsDamaged() || !FileExists(folder_ / "_index.xml")) Complain("the index is damaged behind a good open");
-    if (Open() == 0 || ListingOfOpenFolder() != listing) Complain("the second open lists something else");
-    LeaveEverything();
+    const Look second = Open();
+    if (second.opened == 0 || second.listing != look.listing) Complain("the second open lists something else");
 }
 
 void Oracle::CheckMessagesKept(const Licence& licence)
@@ -209,9 +272,28 @@ void Oracle::CheckListing(const Listing& listing, bool complete, const Licence& 
         }
         Complain(id + " is listed " + when + " as " + Text(columns));
     }
+    CheckUids(listing, licence, when);
 }
 
-// An ID of no message, or flags that no item ever had; everything else is the item's own.
+// None is given twice, and a new message has a higher one than every old one; what a tear took is numbered anew.
+void Oracle::CheckUids(const Listing& listing, const Licence& licence, const std::string& when)
+{
+    std::set<uint32_t> seen;
+    for (const auto& [id, columns] : listing) {
+        const auto uid = static_cast<uint32_t>(std::strtoul(columns.at("UID").c_str(), nullptr, 10));
+        if (uid == 0 || !seen.insert(uid).second) Complain(id + " is listed " + when + " with a UID that is 0 or another's");
+        if (!before_.empty() && !before_.contains(id) && uid <= lastUid_ && !licence.Allows(Quirk::TornIndex))
+            Complain(id + " is listed " + when + " with an old UID");
+    }
+}
+
+std::vector<const Listing*> Oracle::Known() const
+{
+    if (changeIsDue_) return {&after_};
+    return {&before_, &after_};
+}
+
+// An ID of no message, or flags that no item ever had, or columns that were cut off; everything else is the item's own.
 bool Oracle::MayStandAtATear(const std::string& id, Columns columns)
 {
     if (!FileExists(folder_ / id)) return true;
@@ -220,6 +302,7 @@ bool Oracle::MayStandAtATear(const std::string& id, Columns columns)
         const auto found = known->find(id);
         if (found == known->end()) continue;
         columns["FLAGSTATUS"] = found->second.at("FLAGSTATUS");
+        for (const auto& column : found->second) columns.insert(column);
         if (MayBeListed(id, columns, torn)) return true;
     }
     return false;
@@ -233,12 +316,20 @@ bool Oracle::MayBeListed(const std::string& id, const Columns& columns, const Li
     // A new message may come behind another one than it does when nothing goes wrong.
     const bool isNew = !before_.contains(id);
     const auto same = [&](const Columns& known) { return isNew ? WithoutUid(columns) == WithoutUid(known) : columns == known; };
-    for (const Listing* const known : {&before_, &after_}) {
+    for (const Listing* const known : Known()) {
         const auto found = known->find(id);
         if (found == known->end()) continue;
         if (same(found->second)) return true;
-        for (const Columns* const fresh : ofFile)
-            if (same(ReadAgain(found->second, *fresh))) return Use(Quirk::ReadAgain, licence);
+        if (!scanned_) continue;
+        for (const Columns* const fresh : ofFile) {
+            if (!IsReadAgain(found->second, *fresh)) continue;
+            const auto before = before_.find(id);
+            const bool earlier =
+                known == &after_ && before != before_.end() && columns == ReadAgainAndChanged(before->second, found->second, *fresh);
+            if (!earlier && !same(ReadAgain(found->second, *fresh))) continue;
+            Note(Quirk::ReadAgain);
+            return true;
+        }
     }
     const bool fromItsFile = std::any_of(ofFile.begin(), ofFile.end(), [&](const Columns* fresh) {
         // A damaged index gives the flags alone, or nothing.
@@ -254,9 +345,11 @@ bool Oracle::MayBeListed(const std::string& id, const Columns& columns, const Li
 bool Oracle::Use(Quirk quirk, const Licence& licence)
 {
     if (!licence.Allows(quirk)) return false;
-    ++seen_[static_cast<size_t>(quirk)];
+    Note(quirk);
     return true;
 }
+
+void Oracle::Note(Quirk quirk) { ++seen_[static_cast<size_t>(quirk)]; }
 
 std::string Oracle::QuirksSeen() const
 {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/faults/FolderImage.h"
+#include "tests/faults/Look.h"
 #include "tests/faults/Scenario.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FakeClock.h"
@@ -19,27 +20,31 @@ namespace velmora::test {
 
 // What may be seen afterwards beside the state before and the state behind the scenario. Nothing else may.
 enum class Quirk : uint32_t {
-    ReadAgain,         // a scan reads READ and MODIFIEDDATE of an item from its message, whatever a host has set
-    TornIndex,         // a write of the index stopped half-way: an item may have lost its flags
+    ReadAgain,         // a scan reads READ and MODIFIEDDATE of a changed item from its message, whatever a host has set
+    TornIndex,         // a write of the index stopped half-way, and no backup is whole: an item may have lost its flags
     TornElement,       // the same, and the file is well-formed: one element is a mixture, or of no message
     DamageStays,       // without backups, a damaged index does not load until a flag asks for a scan
-    FlagGone,          // _CHANGE.DTY goes in front of the scan, which then came to no end and could not set it again
+    FlagGone,          // no flag asks for the scan that is due: it went in front of one that came to no end, or could not be set
     BlockStays,        // nobody could delete the block file; the next open waits for it and breaks it
     MessageUnderCopy,  // a message is rewritten by delete and move, and stands under the name of its copy
     Count_
 };
 const char* NameOf(Quirk quirk);
 
-// The quirks that one fault may lead to.
+// The quirks that one fault may lead to. ReadAgain is not among them: the oracle sees itself whether a scan ran.
 class Licence {
 public:
-    Licence() { Allow(Quirk::ReadAgain).Allow(Quirk::DamageStays); }
     Licence& Allow(Quirk quirk, bool when = true)
     {
         if (when) bits_ |= 1u << static_cast<uint32_t>(quirk);
         return *this;
     }
     Licence& AllowTornIndex(bool when = true) { return Allow(Quirk::TornIndex, when).Allow(Quirk::TornElement, when); }
+    Licence& Forbid(Quirk quirk)
+    {
+        bits_ &= ~(1u << static_cast<uint32_t>(quirk));
+        return *this;
+    }
     bool Allows(Quirk quirk) const { return (bits_ & (1u << static_cast<uint32_t>(quirk))) != 0; }
 
 private:
@@ -52,7 +57,8 @@ public:
     Oracle(const Scenario& scenario, bool backup);
 
     const std::filesystem::path& Folder() const { return folder_; }
-    FakeClock& Clock() { return clock_; }
+    // Whether the folder has a message that its index does not know before the scenario: only a scan lists it.
+    bool BeginsUnlisted() const;
 
     // How often each quirk was seen, for the reader of the output: "TornIndex 3, BlockStays 1".
     std::string QuirksSeen() const;
@@ -65,21 +71,30 @@ public:
     Report Act();
     // Behind a run, with no fault installed any more.
     void Judge(const Report& report, const Licence& licence, const std::string& what);
-    // The same behind a run in a process that has died.
-    void JudgeDeath(const Licence& licence, const std::string& what);
+    // The same behind a run in another process.
+    void JudgeOther(const Licence& licence, const std::string& what);
+    // The next judgement has the folder opened by a new process.
+    void AskANewProcess() { askNewProcess_ = true; }
 
 private:
     void Learn();
     Listing ListingWithoutIndex(const FolderImage& image);
-    uint64_t Open();
+    // Opens the folder undisturbed, gives it up again and keeps what that told of scans.
+    Look Open();
     bool HasFlag() const;
+    void JudgeSave(const Report& report, Licence& licence);
     void JudgeNextOpen(const Licence& licence);
+    bool HasWholeBackup();
     void CheckMessagesKept(const Licence& licence);
     bool ListsAllMessages(const Listing& listing) const;
     void CheckListing(const Listing& listing, bool complete, const Licence& licence, const std::string& when);
+    void CheckUids(const Listing& listing, const Licence& licence, const std::string& when);
     bool MayBeListed(const std::string& id, const Columns& columns, const Licence& licence);
+    // The states that the present judgement takes an item from.
+    std::vector<const Listing*> Known() const;
     bool MayStandAtATear(const std::string& id, Columns columns);
     bool Use(Quirk quirk, const Licence& licence);
+    void Note(Quirk quirk);
     void Complain(const std::string& text);
 
     const Scenario& scenario_;
@@ -93,6 +108,12 @@ private:
     Listing before_;
     Listing after_;
     std::vector<Listing> fresh_;  // of folders that have lost their index
+    uint32_t handles_ = 0;        // open when nobody has the folder open
+    uint32_t lastUid_ = 0;        // the highest of `before_`
+    // Of the present judgement.
+    bool scanned_ = false;
+    bool changeIsDue_ = false;  // the state behind the scenario is the only right one
+    bool askNewProcess_ = false;
     std::array<uint32_t, static_cast<size_t>(Quirk::Count_)> seen_{};
     std::string complaints_;
 };

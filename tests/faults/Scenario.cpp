@@ -43,18 +43,39 @@ bool OpenFolder(Report& report)
 
 void OpenAndList(const fs::path&, Report& report) { report.listed = OpenFolder(report); }
 
-void SaveAndClose()
+// The host's save, which always answers 1.
+void SaveAndClose(Report& report)
 {
-    StoreFolder_Save(0);
+    AddResult(report, StoreFolder_Save(0));
+    report.saved = Saved::Untold;
     StoreFolder_Close();
 }
 
-void Change(Report& report, const char* id)
+// The save that tells what became of it.
+void CommitAndClose(Report& report)
+{
+    {
+        const FolderAccess access(*CurrentContext());
+        const uint64_t committed = StoreIndex_Commit(access.Index());
+        AddResult(report, committed);
+        report.saved = committed != 0 ? Saved::Yes : Saved::No;
+    }
+    StoreFolder_Close();
+}
+
+// A host that is told that a change was not made does not save.
+void Change(Report& report, const char* id, void (*saveAndClose)(Report&))
 {
     if (!OpenFolder(report)) return;
-    StoreItem_SetProperty(id, "PR_VL_FLAGSTATUS", "\\SEEN \\ANSWERED \\FLAGGED");
-    StoreItem_SetProperty(id, "PR_VL_READ", "1");
-    SaveAndClose();
+    const std::pair<const char*, const char*> changes[] = {{"PR_VL_FLAGSTATUS", "\\SEEN \\ANSWERED \\FLAGGED"}, {"PR_VL_READ", "1"}};
+    for (const auto& [name, value] : changes) {
+        const uint64_t set = StoreItem_SetProperty(id, name, value);
+        AddResult(report, set);
+        if (set != 0) continue;
+        StoreFolder_Close();
+        return;
+    }
+    saveAndClose(report);
 }
 
 // A record as a direct change holds it.
@@ -71,20 +92,21 @@ private:
     STOREINDEXTYPE record_;
 };
 
-// The current item of the open folder goes, its file first, as a host's delete does it.
-void DeleteItem(const char* id)
+// The current item of the open folder goes, its file first, as a host's delete does it. True when both are gone.
+bool DeleteItem(const char* id)
 {
     TLSStoreIndex& context = *CurrentContext();
     const FolderAccess access(context);
-    if (!access.Index()) return;
+    if (!access.Index()) return false;
     access.Index()->Changed = 1;
     STOREITEMTYPE& handle = context.CurrentFolderItem;
-    if (!SelectItem(handle, *access.Index(), id)) return;
+    if (!SelectItem(handle, *access.Index(), id)) return false;
     CopyBounded(handle.FolderPath, access.Index()->Path);
     // A host that is told that the file stays keeps its item.
-    if (!BackendFor(kKindMail).deleteItemFile(handle, id)) return;
+    if (!BackendFor(kKindMail).deleteItemFile(handle, id)) return false;
     RemoveItems(access.Index()->Table, id);
     handle.Item = nullptr;
+    return true;
 }
 
 // A host that has no memory for that either goes on.
@@ -132,6 +154,23 @@ void DamageBesideABackup(const fs::path& folder)
     Damage(folder);
 }
 
+// Both are cut: what can be read of either is all that is known.
+void DamageBoth(const fs::path& folder)
+{
+    Damage(folder);
+    const std::string bytes = ReadFileBytes(folder / kIndex);
+    WriteFileBytes(folder / kBackup, bytes.substr(0, bytes.size() / 2));
+}
+
+// A process died while it copied: once when it kept a backup, once when it restored one.
+void DamageBesideHalfCopies(const fs::path& folder)
+{
+    DamageBesideABackup(folder);
+    const std::string bytes = ReadFileBytes(folder / kBackup);
+    for (const char* const file : {kIndex, kBackup})
+        WriteFileBytes(folder / (std::string(file) + ".tmp"), bytes.substr(0, bytes.size() / 3));
+}
+
 // Messages that bear private lines, to be taken out of them by the scan.
 void DeliverBranded(const fs::path& folder)
 {
@@ -167,11 +206,13 @@ void Append(const fs::path& folder, Report& report)
         for (size_t i = 0; i < listing.Count(); ++i)
             if (listing[i].name == file.name) file = listing[i];
         uint32_t nextUid = record->Table.LastUID;
-        if (file.size != 0) added = AddMessageItem(record->Table, record->Path, file, GetFolderUniqueId(record->Path), nextUid);
+        const uint32_t folderUid = GetFolderUniqueId(record->Path);
+        if (file.size != 0) added = AddMessageItem(record->Table, record->Path, file, folderUid, nextUid) == MessageRead::Whole;
     } catch (const std::exception&) {
     }
     AddResult(report, added);
     if (added == 0) MarkQuietly(folder);
+    if (added != 0) report.saved = Saved::Untold;
     try {
         StoreIndex_SaveAndClose(*record, added != 0, 1, handle, nullptr);
     } catch (const std::exception&) {
@@ -179,15 +220,17 @@ void Append(const fs::path& folder, Report& report)
     }
 }
 
-void ChangeFirst(const fs::path&, Report& report) { Change(report, "1.MAI"); }
-void ChangeMiddle(const fs::path&, Report& report) { Change(report, "3.MAI"); }
-void ChangeLast(const fs::path&, Report& report) { Change(report, "6.MAI"); }
+void ChangeFirst(const fs::path&, Report& report) { Change(report, "1.MAI", CommitAndClose); }
+void ChangeMiddle(const fs::path&, Report& report) { Change(report, "3.MAI", SaveAndClose); }
+void ChangeLast(const fs::path&, Report& report) { Change(report, "6.MAI", SaveAndClose); }
 
 void Remove(const fs::path&, Report& report)
 {
     if (!OpenFolder(report)) return;
-    GuardedSwallow("DeleteItem", [] { DeleteItem("3.MAI"); });
-    SaveAndClose();
+    const uint64_t deleted = GuardedEntry("DeleteItem", uint64_t{0}, []() -> uint64_t { return DeleteItem("3.MAI"); });
+    AddResult(report, deleted);
+    SaveAndClose(report);
+    if (deleted == 0) report.saved = Saved::NotAsked;
 }
 
 void RewriteInFull(const fs::path&, Report& report)
@@ -196,7 +239,9 @@ void RewriteInFull(const fs::path&, Report& report)
     {
         const FolderAccess access(*CurrentContext());
         access.Index()->Table.RewriteRequired = 1;
-        AddResult(report, StoreIndex_Save(access.Index()));
+        const uint64_t saved = StoreIndex_Save(access.Index());
+        AddResult(report, saved);
+        report.saved = saved != 0 ? Saved::Yes : Saved::No;
     }
     StoreFolder_Close();
 }
@@ -220,9 +265,21 @@ void MakeFirstFolder(const fs::path& folder)
                                                             {"4.MAI", "four"}, {"5.MAI", "five & more"},       {"6.MAI", "six"}};
     for (const auto& [name, subject] : messages) PutMessage(folder, name, subject);
     StoreFolder_Open(kPostoffice, kMailbox, kFolder, kKindMail, 0);
+    Listing scanned = ListingOfOpenFolder();
     for (const auto& [name, subject] : messages)
         StoreItem_SetProperty(name, "PR_VL_FLAGSTATUS", (std::string("\\SEEN \\KEY") + subject).c_str());
-    SaveAndClose();
+    for (const char* const name : {"2.MAI", "4.MAI", "5.MAI"}) StoreItem_SetProperty(name, "PR_VL_READ", "1");
+    StoreFolder_Save(0);
+    {
+        const FolderAccess access(*CurrentContext());
+        for (const char* const name : {"2.MAI", "5.MAI"}) {
+            IndexItemPropertyContainer* const item = FindLoadedItem(access.Index()->Table, name);
+            SetItemProperty(*item, kModifiedDate, scanned[name][kModifiedDate]);
+        }
+        access.Index()->Changed = 1;
+        StoreIndex_Commit(access.Index());
+    }
+    StoreFolder_Close();
     LeaveEverything();
     for (const char* name : {"_CHANGE.DTY", "_index.xml.bak"}) fs::remove(folder / name);
 }
@@ -234,15 +291,23 @@ const std::vector<Scenario>& Scenarios()
     static const std::vector<Scenario> scenarios = {
         {.name = "OpenNew", .prepare = ForgetIndex, .act = OpenAndList, .allowed = {"0", "1"}},
         {.name = "Load", .act = OpenAndList, .allowed = {"0", "1"}, .writes = 0, .deaths = 2},
-        {.name = "Append", .prepare = Deliver, .act = Append, .allowed = {"0", "1 0", "1 1"}, .savesInPlace = true},
-        {.name = "ChangeFirst", .act = ChangeFirst, .allowed = {"0", "1"}, .savesInPlace = true},
-        {.name = "ChangeMiddle", .act = ChangeMiddle, .allowed = {"0", "1"}, .savesInPlace = true},
-        {.name = "ChangeLast", .act = ChangeLast, .allowed = {"0", "1"}, .savesInPlace = true},
-        {.name = "Remove", .act = Remove, .allowed = {"0", "1"}, .removes = "3.MAI", .savesInPlace = true},
+        {.name = "Append", .prepare = Deliver, .act = Append, .allowed = {"0", "1 0", "1 1"}, .ownListings = 1, .savesInPlace = true},
+        {.name = "ChangeFirst", .act = ChangeFirst, .allowed = {"0", "1 0", "1 1 0", "1 1 1 0", "1 1 1 1"}, .savesInPlace = true},
+        {.name = "ChangeMiddle", .act = ChangeMiddle, .allowed = {"0", "1 0", "1 1 0", "1 1 1 1"}, .savesInPlace = true},
+        {.name = "ChangeLast", .act = ChangeLast, .allowed = {"0", "1 0", "1 1 0", "1 1 1 1"}, .savesInPlace = true},
+        {.name = "Remove", .act = Remove, .allowed = {"0", "1 0 1", "1 1 1"}, .removes = "3.MAI", .savesInPlace = true},
         {.name = "Rewrite", .act = RewriteInFull, .allowed = {"0", "1 0", "1 1"}},
         {.name = "Rescan", .prepare = ChangeFiles, .act = OpenAndList, .allowed = {"0", "1"}},
         {.name = "RescanBranded", .prepare = DeliverBranded, .act = OpenAndList, .allowed = {"0", "1"}, .branding = true},
         {.name = "Recovery", .prepare = DamageBesideABackup, .act = OpenAndList, .allowed = {"0", "1"}, .backupOnly = true},
+        {.name = "RecoveryHalfCopies", .prepare = DamageBesideHalfCopies, .act = OpenAndList, .allowed = {"0", "1"}, .backupOnly = true},
+        {.name = "RecoveryHalfBackup",
+         .prepare = DamageBoth,
+         .act = OpenAndList,
+         .allowed = {"1", "0"},
+         .backupOnly = true,
+         .beginsTorn = true,
+         .deaths = 5},
     };
     return scenarios;
 }

@@ -18,10 +18,20 @@ inline constexpr uint64_t kSecondsBefore1970 = 11'644'473'600;  // since 1601, w
 inline constexpr uint64_t kFileTimePerSecond = 10'000'000;
 void SetPresentTime(class FakeClock& clock);
 
+// What the answer of a save tells.
+enum class Saved {
+    NotAsked,
+    Untold,  // it answers the same whatever became of it
+    No,
+    Yes,
+};
+
 // What a run of a scenario gave: the results of its calls, joined by blanks.
 struct Report {
     std::string results;
-    bool listed = false;  // the folder is open and unchanged: what it lists now counts
+    bool listed = false;            // the folder is open and unchanged: what it lists now counts
+    Saved saved = Saved::NotAsked;  // of the whole change, which was made in memory before
+    bool scanned = false;           // the folder was listed by more than the scenario itself
 };
 
 struct Scenario {
@@ -37,6 +47,10 @@ struct Scenario {
     // Whether the scenario makes sense only with "Backup Index".
     bool backupOnly = false;
     bool branding = false;
+    // Whether the index is damaged to begin with, and no backup tells the flags.
+    bool beginsTorn = false;
+    // How often the scenario lists the messages itself, which is no scan.
+    uint32_t ownListings = 0;
     // Whether it leaves what it does not change in the index where it stands: a write that does nothing then costs nothing.
     bool savesInPlace = false;
     // What must be met at the least, so that a seam that counts nothing is noticed: operations of any kind in one run, writes, changes
@@ -51,6 +65,7 @@ const std::vector<Scenario>& Scenarios();
 const Scenario* FindScenario(const std::string& name);
 
 // The folder that all begin with: six messages that an index knows, with flags of which their files know nothing.
+// Two of them are as a scan leaves an item, so that none reads them again; the others were changed behind that.
 void MakeFirstFolder(const std::filesystem::path& folder);
 void PutMessage(const std::filesystem::path& folder, const std::string& name, const std::string& subject);
 
