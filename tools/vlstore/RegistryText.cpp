@@ -70,20 +70,20 @@ void RegistryText::AddLine(const RegistryStatement& statement, std::string_view 
     std::string key = UpperAscii(statement.key);
     std::string name = UpperAscii(statement.name);
     if (statement.kind == Kind::Key) sections_[key].line = at;
-    if (statement.kind == Kind::RemovedKey) RemoveSections(std::move(key));
+    if (statement.kind == Kind::RemovedKey) RemoveSections(key);
     if (statement.underRemoved) return;
     if (statement.kind == Kind::Value) sections_[key].values[name] = at;
     if (statement.kind == Kind::RemovedValue) sections_[key].values.erase(name);
 }
 
 // The key and all below it, which stand together.
-void RegistryText::RemoveSections(std::string key)
+void RegistryText::RemoveSections(const std::string& key)
 {
     sections_.erase(key);
-    key += '\\';
-    auto first = sections_.lower_bound(key);
+    const std::string below = key + '\\';
+    auto first = sections_.lower_bound(below);
     auto last = first;
-    while (last != sections_.end() && last->first.starts_with(key)) ++last;
+    while (last != sections_.end() && last->first.starts_with(below)) ++last;
     sections_.erase(first, last);
 }
 
@@ -102,6 +102,7 @@ std::vector<RegistryEntry> RegistryText::Entries() const
     }
     std::sort(counting.begin(), counting.end());
     std::vector<RegistryEntry> entries;
+    entries.reserve(counting.size());
     for (size_t line : counting) entries.push_back(lines_[line].entry);
     return entries;
 }

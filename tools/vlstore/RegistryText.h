@@ -63,7 +63,7 @@ private:
 
     void Read(std::string_view text, std::string_view bytes);
     void AddLine(const RegistryStatement& statement, std::string_view bytes);
-    void RemoveSections(std::string key);
+    void RemoveSections(const std::string& key);
     std::string Encoded(std::string_view text) const;
     void Insert(size_t at, std::string_view text);
     void EndLastLine();
