@@ -3,6 +3,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "platform/posix/LocalTime.h"
 #include "platform/shared/Ascii.h"
 #include "platform/win32.h"
 
@@ -37,9 +38,9 @@ bool PlainStandardSeconds(struct tm& parts, int64_t& seconds)
     struct tm wall = parts;
     const time_t asUtc = timegm(&wall);
     struct tm local {};
-    if (!localtime_r(&asUtc, &local)) return false;
+    if (!LocalTime(&asUtc, &local)) return false;
     const time_t guess = asUtc - local.tm_gmtoff;
-    if (!localtime_r(&guess, &local) || local.tm_isdst != 0 || guess + local.tm_gmtoff != asUtc) return false;
+    if (!LocalTime(&guess, &local) || local.tm_isdst != 0 || guess + local.tm_gmtoff != asUtc) return false;
     parts = local;
     seconds = guess;
     return true;
@@ -56,7 +57,7 @@ __time64_t _mktime64(struct tm* parts)
     if (parts) {
         struct tm copy = *parts;
         int64_t seconds = 0;
-        if (!PlainStandardSeconds(copy, seconds)) seconds = static_cast<int64_t>(mktime(&copy));
+        if (!PlainStandardSeconds(copy, seconds)) seconds = static_cast<int64_t>(SecondsOfLocalTime(copy));
         if (InRange(seconds)) {
             *parts = copy;
             return seconds;
@@ -66,7 +67,7 @@ __time64_t _mktime64(struct tm* parts)
     return -1;
 }
 
-errno_t _localtime64_s(struct tm* parts, const __time64_t* time) { return ToParts(parts, time, localtime_r); }
+errno_t _localtime64_s(struct tm* parts, const __time64_t* time) { return ToParts(parts, time, LocalTime); }
 
 errno_t _gmtime64_s(struct tm* parts, const __time64_t* time) { return ToParts(parts, time, gmtime_r); }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/posix/LocalTime.h"
 #include "platform/win32.h"
 
 namespace velmora::platform {
@@ -18,7 +19,7 @@ constexpr time_t kDay = 86'400;
 struct tm LocalParts(time_t when)
 {
     struct tm parts {};
-    localtime_r(&when, &parts);
+    LocalTime(&when, &parts);
     return parts;
 }
 

@@ -87,6 +87,78 @@ TEST_F(PosixTimeZone, AZoneWithoutChangesHasNoRules)
     EXPECT_EQ(zone.Bias, 0);
 }
 
+// Ireland tells its winter as the exception: standard time is that of summer.
+constexpr char kDublin[] = "IST-1GMT0,M10.5.0,M3.5.0/1";
+
+TEST_F(PosixTimeZone, SummerIsTheLaterClockAlsoWhereWinterIsTheException)
+{
+    TIME_ZONE_INFORMATION zone;
+    InZone(kDublin, zone);
+    EXPECT_EQ(zone.Bias, 0);
+    EXPECT_EQ(zone.DaylightBias, -60);
+    EXPECT_EQ(Narrow(zone.StandardName), "GMT");
+    EXPECT_EQ(Narrow(zone.DaylightName), "IST");
+    ExpectRule(zone.DaylightDate, 3, 5, 1);
+    ExpectRule(zone.StandardDate, 10, 5, 2);
+}
+
+struct tm Fields(int month, int hour, int isDst)
+{
+    struct tm parts {};
+    parts.tm_year = 124;
+    parts.tm_mon = month;
+    parts.tm_mday = 15;
+    parts.tm_hour = hour;
+    parts.tm_isdst = isDst;
+    return parts;
+}
+
+constexpr __time64_t kTenInJanuary = 1705312800;  // 2024-01-15 10:00 UTC
+constexpr __time64_t kTenInJuly = 1721037600;     // 2024-07-15 10:00 UTC
+
+TEST_F(PosixTimeZone, FieldsAreReadAndGivenInThatClock)
+{
+    setenv("TZ", kDublin, 1);
+    tzset();
+    struct tm january = Fields(0, 10, 0);
+    EXPECT_EQ(_mktime64(&january), kTenInJanuary);
+    EXPECT_EQ(january.tm_isdst, 0);
+    EXPECT_EQ(january.tm_hour, 10);
+    struct tm july = Fields(6, 10, 0);
+    EXPECT_EQ(_mktime64(&july), kTenInJuly);
+    EXPECT_EQ(july.tm_isdst, 1);
+    EXPECT_EQ(july.tm_hour, 11);
+    struct tm julyBySummerTime = Fields(6, 11, 1);
+    EXPECT_EQ(_mktime64(&julyBySummerTime), kTenInJuly);
+    struct tm julyByTheRules = Fields(6, 11, -1);
+    EXPECT_EQ(_mktime64(&julyByTheRules), kTenInJuly);
+
+    struct tm parts {};
+    ASSERT_EQ(_localtime64_s(&parts, &kTenInJanuary), 0);
+    EXPECT_EQ(parts.tm_isdst, 0);
+    EXPECT_EQ(parts.tm_hour, 10);
+    ASSERT_EQ(_localtime64_s(&parts, &kTenInJuly), 0);
+    EXPECT_EQ(parts.tm_isdst, 1);
+    EXPECT_EQ(parts.tm_hour, 11);
+}
+
+TEST_F(PosixTimeZone, AChangeOfTheZoneIsSeenAtOnce)
+{
+    struct tm parts {};
+    for (int round = 0; round < 2; ++round) {
+        setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1);
+        tzset();
+        ASSERT_EQ(_localtime64_s(&parts, &kTenInJuly), 0);
+        EXPECT_EQ(parts.tm_isdst, 1);
+        EXPECT_EQ(parts.tm_hour, 6);
+        setenv("TZ", kDublin, 1);
+        tzset();
+        ASSERT_EQ(_localtime64_s(&parts, &kTenInJuly), 0);
+        EXPECT_EQ(parts.tm_isdst, 1);
+        EXPECT_EQ(parts.tm_hour, 11);
+    }
+}
+
 }  // namespace
 
 }  // namespace velmora::test
