@@ -20,7 +20,7 @@ FILETIME TimeOf(const struct statx_timestamp& stamp) { return ToFileTime(UnitsOf
 
 FILETIME CreationOf(const struct statx& info) { return TimeOf((info.stx_mask & STATX_BTIME) != 0 ? info.stx_btime : info.stx_mtime); }
 
-// A pipe, a socket, a device and a link that leads nowhere bear the mark of a device: nothing in them can be read as a file.
+// A pipe, a socket, a device and a link that leads nowhere or where nobody may look bear the mark of a device: nothing in them can be read as a file.
 DWORD AttributesOf(mode_t mode)
 {
     const DWORD readOnly = (mode & 0222) == 0 ? FILE_ATTRIBUTE_READONLY : 0;
@@ -47,7 +47,8 @@ int DescribeAt(int directory, const char* name, WIN32_FIND_DATAA& found)
 {
     struct statx info;
     if (statx(directory, name, AT_NO_AUTOMOUNT, kWanted, &info) != 0) {
-        if (errno != ENOENT && errno != ELOOP) return -1;
+        const bool mayLeadNowhere = errno == ENOENT || errno == ELOOP || errno == ENOTDIR || errno == EACCES;
+        if (!mayLeadNowhere) return -1;
         if (statx(directory, name, AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW, kWanted, &info) != 0) return -1;
     }
     found.dwFileAttributes = AttributesOf(info.stx_mode);

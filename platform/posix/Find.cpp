@@ -36,8 +36,9 @@ struct SearchObject : HandleObject {
     std::string_view NameOf(const FoundName& name) const { return {text.data() + name.start, name.length}; }
     void Add(std::string_view name);
     void Sort();
-    // The next file that is still there; false when there is none.
-    bool Next(WIN32_FIND_DATAA& found);
+    // The next file that is still there: 0; ERROR_NO_MORE_FILES when there is none; another error when it cannot be told
+    // what a file is, which does not mean that it is gone.
+    DWORD Next(WIN32_FIND_DATAA& found);
 
     Descriptor directory;
     std::string text;  // each name ends with a zero byte
@@ -72,15 +73,17 @@ void SearchObject::Sort()
     });
 }
 
-bool SearchObject::Next(WIN32_FIND_DATAA& found)
+DWORD SearchObject::Next(WIN32_FIND_DATAA& found)
 {
     while (next < names.size()) {
         const FoundName& name = names[next++];
-        if (DescribeAt(directory.Get(), text.data() + name.start, found) != 0) continue;
-        SetFoundName(found, NameOf(name));
-        return true;
+        if (DescribeAt(directory.Get(), text.data() + name.start, found) == 0) {
+            SetFoundName(found, NameOf(name));
+            return 0;
+        }
+        if (errno != ENOENT) return PresentError();
     }
-    return false;
+    return ERROR_NO_MORE_FILES;
 }
 
 // A name that holds "\" cannot be asked for under its name, so no search tells of it.
@@ -125,7 +128,8 @@ HANDLE FindPattern(const PathText& path, WIN32_FIND_DATAA& found)
     auto search = std::make_unique<SearchObject>();
     DWORD error = OpenSearchedDirectory(path, search->directory);
     if (error == 0) error = ReadNames(*search, DosPattern(path.Leaf()));
-    if (error == 0 && !search->Next(found)) error = ERROR_FILE_NOT_FOUND;
+    if (error == 0) error = search->Next(found);
+    if (error == ERROR_NO_MORE_FILES) error = ERROR_FILE_NOT_FOUND;
     return error == 0 ? HandOut(std::move(search)) : FailHandle(error);
 }
 
@@ -158,7 +162,8 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* found)
 {
     SearchObject* search = HandleAs<SearchObject>(handle);
     if (!search) return FALSE;
-    return search->Next(*found) ? TRUE : Fail(ERROR_NO_MORE_FILES);
+    const DWORD error = search->Next(*found);
+    return error == 0 ? TRUE : Fail(error);
 }
 
 BOOL FindClose(HANDLE handle) { return TakeHandle(handle, HandleKind::Search) != nullptr; }

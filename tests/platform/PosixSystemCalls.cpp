@@ -93,6 +93,10 @@ int __wrap_fstatat(int directory, const char* path, struct stat* info, int flags
 int __wrap_statx(int directory, const char* path, int flags, unsigned mask, struct statx* info)
 {
     Note("statx");
+    if (counting && counting->undescribedError != 0 && counting->undescribed == path) {
+        errno = counting->undescribedError;
+        return -1;
+    }
     return __real_statx(directory, path, flags, mask, info);
 }
 
