@@ -22,6 +22,14 @@ void ReadSmall(const std::string& file);
 // written into its header, closed. The file grows by nothing.
 void WriteSmall(const std::string& file);
 
+// A message file as a delivery agent makes it: a new file, never one that is there.
+void WriteMessageFile(const std::filesystem::path& directory, const std::string& name, const std::string& text);
+
+// The floor under a delivery: the message file made; a lock file made; the index opened, its header read, an element of
+// 690 bytes and the end tag written over its end, eight digits written into its header; the 52 bytes of the counts read and
+// written; the lock file deleted.
+void DeliverBare(const std::filesystem::path& directory, const std::string& name, const std::string& text);
+
 // The floor under whatever asks whether something has changed: the file looked up by its name.
 void LookByName(const std::string& file);
 

@@ -79,6 +79,41 @@ void WriteSmall(const std::string& file)
     close(descriptor);
 }
 
+void WriteMessageFile(const std::filesystem::path& directory, const std::string& name, const std::string& text)
+{
+    const int file = open((directory / name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    Require(file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "no message file");
+    close(file);
+}
+
+void DeliverBare(const std::filesystem::path& directory, const std::string& name, const std::string& text)
+{
+    static const std::string element = "<ELEMENT>" + std::string(672, 'e') + "</ELEMENT>\n</BASEELEMENT>\n";
+    constexpr off_t kEndTag = 16;
+    constexpr off_t kDigitsAt = 23;
+    WriteMessageFile(directory, name, text);
+
+    const std::string lock = directory / "_index.blk";
+    const int held = open(lock.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    Require(held >= 0, "the folder is held");
+    const int index = open((directory / "_index.xml").c_str(), O_RDWR | O_CLOEXEC);
+    char header[33];
+    struct stat info {};
+    Require(index >= 0 && fstat(index, &info) == 0 && pread(index, header, sizeof header, 0) == sizeof header &&
+                pwrite(index, element.data(), element.size(), info.st_size - kEndTag) == static_cast<ssize_t>(element.size()) &&
+                pwrite(index, header + kDigitsAt, 8, kDigitsAt) == 8,
+            "no index");
+    close(index);
+    char counts[52];
+    const int status = open((directory / "_FOLDER.DAT").c_str(), O_RDWR | O_CLOEXEC);
+    Require(status >= 0 && pread(status, counts, sizeof counts, 0) == sizeof counts &&
+                pwrite(status, counts, sizeof counts, 0) == sizeof counts,
+            "no counts");
+    close(status);
+    close(held);
+    unlink(lock.c_str());
+}
+
 void LookByName(const std::string& file)
 {
     struct stat info {};

@@ -171,6 +171,8 @@ void RegisterLoads(uint32_t size)
     Register("SelectedLoad", size, RoundsFor(size), [size](benchmark::State& state) {
         BenchLoad(state, SourceFolder(size), 3, ItemName(0) + "," + ItemName(size / 2) + "," + ItemName(size - 1));
     });
+    Register("SelectedLoadOfLast", size, RoundsFor(size),
+             [size](benchmark::State& state) { BenchLoad(state, SourceFolder(size), 3, ItemName(size - 1)); });
     // In a process of its own, so that nothing measured before counts.
     Register("FullLoadMemory", size, 1, [size](benchmark::State& state) {
         const std::string path = SourceFolder(size);

@@ -69,6 +69,7 @@ int RunAll(int argc, char** argv)
     if (!ProcessAttach()) return 1;
     RegisterIndexBenchmarks();
     RegisterScanBenchmarks();
+    RegisterDeliveryBenchmarks();
     CollectingReporter reporter;
     if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0) return kUsage;
     const bool reached = PrintRatios(reporter);
@@ -89,6 +90,10 @@ int main(int argc, char** argv)
         if (argc == 3 && std::string(argv[1]) == velmora::bench::kPeakOfLoadOption) {
             if (!velmora::ProcessAttach()) return 1;
             return velmora::bench::PrintPeakOfLoad(argv[2]);
+        }
+        if (argc == 3 && std::string(argv[1]) == velmora::bench::kDeliverOption) {
+            if (!velmora::ProcessAttach()) return 1;
+            return velmora::bench::PrintDeliveryTime(argv[2]);
         }
         // Our own options, taken out before the library reads the rest.
         int kept = 1;

@@ -18,6 +18,7 @@ namespace velmora::bench {
 
 inline constexpr char kMedian[] = "median_us";
 inline constexpr char kPeakOfLoadOption[] = "--peak-of-load";
+inline constexpr char kDeliverOption[] = "--deliver";
 
 // What main reads from the command line, once: where corpora and work files lie, and the numbers of items to measure with.
 std::filesystem::path& DataDirectory();
@@ -60,9 +61,13 @@ inline int64_t RoundsFor(uint32_t size) { return size <= 100 ? 101 : size <= 100
 
 void RegisterIndexBenchmarks();
 void RegisterScanBenchmarks();
+void RegisterDeliveryBenchmarks();
 
 // In a child process: loads the folder's index in full and prints the peak of resident memory, in KB.
 int PrintPeakOfLoad(const std::string& folder);
+
+// In a child process: delivers into "DATA|FOLDER|NUMBER OF THE CHILD" and prints how long that took.
+int PrintDeliveryTime(const std::string& argument);
 
 }  // namespace velmora::bench
 

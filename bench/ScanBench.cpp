@@ -1,5 +1,6 @@
 // Folders of messages: what a scan, a walk and the cached counts cost, beside the bare work on the same files.
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -7,10 +8,8 @@
 #include "bench/Corpus.h"
 #include "bench/Floors.h"
 #include "bench/Measure.h"
-#include "index/IndexItem.h"
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
-#include "index/StoreIndexLife.h"
 #include "velmora/index_records.h"
 #include "velmora/vlaisp.h"
 
@@ -98,10 +97,11 @@ void BenchWalk(benchmark::State& state, uint32_t size)
 {
     EnsureScanned(size);
     Require(StoreFolder_Open(kPostoffice, kMailbox, FolderName(size).c_str(), kKindMail, VELMORA_OPEN_NORMAL) == 1, "no folder");
+    constexpr const char* kRead[] = {"PR_SUBJECT", "PR_VL_FROM", "PR_VL_SIZE"};
     Measure(state, {}, [&] {
         uint32_t items = 0;
         for (uint64_t more = StoreFolder_FindFirstItem(); more == 1; more = StoreFolder_FindNextItem(), ++items)
-            for (const char* name : {"PR_SUBJECT", "PR_VL_FROM", "PR_VL_SIZE"}) {
+            for (const char* name : kRead) {
                 void* value = nullptr;
                 uint64_t bytes = 0;
                 Require(StoreItem_GetProperty(name, &value, &bytes) != VELMORA_NO_PROPERTY, "a property is missing");
@@ -109,6 +109,7 @@ void BenchWalk(benchmark::State& state, uint32_t size)
             }
         Require(items == size, "the walk left items out");
     });
+    state.counters["ns_per_read"] = state.counters[kMedian] * 1e3 / (double{std::size(kRead)} * size);
     StoreFolder_Close();
 }
 
@@ -133,36 +134,6 @@ void BenchReopen(benchmark::State& state, uint32_t size)
     Require(StoreIndex_Open(&record, 1) == 1, "no folder");
     Measure(state, {}, [&] { Require(StoreIndex_Open(&record, 1) == 2, "the copy in memory is not good any more"); });
     StoreIndex_Release(&record);
-}
-
-// A delivery to a folder that nobody has open: the block is taken, the header read, one element and the counts written.
-void BenchDeliver(benchmark::State& state, uint32_t size)
-{
-    const std::string name = "deliver-" + std::to_string(size);
-    const auto source = DataDirectory() / ("index-" + std::to_string(size));
-    OverwriteFile(MakeIndexFile(source, size), StoreFolder(name) / "_index.xml");
-    uint32_t counts[VELMORA_STATUS_WORDS] = {};
-    counts[VELMORA_STATUS_ITEMS] = size;
-    Require(SetCachedStatus(kPostoffice, kMailbox, name.c_str(), counts) == 1, "the counts cannot be written");
-    uint32_t next = 0x800000;
-    Measure(state, {}, [&] {
-        STOREINDEXTYPE record;
-        StoreIndex_Init(&record);
-        void* block = nullptr;
-        Require(StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, name.c_str(), 1, block, 1) == 1, "no transaction");
-        auto item = std::make_unique<IndexItemPropertyContainer>();
-        item->SetText(kId, ItemName(next++));
-        item->SetText("FROM", "Alma Lund <a.lund7@example.net>");
-        item->SetText("SUBJECT", "agenda about the window repair");
-        item->SetText(kFlagStatus, "\\RECENT");
-        Require(InsertItem(record.Table, item.get()), "the item is there already");
-        item.release();
-        Require(GetCachedStatus(kPostoffice, kMailbox, name.c_str(), counts) == 1, "no counts");
-        ++counts[VELMORA_STATUS_ITEMS];
-        Require(StoreIndex_SaveAndClose(record, true, 1, block, &counts) == 1, "the transaction does not end");
-        StoreIndex_Release(&record);
-    });
-    Require(!std::filesystem::exists(StoreFolder(name) / "_CHANGE.DTY"), "a delivery was not written");
 }
 
 void BenchCachedCounts(benchmark::State& state, uint32_t size)
@@ -192,7 +163,6 @@ void RegisterScanBenchmarks()
         Register("OpenFolder", size, rounds, [size](benchmark::State& state) { BenchOpen(state, size); });
         Register("Reopen", size, rounds, [size](benchmark::State& state) { BenchReopen(state, size); });
         Register("WalkThreeProperties", size, rounds, [size](benchmark::State& state) { BenchWalk(state, size); });
-        Register("DeliverOne", size, 301, [size](benchmark::State& state) { BenchDeliver(state, size); });
         Register("CachedCounts", size, 1001, [size](benchmark::State& state) { BenchCachedCounts(state, size); });
     }
 }
