@@ -353,6 +353,22 @@ TEST_F(SharedRecord, AThreadThatFindsARecordBeforeItIsPlacedPlacesIt)
     StoreFolder_Close();
 }
 
+// A thread died with the record before its folder was known.
+TEST_F(SharedRecord, AnOpenThatFindsItsRecordAbandonedUnplacedGivesItsOpenBack)
+{
+    for (const bool item : {false, true}) {
+        TLSStoreIndex early;
+        CopyBounded(early.Key, item ? "[po][box][INBOX][1.MAI]" : "[po][box][INBOX]");
+        ASSERT_EQ(AttachSharedIndex(early), Attach::New);
+        InThread([&] { ASSERT_EQ(WaitForSingleObject(early.Index->Mutex, INFINITE), WAIT_OBJECT_0); });
+        EXPECT_EQ(item ? StoreFolder_OpenItem("po", "box", "INBOX", "1.MAI", 0) : Open("INBOX"), 0u);
+        EXPECT_EQ(early.Index->RefCount, 1u) << item;
+        StoreFolder_FindClose();
+        CloseThreadIndex(&early, 1);
+        EXPECT_TRUE(SharedIndexKeys().empty());
+    }
+}
+
 // ---- The end of threads ----
 
 TEST_F(SharedRecord, AThreadThatEndsLeavesItsFolderOpen)

@@ -2,6 +2,8 @@
 // provider's.
 #include "frame/Attach.h"
 
+#include <atomic>
+
 #include "common/Mutex.h"
 #include "frame/Companions.h"
 #include "frame/Guard.h"
@@ -24,9 +26,7 @@ void CloseOwnFolder()
 
 void CloseOpenMutex()
 {
-    void*& mutex = Process().IndexOpenMutex;
-    if (mutex) CloseHandle(mutex);
-    mutex = nullptr;
+    if (void* const mutex = std::atomic_ref<void*>(Process().IndexOpenMutex).exchange(nullptr)) CloseHandle(mutex);
 }
 
 // Holds a process mutex if that takes no wait; one whose owner thread died in the middle of its work is not held.

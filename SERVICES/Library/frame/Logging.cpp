@@ -65,7 +65,7 @@ void LogIndexEvent(const std::string& text)
     ReportStoreEvent(event);
 }
 
-void PrintLine(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void PrintLine(std::string_view text) noexcept { std::fwrite(text.data(), 1, text.size(), stdout); }
 
 void WarnNullIndex(const char* function) { PrintLine(FormatText("WARNING!: StoreIndex is NULL when passed to %s\n", function)); }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace velmora {
 
@@ -29,7 +30,7 @@ void ReportStoreEvent(const std::string& text);
 void LogIndexEvent(const std::string& text);
 
 // A line for the operator on standard output.
-void PrintLine(const std::string& text);
+void PrintLine(std::string_view text) noexcept;
 
 // "WARNING!: StoreIndex is NULL when passed to FUNCTION\n" on standard output.
 void WarnNullIndex(const char* function);

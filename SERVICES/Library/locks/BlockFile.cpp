@@ -1,5 +1,7 @@
 #include "locks/BlockFile.h"
 
+#include <cstdio>
+
 #include "common/Text.h"
 #include "frame/Guard.h"
 #include "frame/Logging.h"
@@ -106,8 +108,12 @@ BlockDelete DeleteBlockFile(const char* path)
 
 void CloseBlockHandle(void*& handle)
 {
-    if (!CloseHandle(handle))
-        PrintLine(FormatText("An error occured closing the handle of a block file: %d\n", static_cast<int>(GetLastError())));
+    if (!CloseHandle(handle)) {
+        // In a destructor's way, where no memory may be wanted.
+        char line[96];
+        std::snprintf(line, sizeof line, "An error occured closing the handle of a block file: %d\n", static_cast<int>(GetLastError()));
+        PrintLine(line);
+    }
     handle = nullptr;
 }
 

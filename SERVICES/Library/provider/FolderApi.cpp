@@ -94,6 +94,23 @@ uint64_t OpenIndexQuietly(SharedIndex& index)
     return opened;
 }
 
+// The open that a call has counted: it is given back unless the call comes to say that it stands.
+class CountedOpen {
+public:
+    explicit CountedOpen(TLSStoreIndex& context) : context_(context) {}
+    ~CountedOpen()
+    {
+        if (!kept_) CloseThreadIndex(&context_, 0);
+    }
+    CountedOpen(const CountedOpen&) = delete;
+    CountedOpen& operator=(const CountedOpen&) = delete;
+    void Keep() { kept_ = true; }
+
+private:
+    TLSStoreIndex& context_;
+    bool kept_ = false;
+};
+
 uint64_t OpenRecord(SharedIndex& index, const FolderName& name, uint32_t mode)
 {
     const ProcessLock opens(OpenMutex());
@@ -127,10 +144,11 @@ uint64_t OpenFolder(TLSStoreIndex& context, const FolderName& name, uint32_t mod
     }
     if (AttachUnder(context, name, key) == Attach::Refused) return 0;
 
-    const uint64_t result = OpenRecord(*context.Index, name, mode);
-    // IndexOpenMutex is free again here: a close takes the registry's mutex first, and two threads that took the two in
+    // IndexOpenMutex is free again at a close: that takes the registry's mutex first, and two threads that took the two in
     // different orders would wait for each other for ever.
-    if (result == 0) CloseThreadIndex(&context, 0);
+    CountedOpen counted(context);
+    const uint64_t result = OpenRecord(*context.Index, name, mode);
+    if (result != 0) counted.Keep();
     return result;
 }
 
@@ -174,10 +192,15 @@ uint64_t OpenItem(TLSStoreIndex& context, const FolderName& name, const char* it
         return 1;
     }
 
+    CountedOpen counted(context);
     const ProcessLock opens(OpenMutex());
-    if (!opens.Held()) return 1;
+    if (!opens.Held()) {
+        counted.Keep();
+        return 1;
+    }
     SharedIndex& index = *context.Index;
     if (PlaceRecord(index, name)) MakeEmptyIndex(index, itemId);
+    counted.Keep();
     STOREITEMTYPE& item = context.CurrentFolderItem;
     CopyBounded(item.Postoffice, context.Postoffice);
     CopyBounded(item.Mailbox, context.Mailbox);

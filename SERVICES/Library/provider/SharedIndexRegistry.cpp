@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <map>
-#include <mutex>
 
 #include "common/Mutex.h"
 #include "common/Text.h"
@@ -24,12 +23,16 @@ Registry& Records()
     return records;
 }
 
-void* MadeAtNeed(void*& mutex)
+// With no lock of its own: the end of the process comes here too, when a thread may have been stopped inside one.
+void* MadeAtNeed(void*& word)
 {
-    static std::mutex making;
-    const std::lock_guard<std::mutex> lock(making);
-    if (!mutex) mutex = OpenOrCreateMutex(nullptr);
-    return mutex;
+    std::atomic_ref<void*> mutex(word);
+    if (void* const made = mutex.load()) return made;
+    void* const mine = OpenOrCreateMutex(nullptr);
+    void* theirs = nullptr;
+    if (!mine || mutex.compare_exchange_strong(theirs, mine)) return mine;
+    CloseHandle(mine);
+    return theirs;
 }
 
 // The count is part of a record that hosts know as plain words, and one more open is added with no lock.
