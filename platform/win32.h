@@ -86,6 +86,7 @@ using ULONG_PTR = uintptr_t;
 using SIZE_T = size_t;
 using WCHAR = char16_t;
 using HRESULT = int32_t;
+using LCID = uint32_t;
 using LSTATUS = int32_t;
 using REGSAM = uint32_t;
 using errno_t = int;
@@ -278,6 +279,7 @@ inline constexpr DWORD ERROR_DIRECTORY = 267;
 inline constexpr DWORD ERROR_NOT_OWNER = 288;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
 inline constexpr DWORD ERROR_IO_PENDING = 997;
+inline constexpr DWORD ERROR_INVALID_FLAGS = 1004;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
 inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921;
 
@@ -377,6 +379,11 @@ BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* parts);
 BOOL SystemTimeToFileTime(const SYSTEMTIME* parts, FILETIME* time);
 LONG CompareFileTime(const FILETIME* a, const FILETIME* b);
 DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone);
+void GetLocalTime(SYSTEMTIME* now);
+// A date or a time by a picture ("ddd, d MMM yyyy", "HH:mm:ss"), in English: the locale 1033 with flags 0. The number of
+// bytes with the zero at the end, 0 on failure; with a `size` of 0 the number that it would be. A null `parts` is now.
+int GetDateFormatA(LCID locale, DWORD flags, const SYSTEMTIME* parts, LPCSTR picture, LPSTR text, int size);
+int GetTimeFormatA(LCID locale, DWORD flags, const SYSTEMTIME* parts, LPCSTR picture, LPSTR text, int size);
 
 // ---- C library names that only the Windows one has ----
 

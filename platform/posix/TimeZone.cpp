@@ -14,7 +14,7 @@ namespace velmora::platform {
 
 namespace {
 
-constexpr time_t kDay = 86'400;
+constexpr time_t kWeek = 7 * 86'400;
 
 struct tm LocalParts(time_t when)
 {
@@ -23,13 +23,21 @@ struct tm LocalParts(time_t when)
     return parts;
 }
 
+// Seconds east of Greenwich.
+long OffsetAt(time_t when)
+{
+    struct tm parts {};
+    localtime_r(&when, &parts);
+    return parts.tm_gmtoff;
+}
+
 // The first second in (from, to] whose offset differs from that of `from`; they do differ at the ends.
 time_t FindChange(time_t from, time_t to)
 {
-    const long before = LocalParts(from).tm_gmtoff;
+    const long before = OffsetAt(from);
     while (to - from > 1) {
         const time_t middle = from + (to - from) / 2;
-        (LocalParts(middle).tm_gmtoff == before ? from : to) = middle;
+        (OffsetAt(middle) == before ? from : to) = middle;
     }
     return to;
 }
@@ -38,7 +46,7 @@ time_t FindChange(time_t from, time_t to)
 SYSTEMTIME RuleOf(time_t change)
 {
     constexpr int kShortestMonthSafe[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const time_t wallClock = change + LocalParts(change - 1).tm_gmtoff;
+    const time_t wallClock = change + OffsetAt(change - 1);
     struct tm parts {};
     gmtime_r(&wallClock, &parts);
     const int week = (parts.tm_mday - 1) / 7 + 1;
@@ -94,17 +102,20 @@ DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone)
     WidenName(zone->StandardName, present.tm_zone);
     WidenName(zone->DaylightName, present.tm_zone);
 
-    // Looked at day by day: a zone may change more than twice in a year (a month of fasting); the last two changes count.
+    // Looked at week by week: a zone may change more than twice in a year (a month of fasting); the last two changes count.
     const time_t end = YearBegin(now, 1);
     bool toStandard = false;
     bool toDaylight = false;
     struct tm winter = present;
     struct tm summer = present;
-    for (time_t day = YearBegin(now, 0); day < end; day += kDay) {
-        const struct tm before = LocalParts(day);
-        const struct tm after = LocalParts(std::min(day + kDay, end));
+    time_t from = YearBegin(now, 0);
+    struct tm after = LocalParts(from);
+    for (time_t to = from; from < end; from = to) {
+        to = std::min(from + kWeek, end);
+        const struct tm before = after;
+        after = LocalParts(to);
         if (before.tm_gmtoff == after.tm_gmtoff || before.tm_isdst == after.tm_isdst) continue;
-        const SYSTEMTIME rule = RuleOf(FindChange(day, day + kDay));
+        const SYSTEMTIME rule = RuleOf(FindChange(from, to));
         if (after.tm_isdst > 0) {
             zone->DaylightDate = rule;
             summer = after;

@@ -14,6 +14,8 @@ constexpr uint64_t kTicksPerSecond = 10000000;
 constexpr size_t kIsoLength = 19;
 constexpr size_t kIsoFieldSize = 256;
 constexpr int32_t kDecember = 11;
+constexpr int32_t kFirstTmYear = 1900;
+constexpr int32_t kCenturySplit = 50;  // shorter years below it belong to the years from 2000 on
 
 constexpr std::array<std::string_view, 12> kMonthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -23,6 +25,13 @@ constexpr std::array<std::string_view, 12> kMonthNames = {"Jan", "Feb", "Mar", "
 int32_t ClampDay(int32_t day) { return day < 1 || day > 31 ? 1 : day; }
 int32_t ClampHour(int32_t hour) { return hour < 0 || hour > 24 ? 0 : hour; }
 int32_t ClampMinuteOrSecond(int32_t value) { return value < 0 || value > 59 ? 0 : value; }
+
+int32_t YearSince1900(std::string_view text)
+{
+    const int32_t year = ParseLong(text);
+    if (year < kCenturySplit) return year + 100;
+    return year > kFirstTmYear ? year - kFirstTmYear : year;
+}
 
 void WriteIsoText(const IsoFields& fields, char* result, size_t size)
 {

@@ -32,6 +32,10 @@ int32_t ClampDay(int32_t day);
 int32_t ClampHour(int32_t hour);
 int32_t ClampMinuteOrSecond(int32_t value);
 
+// The year of a date text, in years since 1900.
+// Kept: a year from 50 to 1900 counts from 1900, also one like 1801; a shorter one counts from 2000.
+int32_t YearSince1900(std::string_view text);
+
 // Writes the ISO text into a field of `size` bytes, cut at the field.
 void WriteIsoText(const IsoFields& fields, char* result, size_t size);
 

@@ -13,7 +13,6 @@ namespace {
 
 constexpr size_t kTokenLength = 31;
 constexpr int32_t kFirstTmYear = 1900;
-constexpr int32_t kCenturySplit = 50;  // shorter years below it belong to the years from 2000 on
 constexpr int64_t kSummerTimeSeconds = 3600;
 
 struct DateTokens {
@@ -59,18 +58,10 @@ bool SplitDate(std::string_view text, DateTokens& tokens)
     return true;
 }
 
-// Years since 1900. Kept: a year from 50 to 1900 counts from 1900, also one like 1801.
-int32_t TmYear(std::string_view token)
-{
-    const int32_t year = ParseLong(token);
-    if (year < kCenturySplit) return year + 100;
-    return year > kFirstTmYear ? year - kFirstTmYear : year;
-}
-
 std::tm FieldsOf(const DateTokens& tokens)
 {
     std::tm fields = {};
-    fields.tm_year = TmYear(tokens.year);
+    fields.tm_year = YearSince1900(tokens.year);
     fields.tm_mon = EqualsNoCase(tokens.month, "Jan") ? 0 : MonthFromName(tokens.month);
     fields.tm_mday = ClampDay(ParseLong(tokens.day));
     fields.tm_hour = ClampHour(ParseLong(tokens.hour));
