@@ -3,14 +3,18 @@
 
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
+#include "index/ItemFile.h"
 #include "index/ItemOperations.h"
+#include "items/GroupItem.h"
+#include "items/ItemBody.h"
+#include "items/ItemProperties.h"
 #include "items/MailBackend.h"
 
 namespace velmora {
 
 namespace {
 
-// What a kind without a back-end of its own answers: it has no files, and no property names.
+// What a kind answers that has no files of its own, and no property names.
 
 uint64_t NoProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
 {
@@ -18,8 +22,6 @@ uint64_t NoProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
     *size = 0;
     return kNoProperty;
 }
-
-uint64_t RefuseProperty(STOREINDEXTYPE*, STOREITEMTYPE&, const char*, const char*, const void*) { return 0; }
 
 // Kinds without a table of names take the name as the column.
 uint64_t SetColumn(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* name, const void* value)
@@ -56,36 +58,50 @@ constexpr ItemBackend Absent()
 }
 
 // Contacts, calendar and tasks have tables of names, so that an unknown name is refused, and an index that can be
-// rebuilt; until their back-ends stand the rebuild leaves it as it is. Opens leave their folders alone: a save behind a scan
-// that saw nothing would put an old copy over what others wrote.
-constexpr ItemBackend AbsentWithNames(IndexGet indexGet)
+// rebuilt; until the readers of their files stand the rebuild leaves it as it is. Opens leave their folders alone: a save
+// behind a scan that saw nothing would put an old copy over what others wrote.
+constexpr ItemBackend WithoutItemFiles(IndexGet indexGet)
 {
     ItemBackend backend = Absent();
-    backend.setProperty = RefuseProperty;
     backend.rebuild = KeepTable;
     backend.scannedByOpen = false;
     backend.indexGet = indexGet;
     return backend;
 }
 
-constexpr ItemBackend AbsentContacts()
+constexpr ItemBackend ContactsWithoutItemFiles()
 {
-    ItemBackend backend = AbsentWithNames(IndexGet::Load);
+    ItemBackend backend = WithoutItemFiles(IndexGet::Load);
+    backend.getProperty = GetContactProperty;
+    backend.setProperty = SetContactProperty;
+    backend.deleteItemFile = DeleteItemFile;
     backend.stampsFromFile = true;
     return backend;
 }
 
-constexpr ItemBackend AbsentCalendar()
+constexpr ItemBackend CalendarWithoutItemFiles()
 {
-    ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
+    ItemBackend backend = WithoutItemFiles(IndexGet::LoadOnce);
+    backend.getProperty = GetCalendarProperty;
+    backend.setProperty = SetCalendarProperty;
     backend.stampsFromFile = true;
     return backend;
 }
 
-constexpr ItemBackend AbsentTasks()
+constexpr ItemBackend TasksWithoutItemFiles()
 {
-    ItemBackend backend = AbsentWithNames(IndexGet::LoadOnce);
+    ItemBackend backend = WithoutItemFiles(IndexGet::LoadOnce);
+    backend.getProperty = GetTaskProperty;
+    backend.setProperty = SetTaskProperty;
     backend.scan = ScanNotNeeded;
+    return backend;
+}
+
+// Kept: the names of files serve reads alone. A write takes the name as the column, as in the kinds without a table.
+constexpr ItemBackend Files()
+{
+    ItemBackend backend = Absent();
+    backend.getProperty = GetFileProperty;
     return backend;
 }
 
@@ -108,14 +124,15 @@ constexpr ItemBackend AbsentGroups()
 {
     ItemBackend backend = AbsentUnknown();
     backend.rebuild = EmptyTable;
+    backend.insertFile = InsertGroupFile;
     return backend;
 }
 
-constexpr ItemBackend kContacts = AbsentContacts();
-constexpr ItemBackend kCalendar = AbsentCalendar();
-constexpr ItemBackend kTasks = AbsentTasks();
+constexpr ItemBackend kContacts = ContactsWithoutItemFiles();
+constexpr ItemBackend kCalendar = CalendarWithoutItemFiles();
+constexpr ItemBackend kTasks = TasksWithoutItemFiles();
 constexpr ItemBackend kGroups = AbsentGroups();
-constexpr ItemBackend kFiles = Absent();
+constexpr ItemBackend kFiles = Files();
 constexpr ItemBackend kOther = AbsentUnknown();
 
 struct KindEntry {

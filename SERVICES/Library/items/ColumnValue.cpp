@@ -1,6 +1,9 @@
 #include "items/ColumnValue.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -41,13 +44,33 @@ bool ReadColumn(const STOREITEMTYPE& handle, std::string_view column, std::strin
 std::string_view CutToType(std::string_view text, int32_t type)
 {
     const int32_t size = PropertyValueSize(type);
-    if (size > 0) text = text.substr(0, static_cast<size_t>(size) - 1);
+    if (size >= 0) text = text.substr(0, size > 0 ? static_cast<size_t>(size) - 1 : 0);
     return text.substr(0, text.find('\0'));
+}
+
+// The same value in memory of its own, for a conversion that hands through what it was given.
+void* CopyOf(const void* value, int32_t type)
+{
+    // All of them have a fixed size: file times, and text in fields.
+    const auto size = static_cast<size_t>(PropertyValueSize(type));
+    if (type != PropFileTime) return NewTextField(PropertyValueText(type, value), size);
+    void* const copy = std::malloc(size);
+    if (!copy) throw std::bad_alloc();
+    std::memcpy(copy, value, size);
+    return copy;
+}
+
+uint64_t SizeOfValue(const void* value, int32_t type)
+{
+    const int32_t size = PropertyValueSize(type);
+    if (size >= 0) return static_cast<uint64_t>(size);
+    if (type != PropWideString) return std::strlen(static_cast<const char*>(value)) + 1;
+    return (std::char_traits<char16_t>::length(static_cast<const char16_t*>(value)) + 1) * sizeof(char16_t);
 }
 
 }  // namespace
 
-uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& binding, void** value, uint64_t* size)
+uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& binding, void** value, uint64_t* size, std::string_view name)
 {
     *value = nullptr;
     *size = 0;
@@ -62,18 +85,28 @@ uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& bind
         *size = stored.size() + 1;
         return kNewAllocation;
     }
-    const int32_t fixed = PropertyValueSize(binding.ClientType);
-    const std::string source(stored);
-    switch (ConvertPropertyValue(binding.StoredType, binding.ClientType, source.c_str(), value)) {
+    std::string source(stored);
+    // A stored number is read to its full width, however short the column is, and wide text to an end of two bytes.
+    constexpr size_t kWidestNumber = 8;
+    constexpr size_t kWideEnd = 2;
+    source.resize(std::max(source.size() + kWideEnd, kWidestNumber), '\0');
+    return GetConvertedValue(source.c_str(), binding, value, size, name);
+}
+
+uint64_t GetConvertedValue(const void* stored, const PropertyBinding& binding, void** value, uint64_t* size, std::string_view name)
+{
+    *value = nullptr;
+    *size = 0;
+    switch (ConvertPropertyValue(binding.StoredType, binding.ClientType, stored, value, name)) {
         case Conversion::None:
             return kNoProperty;
         case Conversion::SameValue:
-            *value = fixed > 0 ? NewTextField(source, static_cast<size_t>(fixed)) : NewText(source);
+            *value = CopyOf(stored, binding.ClientType);
             break;
         case Conversion::NewValue:
             break;
     }
-    *size = fixed >= 0 ? static_cast<uint64_t>(fixed) : std::strlen(static_cast<const char*>(*value)) + 1;
+    *size = SizeOfValue(*value, binding.ClientType);
     return kNewAllocation;
 }
 
