@@ -61,6 +61,38 @@ VELMORA_API uint64_t StoreIndex_Get(STOREINDEXTYPE* index);
  * the folder is marked for a rescan, and what is in memory stays. */
 VELMORA_API uint64_t StoreIndex_Save(STOREINDEXTYPE* index);
 
+/* Makes an item for the file `itemId` of the record's folder, with the next UID, and inserts it in memory; StoreIndex_Save
+ * writes it.
+ *
+ * A message: with `readHeaders` 1 its header is read, any other value makes an item of its ID and UID alone and looks at no
+ * file. An "X-VLTempFlags: " line that begins with "SIZE=" and a decimal gives the size in bytes in place of the file's own.
+ * A group: the first line may give the group's name ("NAME:..."), which becomes a column; the file is rewritten without that
+ * line. Any other kind: an item of its ID alone; contacts, calendar entries and tasks are not read from their files yet, and
+ * the files stay as they are.
+ *
+ * The directory is that of InsertItem, taken from the record's names when it is empty; LoadedLastUID follows, and InsertItem
+ * has the new item until the next load. 1, also for a null or empty ID, which does nothing, and for an ID that is in the
+ * index already: then nothing is inserted. 0 when a message, or a group's file that is there, cannot be read, for a message
+ * with a name of more than 63 bytes, for a null record, with a line printed, and after an exception from below, which is
+ * reported. */
+VELMORA_API uint64_t StoreIndex_InsertItem(STOREINDEXTYPE* index, const char* itemId, uint32_t readHeaders);
+
+/* Removes the items of a comma-separated list of IDs from a record in memory, all of them with "*"; their files stay.
+ * `reserved` is ignored. IDs that are not there are passed over. Pointers to a removed item stay good until the next load.
+ * 1; 0 when the index cannot be loaded, for a null record, with a line printed, and after an exception, which is reported. */
+VELMORA_API uint64_t StoreIndex_RemoveItem(STOREINDEXTYPE* index, const char* idList, uint32_t reserved);
+
+/* StoreItem_GetProperty (velmora/item.h) for a handle that a host holds for itself; its Class says which names are known.
+ * VELMORA_NO_PROPERTY with `*value` null as well for a null handle and after an exception from below, which is reported. 0
+ * with null for a class above 4. The place in the store (VL_FOLDER and its like) is read from the handle's own names. */
+VELMORA_API uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* item, const char* name, void** value, uint64_t* size);
+
+/* Writes a property of the item in a handle that a host holds for itself; `value` as for StoreItem_SetProperty. `itemId` does
+ * not select: no item is made or looked for, and no record is marked as changed. 1 stored. 0 for an unknown name of mail or
+ * contacts, without an item, for a null handle or value, and after an exception from below, which is reported; an unknown
+ * name of calendars and tasks may answer VELMORA_NO_PROPERTY. */
+VELMORA_API uint64_t StoreIndex_SetItemPropertyItem(STOREITEMTYPE* item, const char* itemId, const char* name, const void* value);
+
 #ifdef __cplusplus
 }
 #endif

@@ -82,7 +82,7 @@ struct STOREINDEXTYPE {
     char Path[kStoreNameSize] = {};  // the folder's directory; empty while the record is not placed
     uint32_t Changed = 0;            // 1 when something in Table must be saved
     uint32_t LoadedLastUID = 0;
-    STOREITEMTYPE InsertItem;
+    STOREITEMTYPE InsertItem;    // of the insertions: where they look for files, and the item that the last one made, if any
     int32_t IndexFileBytes = 0;  // size of _index.xml after the last full load; 0 none
     uint32_t IndexKind = 0;      // 0 mail, 1 contacts, 2 calendar, 3 tasks, 4 files, 54 groups
     uint32_t RefCount = 0;       // open folder contexts that use this record

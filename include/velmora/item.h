@@ -4,7 +4,9 @@
  * one current. With affinity 0, where threads share a folder, another thread's open may load the folder anew: the current
  * item and the walk then end, as if nothing had been selected.
  *
- * Without an open folder every function here answers 0, except StoreItem_FreeProperty and StoreFolder_FindClose. */
+ * Without an open folder every function here answers 0 and touches nothing, except StoreItem_FreeProperty,
+ * StoreItem_SaveToStore and StoreFolder_FindClose; StoreItemProperty_GetType looks at no folder. An exception from below is
+ * reported, and counts as no open folder. */
 #ifndef VELMORA_ITEM_H
 #define VELMORA_ITEM_H
 
@@ -38,12 +40,38 @@ VELMORA_API uint64_t StoreItem_GetProperty(const char* name, void** value, uint6
  * stored. 0 without an open folder. */
 VELMORA_API uint64_t StoreItem_SetProperty(const char* itemId, const char* name, const void* value);
 
+/* Writes the current item back into its file, in folders whose items are written by the store (contacts and calendars; the
+ * library does not write them yet). Other folders and no current item: nothing. The index is not written; StoreFolder_Save
+ * does that. Always 1, also with no folder. */
+VELMORA_API uint64_t StoreItem_SaveToStore(void);
+
 /* Gives back a value of StoreItem_GetProperty; null is allowed. Always 1. */
 VELMORA_API uint64_t StoreItem_FreeProperty(void* value);
 
 /* Makes the item `itemId` current: 1, or 0 when the folder has none, and then no item is current. IDs are compared byte by
  * byte. */
 VELMORA_API uint64_t StoreFolder_SelectItem(const char* itemId);
+
+/* Makes the first item, in ascending order of UID, current whose index column `field` is `value`: 1, or 0 when there is none,
+ * and then the current item stays. `field` is the name of a column ("SUBJECT") and not of a property; an item that has no
+ * such column is passed over. StoreFolder_SelectItemByField compares in any case of letters; so does the other with `exact`
+ * 0, and byte by byte with any other value. Null texts answer 0. Reads the whole folder in the worst case. */
+VELMORA_API uint64_t StoreFolder_SelectItemByField(const char* field, const char* value);
+VELMORA_API uint64_t StoreFolder_SelectItemByField_Ex(const char* field, const char* value, uint32_t exact);
+
+/* Makes the item `itemId` current, and makes it if the folder has none: with the next UID and no other column, in memory
+ * alone. The folder does not count as changed by that: a property that is set afterwards is what StoreFolder_Save sees.
+ * `itemId` null or empty: no item is current. 1; 0 when nothing is loaded, and for an ID that an index cannot hold. */
+VELMORA_API uint64_t StoreFolder_CreateItem(const char* itemId);
+
+/* Deletes an item: its file first, then the item in memory; StoreFolder_Save writes the index. In folders of mail and
+ * contacts the file is deleted, of an ID with a separator in it none; calendar entries and tasks lose their item alone for
+ * now, and their files stay. A file that cannot be deleted keeps nothing from going on: the next scan finds it again, as a
+ * new item. Other folders lose nothing, and the item becomes the current one.
+ *
+ * 1 deleted, and no item is current; 1 as well for an ID that is null or empty, which deletes nothing. 0 when the folder has
+ * no such item. In every case the folder counts as changed, so that the next StoreFolder_Save runs. */
+VELMORA_API uint64_t StoreFolder_DeleteItem(const char* itemId);
 
 /* Begins a walk through all items of the folder in ascending order of UID, and makes the first one current: 1, or 0 when
  * there is none. The walk sees the items of this moment; a removed item is still walked, an inserted one is not. */
@@ -55,6 +83,11 @@ VELMORA_API uint64_t StoreFolder_FindNextItem(void);
 /* Ends the walk and the thread's hold on its folder: it gives back one open, as StoreFolder_Close does, and the thread has
  * no open folder afterwards. A host that goes on with the folder opens it again. Always 1. */
 VELMORA_API uint64_t StoreFolder_FindClose(void);
+
+/* The type code of the values that a property has, by its name in any case, in folders of the kind `classHint`: 0 mail, 1
+ * contacts, 2 calendar, 3 tasks, 4 files; 1, a text, for a name that the kind does not know. Any other hint: the type in
+ * the first of mail, contacts and calendar that knows the name, and 0 when none does. */
+VELMORA_API uint64_t StoreItemProperty_GetType(const char* name, uint32_t classHint);
 
 #ifdef __cplusplus
 }

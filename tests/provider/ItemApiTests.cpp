@@ -25,6 +25,12 @@ TEST_F(ItemApi, WithoutAFolderEveryCallAnswersZeroAndTouchesNothing)
     EXPECT_EQ(StoreFolder_FindFirstItem(), 0u);
     EXPECT_EQ(StoreFolder_FindNextItem(), 0u);
     EXPECT_EQ(StoreFolder_FindClose(), 1u);
+    EXPECT_EQ(StoreFolder_CreateItem("new"), 0u);
+    EXPECT_EQ(StoreFolder_DeleteItem("1.MAI"), 0u);
+    EXPECT_EQ(StoreFolder_DeleteItem(""), 0u);
+    EXPECT_EQ(StoreFolder_SelectItemByField("SUBJECT", "one"), 0u);
+    EXPECT_EQ(StoreFolder_SelectItemByField_Ex("SUBJECT", "one", 1), 0u);
+    EXPECT_EQ(StoreItem_SaveToStore(), 1u);
     EXPECT_EQ(StoreItem_FreeProperty(nullptr), 1u);
 }
 

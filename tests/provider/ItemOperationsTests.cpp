@@ -110,6 +110,32 @@ TEST_F(ItemOperations, AWalkStepsThroughItsListAndStaysAtTheEnd)
     EXPECT_EQ(handle.Item, nullptr);
 }
 
+// ---- Searching ----
+
+TEST_F(ItemOperations, ASearchFindsTheFirstInTheOrderOfUids)
+{
+    FindLoadedItem(index.Table, "b")->SetText("SUBJECT", "Same");
+    FindLoadedItem(index.Table, "a")->SetText("SUBJECT", "same");
+    EXPECT_TRUE(SelectItemByField(handle, index, "SUBJECT", "SAME", 0));
+    EXPECT_EQ(handle.Item->Id(), "a");
+    EXPECT_TRUE(SelectItemByField(handle, index, "SUBJECT", "Same", 1));
+    EXPECT_EQ(handle.Item->Id(), "b");
+    EXPECT_TRUE(SelectItemByField(handle, index, "UID", "2", 7)) << "numbers compare as their text";
+    EXPECT_EQ(handle.Item->Id(), "b");
+}
+
+TEST_F(ItemOperations, ASearchThatMissesLeavesTheHandleAsItWas)
+{
+    FindLoadedItem(index.Table, "a")->SetText("SUBJECT", "same");
+    ASSERT_TRUE(SelectItem(handle, index, "b"));
+    EXPECT_FALSE(SelectItemByField(handle, index, "SUBJECT", "SAME", 1));
+    EXPECT_FALSE(SelectItemByField(handle, index, "SUBJECT", "sam", 0));
+    EXPECT_FALSE(SelectItemByField(handle, index, "NOBODY_HAS_THIS", "", 0)) << "an item without the column is passed over";
+    EXPECT_FALSE(SelectItemByField(handle, index, nullptr, "same", 0));
+    EXPECT_FALSE(SelectItemByField(handle, index, "SUBJECT", nullptr, 0));
+    EXPECT_EQ(handle.Item->Id(), "b");
+}
+
 // ---- Context properties ----
 
 TEST_F(ItemOperations, ContextPropertiesAnswerInAnyCaseWithANewCopy)
@@ -138,6 +164,59 @@ TEST_F(ItemOperations, AnEmptyFieldAnUnknownNameAndNoHandleAreNoProperty)
     EXPECT_EQ(GetContextProperty(nullptr, "VL_FOLDER", &value, &size), kNoProperty);
     EXPECT_EQ(StoreIndex_GetItemPropertyItem(nullptr, "VL_FOLDER", &value, &size), kNoProperty);
     EXPECT_EQ(kNoProperty, 0xFFFFFFFFull);
+}
+
+TEST_F(ItemOperations, TheDirectoryIsResolvedWhenItIsAskedForAndNotKnownYet)
+{
+    void* value = nullptr;
+    uint64_t size = 0;
+    EXPECT_EQ(GetContextProperty(&handle, "VL_FOLDER_PATH", &value, &size), kNoProperty) << "a handle that names no folder";
+    CopyBounded(handle.Postoffice, "po");
+    CopyBounded(handle.Mailbox, "box");
+    CopyBounded(handle.Folder, "Sent");
+    ASSERT_EQ(GetContextProperty(&handle, "vl_folder_path", &value, &size), 2u);
+    EXPECT_STREQ(static_cast<const char*>(value), handle.FolderPath);
+    EXPECT_TRUE(std::string(handle.FolderPath).ends_with("\\po\\MAILROOT\\box\\Sent"));
+    std::free(value);
+}
+
+TEST_F(ItemOperations, AnUnknownClassAnswersAGetWithZero)
+{
+    handle.Class = 77;
+    CopyBounded(handle.Folder, "Inbox");
+    ASSERT_TRUE(SelectItem(handle, index, "a"));
+    void* value = this;
+    uint64_t size = 7;
+    EXPECT_EQ(StoreIndex_GetItemPropertyItem(&handle, "VL_FOLDER", &value, &size), 0u);
+    EXPECT_EQ(value, nullptr);
+    EXPECT_EQ(size, 0u);
+}
+
+TEST_F(ItemOperations, AHostWithNoPlaceForTheAnswerGetsItsStatus)
+{
+    CopyBounded(handle.Folder, "Inbox");
+    handle.Class = kKindMail;
+    EXPECT_EQ(StoreIndex_GetItemPropertyItem(&handle, "VL_FOLDER", nullptr, nullptr), 2u);
+    EXPECT_EQ(StoreIndex_GetItemPropertyItem(&handle, nullptr, nullptr, nullptr), kNoProperty);
+}
+
+TEST_F(ItemOperations, ASetOfAHandlesItemMakesNoItemAndMarksNoRecord)
+{
+    handle.Class = kKindMail;
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, "a", "PR_SUBJECT", "s"), 0u) << "the id selects nothing";
+    ASSERT_TRUE(SelectItem(handle, index, "a"));
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, "b", "PR_SUBJECT", "s"), 1u);
+    EXPECT_EQ(FindLoadedItem(index.Table, "a")->View("SUBJECT"), "s");
+    EXPECT_EQ(Text("VL_STATUS"), "1");
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, nullptr, "SUBJECT", "t"), 0u) << "no name of a mail property";
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, nullptr, "PR_SUBJECT", nullptr), 0u);
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, nullptr, nullptr, "t"), 0u);
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(nullptr, "a", "PR_SUBJECT", "s"), 0u);
+    handle.Class = 77;
+    EXPECT_EQ(StoreIndex_SetItemPropertyItem(&handle, nullptr, "SUBJECT", "t"), 1u) << "other classes take the name as the column";
+    EXPECT_EQ(Text("SUBJECT"), "t");
+    EXPECT_EQ(index.Changed, 0u);
+    EXPECT_EQ(ItemCountOf(index.Table), 2u);
 }
 
 TEST_F(ItemOperations, WhatTheBackEndCannotAnswerTheContextIsAskedFor)
@@ -194,7 +273,7 @@ TEST_F(ItemOperations, AWriteThatIsRefusedMakesNoItem)
         EXPECT_EQ(handle.Item, nullptr) << column;
     }
     EXPECT_EQ(WriteColumnValue(&index, handle, "c", nullptr, "9"), 0u);
-    EXPECT_EQ(WriteColumnValue(&index, handle, "c", "@ID", "another"), 0u);
+    for (const char* const taken : {"a", "", "a>b", "--"}) EXPECT_EQ(WriteColumnValue(&index, handle, "c", "@ID", taken), 0u) << taken;
     EXPECT_EQ(ItemCountOf(index.Table), 2u);
     EXPECT_EQ(index.Table.LastUID, 2u);
     EXPECT_EQ(index.Changed, 0u);
@@ -232,15 +311,69 @@ TEST_F(ItemOperations, FlagsWrittenByNameDoNotMoveTheReadMark)
     EXPECT_EQ(handle.Item->GetNumber("READ"), 1) << "inside the library the column's own name moves it";
 }
 
-TEST_F(ItemOperations, WhatAnItemIsFoundByCannotBeWrittenOver)
+TEST_F(ItemOperations, AnotherIdMovesTheItemToIt)
 {
-    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "@ID", "z"), 0u);
-    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "ID", "z"), 0u);
-    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "UID", "99"), 0u);
+    for (const char* const column : {"@ID", "ID"}) {
+        ASSERT_EQ(WriteColumnValue(&index, handle, "a", column, "z"), 1u);
+        EXPECT_EQ(FindLoadedItem(index.Table, "a"), nullptr);
+        EXPECT_EQ(FindLoadedItem(index.Table, "z"), handle.Item);
+        EXPECT_EQ(handle.Item->Uid(), 1u);
+        EXPECT_EQ(Text("ID"), "z");
+        EXPECT_EQ(Text("VL_STATUS"), "1");
+        EXPECT_EQ(index.Changed, 1u);
+        ASSERT_EQ(WriteColumnValue(&index, handle, "z", column, "a"), 1u) << "and back";
+    }
+    EXPECT_EQ(ItemCountOf(index.Table), 2u);
+    EXPECT_EQ(index.Table.RewriteRequired, 0u) << "neither name is in a file";
+}
+
+TEST_F(ItemOperations, AnIdThatIsNotFreeIsRefused)
+{
+    ASSERT_TRUE(SelectItem(handle, index, "a"));
+    for (const char* const taken : {"b", "", "a>b", "a\"b", "--"}) {
+        EXPECT_EQ(WriteColumnValue(&index, handle, "a", "@ID", taken), 0u) << taken;
+        EXPECT_EQ(WriteColumnValue(nullptr, handle, "", "ID", taken), 0u) << taken;
+    }
+    EXPECT_EQ(handle.Item->Id(), "a");
+    EXPECT_EQ(FindLoadedItem(index.Table, "a"), handle.Item);
+    EXPECT_EQ(FindLoadedItem(index.Table, "b")->Uid(), 2u);
+    EXPECT_EQ(Text("VL_STATUS"), "(none)");
     EXPECT_EQ(index.Changed, 0u);
     EXPECT_EQ(WriteColumnValue(&index, handle, "a", "@ID", "a"), 1u) << "the value that it has is no change";
+}
+
+TEST_F(ItemOperations, WithAPartOfTheFolderInMemoryNoIdIsKnownToBeFree)
+{
+    index.Table.LoadSelection = "a";
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "@ID", "z"), 0u);
+    EXPECT_EQ(handle.Item, nullptr);
     EXPECT_NE(FindLoadedItem(index.Table, "a"), nullptr);
+    EXPECT_EQ(index.Changed, 0u);
+}
+
+TEST_F(ItemOperations, ARemovedItemKeepsTheIdThatItIsStruckOutBy)
+{
+    ASSERT_TRUE(SelectItem(handle, index, "a"));
+    ASSERT_EQ(RemoveItems(index.Table, "a"), 1u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "", "@ID", "z"), 0u);
+    EXPECT_EQ(handle.Item->Id(), "a");
     EXPECT_EQ(FindLoadedItem(index.Table, "z"), nullptr);
+}
+
+TEST_F(ItemOperations, AnItemThatIsMadeForAnotherIdHasThatOne)
+{
+    EXPECT_EQ(WriteColumnValue(&index, handle, "c", "@ID", "z"), 1u);
+    EXPECT_EQ(FindLoadedItem(index.Table, "c"), nullptr);
+    EXPECT_EQ(FindLoadedItem(index.Table, "z"), handle.Item);
+    EXPECT_EQ(handle.Item->Uid(), 3u);
+}
+
+TEST_F(ItemOperations, TheUidOfAnItemCannotBeWrittenOver)
+{
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "UID", "99"), 0u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "@UID", "99"), 0u);
+    EXPECT_EQ(index.Changed, 0u);
+    EXPECT_EQ(WriteColumnValue(&index, handle, "a", "UID", "1"), 1u) << "the value that it has is no change";
     EXPECT_EQ(handle.Item->Uid(), 1u);
 }
 

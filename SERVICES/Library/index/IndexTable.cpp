@@ -136,7 +136,7 @@ bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 
 bool InsertLoadedItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item) { return EnterInMaps(table, item); }
 
-IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::string_view id)
+IndexItemPropertyContainer* FindLoadedItem(const SORTEDSTOREINDEXTYPE& table, std::string_view id)
 {
     return table.Content ? table.Content->ByID.Find(id) : nullptr;
 }
@@ -145,6 +145,30 @@ IndexItemPropertyContainer* FindItem(SORTEDSTOREINDEXTYPE& table, std::string_vi
 {
     EnsureLoadLevel(table, 3);
     return FindLoadedItem(table, id);
+}
+
+bool IsFreeId(const SORTEDSTOREINDEXTYPE& table, std::string_view id)
+{
+    constexpr int32_t kFull = 3;
+    return IsWritableId(id) && table.LoadLevel >= kFull && table.LoadSelection.empty() && !FindLoadedItem(table, id);
+}
+
+bool RenameItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer& item, std::string_view id)
+{
+    if (!IsFreeId(table, id) || FindLoadedItem(table, item.Id()) != &item) return false;
+    IdOrder& byId = ContentOf(table).ByID;
+    byId.Erase(item.Id());
+    try {
+        item.SetText(IndexPropertyRef{kIdSlot, 0}, id);
+    } catch (...) {
+        // The place that it has just left is still there, so this takes no memory.
+        byId.Insert(&item);
+        throw;
+    }
+    byId.Insert(&item);
+    if (item.FileOffset != 0) table.RewriteRequired = 1;
+    MarkItemChanged(item);
+    return true;
 }
 
 uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList)

@@ -52,7 +52,14 @@ uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table);
 // Looks an ID up, loading the table in full first. Null when there is none.
 IndexItemPropertyContainer* FindItem(SORTEDSTOREINDEXTYPE& table, std::string_view id);
 // The same on what is in memory.
-IndexItemPropertyContainer* FindLoadedItem(SORTEDSTOREINDEXTYPE& table, std::string_view id);
+IndexItemPropertyContainer* FindLoadedItem(const SORTEDSTOREINDEXTYPE& table, std::string_view id);
+
+// Whether an item of the table may bear the ID from now on: an index file can carry it, no other item bears it, and the whole
+// folder is in memory, since a part of it cannot tell what else bears it.
+bool IsFreeId(const SORTEDSTOREINDEXTYPE& table, std::string_view id);
+// Gives an item of the table a free ID. False, with nothing changed, for any other ID and for an item that was removed. The
+// element in the file begins with the old ID, so the next save writes the whole file.
+[[nodiscard]] bool RenameItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer& item, std::string_view id);
 
 // Removes every ID of a comma-separated list; "*" empties the table. 0 when the table cannot be loaded to level 2.
 uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList);

@@ -2,7 +2,8 @@
 //
 // What differs between kinds of items is asked here. Apart from this table a kind is looked at for the names of the index
 // and block files of group items, for a record of group items to stay one, for the setting that rebuilds a calendar on every
-// load, for the new-mail count of the Inbox, and for documents, which the provider answers itself. Each back-end lives in the items room; all are listed in items/Backends.cpp. A kind
+// load, for the new-mail count of the Inbox, for the kinds whose items a deletion takes out of the index, and for documents,
+// which the provider answers itself. Each back-end lives in the items room; all are listed in items/Backends.cpp. A kind
 // whose back-end is not built has the absent one: no file of its own, no properties.
 #ifndef VELMORA_INDEX_ITEMBACKEND_H
 #define VELMORA_INDEX_ITEMBACKEND_H
@@ -12,6 +13,10 @@
 #include "velmora/index_records.h"
 
 namespace velmora {
+
+struct InsertionHeader;
+struct NewItemFile;
+bool InsertBareItem(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader& header);
 
 inline constexpr uint32_t kKindMail = 0;
 inline constexpr uint32_t kKindContacts = 1;
@@ -69,6 +74,12 @@ struct ItemBackend {
     // block file. False when a part could not be read at this moment, so that the folder has to be looked at again. Null for
     // a kind that cannot be rebuilt.
     bool (*rebuild)(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* folderPath) = nullptr;
+
+    // Makes an item of a new file of the folder and gives it to the table with EnterNewItem; InsertItem of `index` is placed.
+    // False, with nothing inserted, when the file cannot be read. The default is for kinds whose files nobody reads, and for
+    // those whose reader is not built: the item has its ID and no other column, and the file stays as it is until a reader
+    // can take over all that it says.
+    bool (*insertFile)(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader& header) = InsertBareItem;
 };
 
 const ItemBackend& BackendFor(uint32_t indexKind);

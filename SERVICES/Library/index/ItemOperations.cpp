@@ -7,9 +7,12 @@
 
 #include "common/Mutex.h"
 #include "common/Text.h"
+#include "frame/Guard.h"
+#include "frame/StorePaths.h"
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
 #include "locks/FlagFiles.h"
+#include "velmora/index.h"
 
 namespace velmora {
 
@@ -30,10 +33,14 @@ constexpr ContextProperty kContextProperties[] = {
     {"VL_FOLDER_PATH", &STOREITEMTYPE::FolderPath},
 };
 
-const char* ContextText(const STOREITEMTYPE& handle, std::string_view name)
+const char* ContextText(STOREITEMTYPE& handle, std::string_view name)
 {
-    for (const ContextProperty& property : kContextProperties)
-        if (EqualsNoCase(property.name, name)) return handle.*property.field;
+    for (const ContextProperty& property : kContextProperties) {
+        if (!EqualsNoCase(property.name, name)) continue;
+        // A selection fills the names alone. Without names there is no directory either.
+        if (property.field == &STOREITEMTYPE::FolderPath && *handle.Postoffice) ResolveItemPaths(handle);
+        return handle.*property.field;
+    }
     return "";
 }
 
@@ -48,20 +55,29 @@ bool IsColumnName(std::string_view name)
     return true;
 }
 
-// What an item of a table is found by. Its maps hold the item under the value it had when it came in.
-bool IsKeyOfTable(std::string_view column) { return column == kId || column == kUid; }
-
 bool HasValue(const IndexItemPropertyContainer& item, std::string_view column, std::string_view value)
 {
     std::string present;
     return item.GetText(column, present) && present == value;
 }
 
-// Whether `value` may be written over a key column of `item`, or of the item `itemId` that is to be made for the write.
-bool IsNoChangeOfKey(const IndexItemPropertyContainer* item, std::string_view itemId, std::string_view column, std::string_view value)
+// What an item of a table is found by. Its maps hold the item under the value that it came in with, so a UID stays and an ID
+// is moved by the table.
+bool IsKeyOfTable(std::string_view column) { return column == kId || column == kUid; }
+
+// Whether `value` may become the key of `item`, or of the item of `table` that is to be made with the ID `itemId`.
+bool IsAllowedKey(const SORTEDSTOREINDEXTYPE* table, const IndexItemPropertyContainer* item, std::string_view itemId,
+                  std::string_view column, std::string_view value)
 {
-    if (!item) return column == kId && value == itemId;
-    return !item->Owner || HasValue(*item, column, value);
+    if (item && (!item->Owner || HasValue(*item, column, value))) return true;
+    if (column != kId) return false;
+    return (!item && value == itemId) || (table && IsFreeId(*table, value));
+}
+
+bool WriteColumn(IndexItemPropertyContainer& item, bool key, const char* name, std::string_view text)
+{
+    if (item.Owner && std::string_view(name) == kId && item.Id() != text) return RenameItem(*item.Owner, item, text);
+    return key ? SetItemKeyProperty(item, name, text) : SetItemProperty(item, name, text);
 }
 
 }  // namespace
@@ -95,7 +111,25 @@ bool SelectItem(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* itemId
     return handle.Item != nullptr;
 }
 
-uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
+bool SelectItemByField(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* field, const char* value, uint32_t exact)
+{
+    if (!field || !value) return false;
+    const xMutexLock lock(index.Mutex);
+    std::vector<IndexItemPropertyContainer*> items;
+    ListByUID(index.Table, items);
+    const IndexPropertyRef column = IndexPropertyTable::LookUp(field);
+    const std::string_view wanted = value;
+    std::string text;
+    for (IndexItemPropertyContainer* const item : items) {
+        if (!item->GetText(column, text)) continue;
+        if (exact != 0 ? text != wanted : !EqualsNoCase(text, wanted)) continue;
+        handle.Item = item;
+        return true;
+    }
+    return false;
+}
+
+uint64_t GetContextProperty(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
 {
     *value = nullptr;
     *size = 0;
@@ -111,7 +145,7 @@ uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void*
     return kAnswered;
 }
 
-uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
+uint64_t ReadItemProperty(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size)
 {
     *value = nullptr;
     *size = 0;
@@ -131,20 +165,44 @@ uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const ch
     // Everything that refuses the write comes before the item is made for it.
     const bool fetches = index && (!id.empty() || !handle.Item);
     if (!IsColumnName(name) || IndexPropertyTable::LookUp(name).Slot < 0 || (fetches && index->Table.LoadLevel == 0)) return 0;
-    if (IsKeyOfTable(name) && !IsNoChangeOfKey(fetches ? FindItem(index->Table, id) : handle.Item, id, name, text)) return 0;
+    const IndexItemPropertyContainer* const known = IsKeyOfTable(name) && fetches ? FindItem(index->Table, id) : handle.Item;
+    const SORTEDSTOREINDEXTYPE* const table = index ? &index->Table : known ? known->Owner : nullptr;
+    if (IsKeyOfTable(name) && !IsAllowedKey(table, known, id, name, text)) return 0;
 
     if (fetches && SelectOrCreateItem(*index, handle, itemId) == 0) return 0;
-    if (!handle.Item) return 0;
-    IndexItemPropertyContainer& item = *handle.Item;
-    if (!(key ? SetItemKeyProperty(item, name, text) : SetItemProperty(item, name, text))) return 0;
+    if (!handle.Item || !WriteColumn(*handle.Item, key, name, text)) return 0;
 
     if (index) {
         index->Changed = 1;
         MarkCachedTransactions(index->Path);
     }
     // The next save writes the item's own file.
-    SetItemProperty(item, kVlStatus, "1");
+    SetItemProperty(*handle.Item, kVlStatus, "1");
     return 1;
 }
 
 }  // namespace velmora
+
+using namespace velmora;
+
+uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* item, const char* name, void** value, uint64_t* size)
+{
+    void* answer = nullptr;
+    uint64_t answerSize = 0;
+    const uint64_t status =
+        GuardedEntry("StoreIndex_GetItemPropertyItem", kNoProperty, [&] { return ReadItemProperty(item, name, &answer, &answerSize); });
+    if (value)
+        *value = answer;
+    else
+        std::free(answer);
+    if (size) *size = answerSize;
+    return status;
+}
+
+uint64_t StoreIndex_SetItemPropertyItem(STOREITEMTYPE* item, const char* itemId, const char* name, const void* value)
+{
+    return GuardedEntry("StoreIndex_SetItemPropertyItem", uint64_t{0}, [&]() -> uint64_t {
+        if (!item) return 0;
+        return BackendFor(item->Class).setProperty(nullptr, *item, itemId ? itemId : "", name ? name : "", value);
+    });
+}

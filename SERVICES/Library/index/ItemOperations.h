@@ -1,4 +1,5 @@
-// Items of an open index: find or create, walk, read a property (of the item, or of its place in the store), write a column.
+// Items of an open index: find or create, search, walk, read a property (of the item, or of its place in the store), write a
+// property or a column.
 #ifndef VELMORA_INDEX_ITEMOPERATIONS_H
 #define VELMORA_INDEX_ITEMOPERATIONS_H
 
@@ -35,18 +36,26 @@ uint64_t SelectOrCreateItem(STOREINDEXTYPE& index, STOREITEMTYPE& handle, const 
 // Finds `itemId`; on a miss the handle's item is null.
 bool SelectItem(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* itemId);
 
+// Searches in ascending order of UID for the first item whose column `field` is `value`, byte for byte with `exact` other than
+// 0, else in any case of letters. On a miss, and for a null text, the handle keeps its item. Holds the record's Mutex.
+bool SelectItemByField(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char* field, const char* value, uint32_t exact);
+
 // "VL_MAILBOX", "VL_POSTOFFICE", "VL_FOLDER", "VL_FOLDER_PATH" in any case, from the handle: 2 with a new allocation, or
-// kNoProperty with `value` null and `size` 0.
-uint64_t GetContextProperty(const STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
+// kNoProperty with `value` null and `size` 0. The directory is resolved when it is asked for and not known yet.
+uint64_t GetContextProperty(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
 
 // A property of the item in the handle, from its class's back-end, else from the context.
-uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
+uint64_t ReadItemProperty(STOREITEMTYPE* handle, const char* name, void** value, uint64_t* size);
 
 // Writes `column` of the item `itemId` (made if it does not exist) or, with no id, of the handle's item; marks the record
 // changed and the item for its back-end. With a null `index` it is always the handle's item, and no record is marked. "@" in
-// front of the column names a key column. 1; or 0 when there is no item and none can be made, for a null column, for a name
-// that an index file cannot carry or the process has no place for, and for another ID or UID than the item has. A write that
-// is refused makes no item.
+// front of the column names a key column.
+//
+// Another ID moves the item to it in the index; its file stays where it is. The UID can be written only as it is.
+//
+// 1; or 0 when there is no item and none can be made, for a null column, for a name that an index file cannot carry or the
+// process has no place for, for an ID that is not free (IsFreeId), and for another UID. A write that is refused makes no item
+// and marks nothing.
 uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* value);
 
 }  // namespace velmora

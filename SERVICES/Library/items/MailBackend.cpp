@@ -1,14 +1,19 @@
 #include "items/MailBackend.h"
 
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "common/Text.h"
 #include "index/IndexItem.h"
+#include "index/ItemFile.h"
+#include "index/ItemInsertion.h"
 #include "index/ItemOperations.h"
 #include "items/ColumnValue.h"
 #include "items/MailProperties.h"
 #include "items/MailScan.h"
-#include "platform/win32.h"
+#include "items/MessageFile.h"
+#include "items/MessageHeader.h"
 
 namespace velmora {
 
@@ -40,21 +45,55 @@ uint64_t Scan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const char* fo
 
 uint64_t SaveItem(STOREINDEXTYPE*, STOREITEMTYPE&) { return 1; }
 
-bool DeleteItemFile(STOREITEMTYPE& handle, const char* itemId)
-{
-    std::string name(handle.Item ? handle.Item->Id() : std::string_view());
-    if (name.empty()) name = TextOrEmpty(itemId);
-    // An ID that names another directory comes from a damaged index, and no file of this folder is meant.
-    if (name.empty() || name.find_first_of("\\/") != std::string::npos) return false;
-    const std::string path = std::string(handle.FolderPath) + "\\" + name;
-    if (DeleteFileA(path.c_str())) return true;
-    const DWORD error = GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-}
-
 bool Rebuild(STOREINDEXTYPE*, SORTEDSTOREINDEXTYPE& table, const char* folderPath)
 {
     return RebuildFromMessages(table, TextOrEmpty(folderPath));
+}
+
+// A size in front of all flags spares the store a look at the file: whoever wrote it knows.
+void TakeSize(MessageHeader& header, const MessageFile& file)
+{
+    constexpr std::string_view kSizeMark = "SIZE=";
+    if (!header.TempFlags.starts_with(kSizeMark)) {
+        header.Size = static_cast<int32_t>(static_cast<uint32_t>(file.Size()));
+        return;
+    }
+    header.Size = ParseLong(std::string_view(header.TempFlags).substr(kSizeMark.size()));
+    // Kept: with the size go the flags behind it.
+    header.TempFlags.clear();
+}
+
+bool ReadNewMessage(STOREINDEXTYPE& index, const NewItemFile& file, MessageHeader& header)
+{
+    const std::string path = ItemFilePath(index.InsertItem, file.id);
+    if (path.empty()) return false;
+    MessageFile message(path);
+    HeaderParseOptions options;
+    options.clearTempFlags = file.clearTempFlags;
+    if (ReadMessageHeaders(message, header, options) != MessageRead::Whole) return false;
+    TakeSize(header, message);
+    return true;
+}
+
+// The message gets the next UID of the folder, whatever its file says.
+bool InsertFile(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader& given)
+{
+    MessageHeader header;
+    header.TempFlags = given.TempFlags;
+    header.Read = given.Read;
+    header.FolderUid = given.FolderUid;
+    // A name that is cut would be an item of no file, and the message would never be found again.
+    if (!CopyBounded(header.ItemId, file.id)) return false;
+    const bool whole = file.readHeaders == 1;
+    if (whole && !ReadNewMessage(index, file, header)) return false;
+
+    auto item = std::make_unique<IndexItemPropertyContainer>();
+    MessageHeader_SetItemProperties(*item, header, !whole);
+    given.TempFlags = std::move(header.TempFlags);
+    given.Read = header.Read;
+    given.Size = header.Size;
+    EnterNewItem(index, std::move(item));
+    return true;
 }
 
 }  // namespace
@@ -70,6 +109,7 @@ constinit const ItemBackend kMailBackend = {
     .scannedByOpen = true,
     .indexGet = IndexGet::Open,
     .rebuild = Rebuild,
+    .insertFile = InsertFile,
 };
 
 }  // namespace velmora

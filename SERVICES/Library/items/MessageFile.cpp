@@ -33,6 +33,12 @@ uint32_t MessageFile::DosLastWrite() const
     return DosDateTime(found.ftLastWriteTime);
 }
 
+uint64_t MessageFile::Size() const
+{
+    LARGE_INTEGER size{};
+    return GetFileSizeEx(handle_, &size) ? static_cast<uint64_t>(size.QuadPart) : 0;
+}
+
 size_t MessageFile::Read(char* buffer, size_t size)
 {
     DWORD done = 0;

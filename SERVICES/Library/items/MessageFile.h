@@ -27,6 +27,9 @@ public:
     // The last write in DOS form, from the handle, else from a search for the path; 0 when neither tells.
     uint32_t DosLastWrite() const;
 
+    // Bytes; 0 when it cannot be told.
+    uint64_t Size() const;
+
     // Up to `size` bytes; 0 at the end or on a fault, which Failed() tells apart.
     size_t Read(char* buffer, size_t size) override;
     bool Failed() const { return failed_; }

@@ -78,6 +78,11 @@ void MessageHeader_Reset(MessageHeader& header)
 MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options)
 {
     MessageFile file(path);
+    return ReadMessageHeaders(file, header, options);
+}
+
+MessageRead ReadMessageHeaders(MessageFile& file, MessageHeader& header, const HeaderParseOptions& options)
+{
     if (!file.IsOpen()) {
         const uint32_t error = file.OpenError();
         return error == 0 || NamesNothing(error) ? MessageRead::NoMessage : MessageRead::Interrupted;

@@ -17,6 +17,7 @@
 namespace velmora {
 
 class LineReader;
+class MessageFile;
 
 inline constexpr int32_t kDefaultImportance = 3;
 
@@ -65,6 +66,7 @@ enum class MessageRead {
 // The same on a file, with its last write in ModifiedDate. What `header` holds is of no use unless the answer is Whole; a
 // file that is not opened changes nothing in it.
 [[nodiscard]] MessageRead ReadMessageHeaders(const std::string& path, MessageHeader& header, const HeaderParseOptions& options);
+[[nodiscard]] MessageRead ReadMessageHeaders(MessageFile& file, MessageHeader& header, const HeaderParseOptions& options);
 
 // Whether a line of the rest begins "Content-Disposition: attachment", in any case.
 bool BodyHasAttachment(LineReader& rest);

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "common/Text.h"
 #include "frame/Guard.h"
@@ -11,6 +12,7 @@
 #include "index/ItemBackend.h"
 #include "index/ItemOperations.h"
 #include "items/CalendarDocument.h"
+#include "items/PropertyTypes.h"
 #include "provider/FolderAccess.h"
 
 static_assert(VELMORA_NO_PROPERTY == velmora::kNoProperty);
@@ -67,7 +69,7 @@ PropertyAnswer GetFromFolder(TLSStoreIndex& context, const SharedIndex& index, c
     ResolveItemPaths(handle);
     TakeClass(handle, index);
     PropertyAnswer answer;
-    answer.status = StoreIndex_GetItemPropertyItem(&handle, name, &answer.value, &answer.size);
+    answer.status = ReadItemProperty(&handle, name, &answer.value, &answer.size);
     return answer;
 }
 
@@ -88,6 +90,52 @@ uint64_t SelectInFolder(TLSStoreIndex& context, FolderAccess& folder, const char
     CompleteHandle(context.CurrentFolderItem, index);
     folder.LoadInFull();
     return SelectItem(context.CurrentFolderItem, index, itemId) ? 1 : 0;
+}
+
+uint64_t SelectByField(TLSStoreIndex& context, FolderAccess& folder, const char* field, const char* value, uint32_t exact)
+{
+    SharedIndex& index = *folder.Index();
+    CompleteHandle(context.CurrentFolderItem, index);
+    folder.LoadInFull();
+    return SelectItemByField(context.CurrentFolderItem, index, field, value, exact) ? 1 : 0;
+}
+
+uint64_t CreateItem(TLSStoreIndex& context, FolderAccess& folder, const char* itemId)
+{
+    SharedIndex& index = *folder.Index();
+    CompleteHandle(context.CurrentFolderItem, index);
+    if (index.Table.LoadLevel != 0) folder.LoadInFull();
+    return SelectOrCreateItem(index, context.CurrentFolderItem, itemId);
+}
+
+// Kinds whose items a deletion takes out of the index.
+bool IsDeletedFromIndex(uint32_t kind) { return kind <= kKindTasks; }
+
+uint64_t DeleteItem(TLSStoreIndex& context, FolderAccess& folder, const char* itemId)
+{
+    SharedIndex& index = *folder.Index();
+    STOREITEMTYPE& handle = context.CurrentFolderItem;
+    // Kept: before anything is looked at, so that the next save runs also when nothing was deleted.
+    index.Changed = 1;
+    CompleteHandle(handle, index);
+    if (!itemId || !*itemId) return 1;
+    folder.LoadInFull();
+    if (!SelectItem(handle, index, itemId)) return 0;
+    ResolveItemPaths(handle);
+    if (!IsDeletedFromIndex(handle.Class)) return 1;
+    // Kept: the file first. When only one of the two goes, the next scan of the folder puts that right.
+    (void)BackendFor(handle.Class).deleteItemFile(handle, itemId);
+    RemoveItems(index.Table, std::vector<IndexItemPropertyContainer*>{handle.Item});
+    handle.Item = nullptr;
+    return 1;
+}
+
+uint64_t SaveCurrentItem(TLSStoreIndex& context, FolderAccess& folder)
+{
+    STOREITEMTYPE& handle = context.CurrentFolderItem;
+    CompleteHandle(handle, *folder.Index());
+    if (handle.Item) BackendFor(handle.Class).saveItem(folder.Index(), handle);
+    return 1;
 }
 
 uint64_t BeginWalk(TLSStoreIndex& context, FolderAccess& folder)
@@ -148,6 +196,38 @@ uint64_t StoreItem_FreeProperty(void* value)
 {
     std::free(value);
     return 1;
+}
+
+uint64_t StoreItem_SaveToStore() { return WithOpenFolder("StoreItem_SaveToStore", 1, SaveCurrentItem); }
+
+uint64_t StoreItemProperty_GetType(const char* name, uint32_t classHint)
+{
+    return GuardedEntry("StoreItemProperty_GetType", uint64_t{0}, [&]() -> uint64_t { return PropertyClientType(name, classHint); });
+}
+
+uint64_t StoreFolder_CreateItem(const char* itemId)
+{
+    return WithOpenFolder("StoreFolder_CreateItem", 0,
+                          [&](TLSStoreIndex& context, FolderAccess& folder) { return CreateItem(context, folder, itemId); });
+}
+
+uint64_t StoreFolder_DeleteItem(const char* itemId)
+{
+    return WithOpenFolder("StoreFolder_DeleteItem", 0,
+                          [&](TLSStoreIndex& context, FolderAccess& folder) { return DeleteItem(context, folder, itemId); });
+}
+
+uint64_t StoreFolder_SelectItemByField(const char* field, const char* value)
+{
+    return WithOpenFolder("StoreFolder_SelectItemByField", 0,
+                          [&](TLSStoreIndex& context, FolderAccess& folder) { return SelectByField(context, folder, field, value, 0); });
+}
+
+uint64_t StoreFolder_SelectItemByField_Ex(const char* field, const char* value, uint32_t exact)
+{
+    return WithOpenFolder("StoreFolder_SelectItemByField_Ex", 0, [&](TLSStoreIndex& context, FolderAccess& folder) {
+        return SelectByField(context, folder, field, value, exact);
+    });
 }
 
 uint64_t StoreFolder_SelectItem(const char* itemId)
