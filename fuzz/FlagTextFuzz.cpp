@@ -1,5 +1,5 @@
-// Flag texts of any bytes: lists that flags are added to, the line of a message that brings flags, what an index item keeps
-// of them and what a folder's counts make of them. The rules stand here a second time, in the plainest form.
+// Flag texts of any bytes: lists that flags are added to, changes of lists, the line of a message that brings flags, what an
+// index item keeps of them and what a folder's counts make of them. The rules stand here a second time, in the plainest form.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fuzz/FuzzedChoices.h"
+#include "index/FlagChanges.h"
 #include "items/MessageHeader.h"
 #include "persistence/StreamIndexReader.h"
 #include "tests/index/TestTable.h"
@@ -48,6 +49,74 @@ void Lists(Choices& choices)
         const std::string flag = choices.OneIn(2) ? choices.Pick(known) : choices.Bytes(12);
         const bool added = AddFlagStatus(list, flag);
         if (added != PlainAdd(plain, flag) || list != plain) Require("a list became (" + list + ") and not (" + plain + ")");
+    }
+}
+
+std::vector<std::string> Split(const std::string& text, char end)
+{
+    std::vector<std::string> parts(1);
+    for (const char c : text) {
+        if (c == end)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    }
+    return parts;
+}
+
+bool Same(std::string_view a, std::string_view b) { return a.size() == b.size() && Holds(a, b); }
+
+void PlainTake(std::string& list, const std::string& flag)
+{
+    std::string kept;
+    size_t flags = 0;
+    for (std::string present : Split(list, ' ')) {
+        if (present.empty() || flags == 1000) continue;
+        ++flags;
+        if (present.size() > 255) present.resize(255);
+        if (!Same(present, flag)) kept += (kept.empty() ? "" : " ") + present;
+    }
+    list = kept;
+}
+
+bool PlainChange(std::string& list, const std::string& change)
+{
+    const size_t blank = change.find(' ');
+    std::vector<std::string> tokens{change.substr(0, blank)};
+    if (blank != std::string::npos)
+        for (const std::string& token : Split(change.substr(blank + 1), ',')) tokens.push_back(token);
+    const char first = tokens[0].empty() ? ' ' : tokens[0][0];
+    if (first != '+' && first != '-') list.clear();
+    bool changed = false;
+    for (const std::string& token : tokens) {
+        const char sign = token.empty() ? ' ' : token[0];
+        const std::string flag = sign == '+' || sign == '-' ? token.substr(1) : token;
+        const std::string spelled = !flag.empty() && flag[0] == '\\' ? flag : "\\" + flag;
+        if (sign == '-') {
+            PlainTake(list, spelled);
+            changed = true;
+        } else if (!Holds(list, flag)) {
+            list += (list.empty() ? "" : " ") + spelled;
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+void Changes(Choices& choices)
+{
+    const char* const known[] = {"SEEN", "\\SEEN", "+SEEN", "-seen", "+\\FLAGGED", "-", "+", " ", ",", "  ", "ANSWERED", "-\\Recent"};
+    std::string list = choices.Bytes(40);
+    if (choices.OneIn(8)) list += std::string(choices.Below(600), 'f');
+    if (choices.OneIn(16))
+        for (uint32_t flags = choices.Below(1100); flags > 0; --flags) list += " x";
+    std::string plain = list;
+    for (uint32_t count = choices.Below(4); count > 0; --count) {
+        std::string change;
+        for (uint32_t parts = choices.Below(6); parts > 0; --parts) change += choices.OneIn(2) ? choices.Pick(known) : choices.Bytes(12);
+        const bool changed = ApplyFlagChanges(list, change);
+        if (changed != PlainChange(plain, change) || list != plain)
+            Require("with (" + change + ") the flags became (" + list + ") and not (" + plain + ")");
     }
 }
 
@@ -126,5 +195,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Lists(choices);
     Messages(choices);
     Counts(choices);
+    Changes(choices);
     return 0;
 }

@@ -22,12 +22,13 @@ enum {
 extern "C" {
 #endif
 
-/* Reads the counts of a folder into `details`, an array of exactly 13 words that the caller owns. `folder` may be empty for
- * the mailbox itself. A null pointer answers 0 and changes nothing.
+/* Reads the counts of a folder into `details`, an array of exactly 13 words that the caller owns. An empty or null `folder`
+ * is the mailbox itself. Any other null pointer answers 0 and changes nothing.
  *
  * 1 when anything was read, 0 otherwise; words that the file does not have keep what the caller put there. In both cases
  * words 1, 3, 7, 8 and 9 are lowered to word 6 where they are above it, compared as signed numbers. Takes no lock: the
- * counts are a cache, and may be older than the index. */
+ * counts are a cache, and may be older than the index. They are kept by every save of a whole folder and by the direct calls
+ * (direct.h), whose changes of flags may let words 3, 4 and 7 drift, also below zero, until the next full count. */
 VELMORA_API uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
 
 /* Writes the counts of a folder; `details` as above. A null pointer and an empty name answer 0 and change nothing. Else the

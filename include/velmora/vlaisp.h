@@ -49,11 +49,14 @@
 #ifndef VELMORA_VLAISP_H
 #define VELMORA_VLAISP_H
 
+#include "velmora/direct.h"
 #include "velmora/folder.h"
 #include "velmora/index.h"
 #include "velmora/item.h"
+#include "velmora/item_record.h"
 #include "velmora/library.h"
 #include "velmora/locks.h"
 #include "velmora/status.h"
+#include "velmora/time.h"
 
 #endif

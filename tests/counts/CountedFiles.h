@@ -32,7 +32,7 @@ struct FileCost {
 inline std::ostream& operator<<(std::ostream& out, const FileCost& cost)
 {
     static constexpr std::array<const char*, FileCost::kKinds> kNames = {"open", "read", "write",          "resize", "delete",
-                                                                         "move", "copy", "make directory", "search"};
+                                                                         "move", "copy", "make directory", "search", "seek"};
     for (size_t kind = 0; kind < FileCost::kKinds; ++kind)
         if (cost.operations[kind] != 0) out << cost.operations[kind] << " " << kNames[kind] << ", ";
     return out << cost.listings << " listings, " << cost.bytesRead << " bytes read, " << cost.bytesWritten << " bytes written";

@@ -101,6 +101,19 @@ TEST_F(PosixListings, TheCachedCountsListNothing)
     EXPECT_EQ(DirectoryListings(), before);
 }
 
+TEST_F(PosixListings, ADeliveryAFlagAndARemovalListNothing)
+{
+    const std::string id = GrownItemName(kMessages + 1);
+    WriteFileBytes(folder_.Path() + "/" + id, "Subject: s\r\n\r\n");
+    const uint64_t before = DirectoryListings();
+    // Neither the folder nor the mailbox has a file of sizes: they are looked for all the same.
+    EXPECT_EQ(Direct_StoreIndex_InsertItemEx("po", "box", folder_.Name().c_str(), id.c_str(), "SIZE=4096"), 1u);
+    EXPECT_EQ(Direct_StoreIndex_UpdateItem("po", "box", folder_.Name().c_str(), id.c_str(), "+FLAGGED"), 1u);
+    EXPECT_EQ(Direct_StoreIndex_RemoveItem("po", "box", folder_.Name().c_str(), id.c_str()), 1u);
+    EXPECT_EQ(DirectoryListings(), before);
+    EXPECT_EQ(ReadFileBytes(folder_.IndexFile()).find(id), std::string::npos) << "struck out";
+}
+
 // A folder is first opened without its counts and its mark as well: they are looked for all the same.
 TEST_F(PosixListings, CachedCountsThatAreNotThereListNothing)
 {

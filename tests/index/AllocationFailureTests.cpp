@@ -1,54 +1,30 @@
 // Memory that runs out in the middle of an insert or a removal: each allocation fails once, and the table stays in step.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <set>
 #include <string>
 
 #include "tests/index/TestTable.h"
-
-namespace {
-
-// Allocations until one fails, on the thread that set it; 0: none does.
-thread_local size_t allocationsLeft = 0;
-
-void* AllocateOrFail(size_t size)
-{
-    if (allocationsLeft > 0 && --allocationsLeft == 0) throw std::bad_alloc();
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (!memory) throw std::bad_alloc();
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return AllocateOrFail(size); }
-void* operator new[](size_t size) { return AllocateOrFail(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
+#include "tests/support/memory/Allocations.h"
 
 namespace velmora::test {
 namespace {
 
 // Runs `body` with its n-th allocation failing; true when it got through without meeting that one.
 template <typename Body>
-bool CompletesWithFailureAt(size_t n, Body body)
+bool CompletesWithFailureAt(uint32_t n, Body body)
 {
-    allocationsLeft = n;
+    const AllocationFault fault(n, FaultSpan::Once);
     try {
         body();
     } catch (const std::bad_alloc&) {
-        allocationsLeft = 0;
         return false;
     }
-    const bool met = allocationsLeft == 0;
-    allocationsLeft = 0;
     // A failure that was met and dealt with inside counts as one more round.
-    return !met;
+    return AllocationFault::Hits() == 0;
 }
 
 // Every item is in all three orderings, or among the removed ones, and nowhere twice.
@@ -78,7 +54,7 @@ TEST(AllocationFailure, AnInsertThatRunsOutOfMemoryLeavesTheItemWithItsCaller)
     for (const uint32_t size : kSizes) {
         TestTable table;
         for (uint32_t i = 0; i < size; ++i) ASSERT_NE(Add(table, "n" + std::to_string(i)), nullptr);
-        size_t n = 1;
+        uint32_t n = 1;
         for (;; ++n) {
             ASSERT_LT(n, 100u);
             auto item = std::make_unique<IndexItemPropertyContainer>();
@@ -107,7 +83,7 @@ TEST(AllocationFailure, AnInsertBetweenOthersThatRunsOutOfMemoryKeepsTheTableInS
     for (const uint32_t size : {8u, 1024u}) {
         TestTable table;
         for (uint32_t i = 1; i <= size; ++i) ASSERT_NE(Add(table, "n" + std::to_string(i), i * 10), nullptr);
-        for (size_t n = 1;; ++n) {
+        for (uint32_t n = 1;; ++n) {
             ASSERT_LT(n, 100u);
             auto item = NewItem("new", 15);
             bool taken = false;
@@ -126,7 +102,7 @@ TEST(AllocationFailure, ARemovalThatRunsOutOfMemoryRemovesAnItemOnceOrNotAtAll)
 {
     for (const char* list : {"n1", "n0,n2,n5,absent", "*", "*,n3"}) {
         bool anyFailed = false;
-        for (size_t n = 1;; ++n) {
+        for (uint32_t n = 1;; ++n) {
             ASSERT_LT(n, 200u);
             TestTable table;
             for (uint32_t i = 0; i < 20; ++i) ASSERT_NE(Add(table, "n" + std::to_string(i)), nullptr);

@@ -164,6 +164,27 @@ protected:
     size_t forgotten = 0;
 };
 
+class OpenLife : public Life {
+protected:
+    // An INBOX of two messages with an index made by an open, whose file time is an hour old.
+    void MakeIndexedInbox()
+    {
+        inbox = store.MakeFolder("INBOX");
+        PutMail(inbox, "1.MAI");
+        PutMail(inbox, "2.MAI");
+        Attach();
+        HostRecord maker("INBOX");
+        ASSERT_EQ(StoreIndex_Open(&maker, 1), 1u);
+        Age(inbox / "_index.xml");
+        ForgetLines();
+    }
+    std::string CheckDirtyLine(const HostRecord& record) const
+    {
+        return "StoreIndex_Open::Performing StoreIndex_Scan(VL_STOREINDEX_CHECKDIRTY) on folder " + record.Path();
+    }
+    fs::path inbox;
+};
+
 }  // namespace velmora::test
 
 #endif

@@ -19,13 +19,9 @@ constexpr struct {
     const char* name;
     void (*body)(Peer::Line& line, const std::vector<std::string>& arguments);
 } kBodies[] = {
-    {"add-items", AddItemsPeer},
-    {"deliver", DeliverPeer},
-    {"echo", EchoPeer},
-    {"hold-block", HoldBlockPeer},
-    {"insert-contact", InsertContactPeer},
-    {"rewrite", RewritePeer},
-    {"save-subject", SaveSubjectPeer},
+    {"add-items", AddItemsPeer}, {"deliver", DeliverPeer},          {"deliver-directly", DeliverDirectlyPeer},
+    {"echo", EchoPeer},          {"hold-block", HoldBlockPeer},     {"insert-contact", InsertContactPeer},
+    {"rewrite", RewritePeer},    {"save-subject", SaveSubjectPeer},
 };
 
 // The library, loaded as by a process of its own.

@@ -17,6 +17,9 @@ void HoldBlockPeer(Peer::Line& line, const std::vector<std::string>& arguments);
 void SaveSubjectPeer(Peer::Line& line, const std::vector<std::string>& arguments);
 // Puts 3.MAI into the folder at arguments[0] and flags it.
 void DeliverPeer(Peer::Line& line, const std::vector<std::string>& arguments);
+// Delivers messages named arguments[1] and a number into the inbox at arguments[0] with the direct calls; with "again" as
+// arguments[2] each until it is had. Answers before it begins, and to the next order when it is done.
+void DeliverDirectlyPeer(Peer::Line& line, const std::vector<std::string>& arguments);
 // Knows the columns in an order of its own and writes the folder named arguments[0] in full.
 void RewritePeer(Peer::Line& line, const std::vector<std::string>& arguments);
 // Adds b.vcf to the contacts at arguments[0] and flags them.

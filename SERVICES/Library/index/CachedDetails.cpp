@@ -61,7 +61,7 @@ std::string DetailsPath(const char* postoffice, const char* mailbox, const char*
 {
     char directory[kStatusPathSize];
     ResolveStatusPath(directory, sizeof directory, postoffice, mailbox, folder);
-    return std::string(directory) + (*folder == '\0' ? "" : "\\") + kCachedDetailsFile;
+    return std::string(directory) + (folder && *folder == '\0' ? "" : "\\") + kCachedDetailsFile;
 }
 
 }  // namespace
@@ -115,7 +115,7 @@ bool IsEmpty(const char* text) { return !text || *text == '\0'; }
 
 uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details)
 {
-    if (!postoffice || !mailbox || !folder || !details) return 0;
+    if (!postoffice || !mailbox || !details) return 0;
     return GuardedEntry("GetCachedStatus", uint64_t{0},
                         [&] { return uint64_t{ReadCachedDetails(DetailsPath(postoffice, mailbox, folder), WordsOf(details))}; });
 }

@@ -8,6 +8,7 @@
 #define VELMORA_INDEX_STOREINDEXLIFE_H
 
 #include <cstdint>
+#include <functional>
 
 #include "velmora/index_records.h"
 #include "velmora/vlaisp.h"
@@ -25,7 +26,9 @@ uint64_t StoreIndex_SaveChanged(STOREINDEXTYPE* index);
 uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffice, const char* mailbox, const char* folder,
                                      uint32_t keepHandle, void*& handle, int32_t level);
 // Its end: saves if `commit`, writes _FOLDER.DAT (from `details`, or computed with null), lets the block go. Always 1.
-uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[13]);
+// `lastStep` runs in between: what belongs to the change and must not be met by the next holder half done.
+uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[13],
+                                 const std::function<void()>& lastStep = {});
 
 // The scan of a folder's files with a scan mode of ItemBackend.h.
 uint64_t ScanStoreIndex(STOREINDEXTYPE* index, uint32_t scanMode);

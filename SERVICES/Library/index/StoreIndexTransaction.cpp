@@ -64,8 +64,8 @@ void WriteDetails(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
 }
 
 void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
-{
-    CreateDirectoryA(index.Path, nullptr);
+try {
+    // The directory is there: the block file stands in it.
     StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::Committing Index for folder %s\n", index.Path));
     const xMutexLock lock(index.Mutex);
     const uint64_t lastWrite = ReadFileStamp(IndexFilePath(index.Path, index.IndexKind)).lastWrite;
@@ -83,6 +83,10 @@ void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
     StoreLog(kLogProgress,
              FormatText("StoreIndex_SaveAndClose::Failed to commit index for folder %s. Folder will be marked as dirty.\n", index.Path));
     MarkFolderDirty(index.Path);
+} catch (...) {
+    // How far it came is not known.
+    MarkQuietly(index.Path);
+    throw;
 }
 
 // Lets a transaction's block go at the end of the scope, whatever happened in it.
@@ -117,6 +121,8 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
                                      uint32_t keepHandle, void*& handle, int32_t level)
 {
     PlaceRecord(index, postoffice, mailbox, folder);
+    // Without memory for a path the block would be taken at the root of the drive.
+    if (!*index.Path) return 0;
     // Kept: in every notification mode, where an open announces only in mode 4. Clients learn of deliveries by this alone.
     if (mailbox) NotifyClients(MailboxDirectory(index.Postoffice, mailbox).c_str(), index.Folder, "COMMIT", kTransactionNoticeFlags);
 
@@ -136,12 +142,14 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
     return 1;
 }
 
-uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[kDetailWords])
+uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[kDetailWords],
+                                 const std::function<void()>& lastStep)
 {
     ::StoreIndex_SetPaths(&index);
     TransactionBlock block(index, keepHandle, handle);
     block.TakeOver();
     if (commit) CommitTransaction(index, details);
+    if (lastStep) lastStep();
     return 1;
 }
 

@@ -1,0 +1,245 @@
+// What the direct calls cost: the bytes of each file that they read and write, and the memory that they ask for.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "tests/counts/CountedFiles.h"
+#include "tests/counts/GrownFolder.h"
+#include "velmora/vlaisp.h"
+
+namespace {
+
+thread_local uint64_t allocations = 0;
+
+void* AllocateAndCount(size_t size)
+{
+    ++allocations;
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
+
+}  // namespace
+
+void* operator new(size_t size) { return AllocateAndCount(size); }
+void* operator new[](size_t size) { return AllocateAndCount(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
+
+namespace velmora::test {
+namespace {
+
+using platform::FileOperation;
+
+struct Traffic {
+    uint64_t opens = 0, read = 0, written = 0, resizes = 0;
+    bool operator==(const Traffic&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Traffic& traffic)
+{
+    return out << traffic.opens << " opens, " << traffic.read << " read, " << traffic.written << " written, " << traffic.resizes
+               << " resizes";
+}
+
+// By the last names of the files. A read or a write is of the file that was opened last, which holds for these calls: the
+// block file stays open, and is neither read nor written.
+class TracedFiles : public platform::FileSeam {
+public:
+    TracedFiles() : before_(platform::ReplaceFileSeam(this)) {}
+    ~TracedFiles() override { platform::ReplaceFileSeam(before_); }
+    TracedFiles(const TracedFiles&) = delete;
+    TracedFiles& operator=(const TracedFiles&) = delete;
+
+    platform::FileVerdict Before(FileOperation operation, const char* path, uint64_t bytes) override
+    {
+        const std::string_view name(path ? path : "");
+        if (operation == FileOperation::Open) {
+            last_ = NameOf(name);
+            ++byName[last_].opens;
+        }
+        if (operation == FileOperation::Read) byName[last_].read += bytes;
+        if (operation == FileOperation::Write) byName[last_].written += bytes;
+        if (operation == FileOperation::Resize) ++byName[last_].resizes;
+        return {};
+    }
+
+    std::map<std::string, Traffic> byName;
+
+private:
+    // The mailbox and the folder each have a file of sizes; the two count together.
+    static std::string NameOf(std::string_view path) { return std::string(path.substr(path.find_last_of("\\/") + 1)); }
+
+    std::string last_;
+    platform::FileSeam* before_;
+};
+
+constexpr uint64_t kFirstLine = 1023;  // of a file whose first line is all of it
+constexpr uint64_t kHeader = 33;
+constexpr uint64_t kTail = 31;
+constexpr uint64_t kBeforeTail = 64;  // what stands in front of the end tag
+constexpr uint64_t kHeaderDigits = 8;
+constexpr uint64_t kEndTag = 16;
+constexpr uint64_t kCounts = 52;
+constexpr uint64_t kSizeBuffer = 254;
+
+const std::string kNewItem = GrownItemName(0x00FFFFFF);
+constexpr char kMessage[] = "From: a@example.org\r\nSubject: the new one\r\n\r\nbody\r\n";
+
+class DirectCost : public testing::Test {
+protected:
+    DirectCost()
+    {
+        store_.Attach();
+        few_ = std::make_unique<GrownFolder>(store_, kFewItems);
+        many_ = std::make_unique<GrownFolder>(store_, kManyItems);
+        one_ = std::make_unique<GrownFolder>(store_, 1);
+        for (const GrownFolder* const folder : {few_.get(), many_.get(), one_.get()}) {
+            WriteFileBytes(folder->Path() + "/" + kNewItem, kMessage);
+            WriteFileBytes(folder->Path() + "/_DIRSIZE.TMP", "50000");
+        }
+        WriteFileBytes(store_.MailRoot() / "po" / "MAILROOT" / "box" / "_DIRSIZE.TMP", "50000");
+    }
+
+    using Action = std::function<void(const GrownFolder&)>;
+
+    static std::map<std::string, Traffic> TrafficOf(const GrownFolder& folder, const Action& action)
+    {
+        TracedFiles files;
+        action(folder);
+        return files.byName;
+    }
+
+    TestStore store_;
+    std::unique_ptr<GrownFolder> few_, many_;
+    // The first call of anything in a process reads settings and learns names, so it is made here beforehand.
+    std::unique_ptr<GrownFolder> one_;
+};
+
+void Deliver(const GrownFolder& folder)
+{
+    EXPECT_EQ(Direct_StoreIndex_InsertItemEx("po", "box", folder.Name().c_str(), kNewItem.c_str(), "SIZE=4096"), 1u);
+}
+
+void FlagLast(const GrownFolder& folder)
+{
+    EXPECT_EQ(Direct_StoreIndex_UpdateItem("po", "box", folder.Name().c_str(), GrownItemName(folder.Items()).c_str(), "+FLAGGED"), 1u);
+}
+
+TEST_F(DirectCost, ADeliveryReadsTheEndsOfTheIndexAndWritesWhatIsNewAndNothingElse)
+{
+    Deliver(*one_);
+    const uint64_t before = std::filesystem::file_size(many_->IndexFile());
+    const auto traffic = TrafficOf(*many_, Deliver);
+    const uint64_t element = std::filesystem::file_size(many_->IndexFile()) - before;
+
+    std::map<std::string, Traffic> left = traffic;
+    EXPECT_EQ(left["_index.xml"].written, element + kEndTag + kHeaderDigits);
+    EXPECT_LE(left["_index.xml"].read, kFirstLine + kHeader + kTail + kBeforeTail);
+    EXPECT_EQ(left["_index.xml"].resizes, 0u);
+    left.erase("_index.xml");
+    EXPECT_EQ(left["_FOLDER.DAT"], (Traffic{2, kCounts, kCounts, 0}));
+    left.erase("_FOLDER.DAT");
+    EXPECT_EQ(left["_DIRSIZE.TMP"], (Traffic{2, 2 * kSizeBuffer, 10, 0})) << "of the mailbox and of the folder";
+    left.erase("_DIRSIZE.TMP");
+    EXPECT_EQ(left["_index.blk"], (Traffic{1, 0, 0, 0}));
+    left.erase("_index.blk");
+    EXPECT_EQ(left[kNewItem].written, 0u);
+    left.erase(kNewItem);
+    for (const auto& [name, more] : left) ADD_FAILURE() << name << ": " << more;
+}
+
+TEST_F(DirectCost, ADeliveryCostsTheSameWhateverTheSizeOfTheFolder)
+{
+    Deliver(*one_);
+    const auto cost = [](const GrownFolder& folder) {
+        CountedFiles files(folder.Name());
+        Deliver(folder);
+        return files.Cost();
+    };
+    const FileCost few = cost(*few_);
+    const FileCost many = cost(*many_);
+    EXPECT_EQ(few.operations, many.operations) << "few: " << few << "\nmany: " << many;
+    EXPECT_EQ(few.bytesRead, many.bytesRead);
+    const size_t moreDigits = std::to_string(kManyItems + 1).size() - std::to_string(kFewItems + 1).size();
+    EXPECT_EQ(few.bytesWritten + moreDigits, many.bytesWritten);
+    EXPECT_EQ(many.listings, 0u);
+    EXPECT_EQ(many.Of(FileOperation::MakeDirectory), 0u);
+    EXPECT_EQ(many.Of(FileOperation::Move) + many.Of(FileOperation::Copy), 0u);
+    EXPECT_EQ(many.Of(FileOperation::Delete), 1u) << "the block";
+    EXPECT_EQ(many.Of(FileOperation::Resize), 0u);
+}
+
+TEST_F(DirectCost, ADeliveryAsksForTheSameMemoryWhateverTheSizeOfTheFolder)
+{
+    Deliver(*one_);
+    const auto asked = [](const GrownFolder& folder) {
+        const uint64_t before = allocations;
+        Deliver(folder);
+        return allocations - before;
+    };
+    const uint64_t few = asked(*few_);
+    EXPECT_GT(few, 0u);
+    EXPECT_EQ(few, asked(*many_));
+}
+
+// What stands between the chosen item and the end is carried as bytes, in one piece.
+TEST_F(DirectCost, AnUpdateOfOneItemMakesNoOtherItemInMemory)
+{
+    FlagLast(*one_);
+    for (const bool last : {true, false}) {
+        const auto asked = [&](const GrownFolder& folder) {
+            const std::string id = GrownItemName(last ? folder.Items() : folder.Items() / 2);
+            const uint64_t before = allocations;
+            EXPECT_EQ(Direct_StoreIndex_UpdateItem("po", "box", folder.Name().c_str(), id.c_str(), "+ANSWERED"), 1u);
+            return allocations - before;
+        };
+        const uint64_t few = asked(*few_);
+        // Hardly more than the doublings of one buffer, and a thousandth of the items.
+        EXPECT_LE(asked(*many_), few + 16) << (last ? "last" : "middle");
+    }
+}
+
+TEST_F(DirectCost, AFlagOfTheLastItemIsReadOnceAndWritesItsElement)
+{
+    FlagLast(*one_);
+    const uint64_t before = std::filesystem::file_size(many_->IndexFile());
+    const auto traffic = TrafficOf(*many_, FlagLast);
+    const uint64_t after = std::filesystem::file_size(many_->IndexFile());
+    EXPECT_EQ(after - before, std::string_view(" \\FLAGGED").size());
+    const Traffic& index = traffic.at("_index.xml");
+    EXPECT_LE(index.written, 1024u);
+    // Reads are counted as asked for, so the last one of the file counts in full.
+    EXPECT_LE(index.read, before + 512 * 1024);
+    EXPECT_EQ(traffic.at("_FOLDER.DAT"), (Traffic{2, kCounts, kCounts, 0}));
+    EXPECT_EQ(traffic.count("_DIRSIZE.TMP"), 0u);
+}
+
+TEST_F(DirectCost, SmallFilesAreCutOnlyWhereTheyGotShorter)
+{
+    Deliver(*few_);
+    const auto remove = [](const GrownFolder& folder) {
+        EXPECT_EQ(Direct_StoreIndex_RemoveItem("po", "box", folder.Name().c_str(), GrownItemName(7).c_str()), 1u);
+    };
+    // Four kilobytes less: one digit less in the folder's file, none in the mailbox's.
+    WriteFileBytes(few_->Path() + "/_DIRSIZE.TMP", "1003");
+    const auto shorter = TrafficOf(*few_, remove);
+    EXPECT_EQ(shorter.at("_DIRSIZE.TMP"), (Traffic{2, 2 * kSizeBuffer, 5 + 3, 1}));
+    EXPECT_EQ(shorter.at("_FOLDER.DAT").resizes, 0u);
+    EXPECT_EQ(ReadFileBytes(few_->Path() + "/_DIRSIZE.TMP"), "999");
+
+    const std::string counts = ReadFileBytes(few_->Path() + "/_FOLDER.DAT");
+    WriteFileBytes(few_->Path() + "/_FOLDER.DAT", counts + std::string(9, 'x'));
+    EXPECT_EQ(TrafficOf(*few_, FlagLast).at("_FOLDER.DAT"), (Traffic{2, kCounts, kCounts, 1}));
+    EXPECT_EQ(ReadFileBytes(few_->Path() + "/_FOLDER.DAT").size(), 52u);
+}
+
+}  // namespace
+}  // namespace velmora::test
