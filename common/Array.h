@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <type_traits>
 
 #include "common/Exception.h"
@@ -44,15 +45,22 @@ public:
         return Data[index];
     }
 
+    // What is appended may stand in this array, which moves when it grows.
     void Append(const T& value)
     {
+        const T copy = value;
         if (Size == Capacity) GrowFor(uint64_t{Size} + 1);
-        Data[Size++] = value;
+        Data[Size++] = copy;
     }
     void Append(const T* values, uint32_t count)
     {
         if (count == 0) return;
-        if (uint64_t{Size} + count > Capacity) GrowFor(uint64_t{Size} + count);
+        if (uint64_t{Size} + count > Capacity) {
+            const bool own = !std::less<const T*>()(values, Data) && std::less<const T*>()(values, Data + Size);
+            const size_t at = own ? static_cast<size_t>(values - Data) : 0;
+            GrowFor(uint64_t{Size} + count);
+            if (own) values = Data + at;
+        }
         std::memcpy(Data + Size, values, sizeof(T) * count);
         Size += count;
     }
@@ -70,8 +78,9 @@ public:
     // Cuts, or extends with `fill`.
     void Resize(uint32_t size, const T& fill)
     {
+        const T copy = fill;
         if (size > Capacity) GrowFor(size);
-        for (uint32_t i = Size; i < size; ++i) Data[i] = fill;
+        for (uint32_t i = Size; i < size; ++i) Data[i] = copy;
         Size = size;
     }
     void Clear() { Size = 0; }

@@ -14,6 +14,14 @@ constexpr size_t kLargestTransfer = size_t{1} << 30;  // one system call takes a
 
 uint64_t FileTimeNumber(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime; }
 
+FileStamp StampOf(HANDLE file)
+{
+    FILETIME lastWrite = {};
+    LARGE_INTEGER size = {};
+    if (!GetFileTime(file, nullptr, nullptr, &lastWrite) || !GetFileSizeEx(file, &size)) return {};
+    return {FileTimeNumber(lastWrite), static_cast<uint64_t>(size.QuadPart)};
+}
+
 }  // namespace
 
 FileStream::~FileStream() { Close(); }
@@ -25,6 +33,11 @@ bool FileStream::OpenTruncate(const std::string& path, Sharing sharing) { return
 bool FileStream::OpenUpdate(const std::string& path, Sharing sharing)
 {
     return Open(path, GENERIC_READ | GENERIC_WRITE, sharing, OPEN_EXISTING);
+}
+
+bool FileStream::OpenAlways(const std::string& path, Sharing sharing)
+{
+    return Open(path, GENERIC_READ | GENERIC_WRITE, sharing, OPEN_ALWAYS);
 }
 
 bool FileStream::Open(const std::string& path, uint32_t access, Sharing sharing, uint32_t disposition)
@@ -69,11 +82,13 @@ size_t FileStream::Read(void* buffer, size_t size)
 
 void FileStream::Write(std::string_view bytes)
 {
-    if (Failed() || bytes.empty()) return;
-    if (!handle_) return SetBad();
-    if (bytes.size() > kBufferSize - used_) FlushBuffer();
-    if (bytes.size() >= kBufferSize) return WriteThrough(bytes.data(), bytes.size());
-    if (Failed()) return;
+    if (bytes.empty()) return;
+    if (!handle_) {
+        if (!Failed()) SetBad();
+        return;
+    }
+    if (!Failed() && bytes.size() > kBufferSize - used_) FlushBuffer();
+    if (Failed() || bytes.size() >= kBufferSize) return WriteThrough(bytes.data(), bytes.size());
     std::copy(bytes.begin(), bytes.end(), buffer_.get() + used_);
     used_ += bytes.size();
 }
@@ -87,7 +102,10 @@ void FileStream::FlushBuffer()
 
 void FileStream::WriteThrough(const char* bytes, size_t size)
 {
-    if (Failed()) return;
+    if (Failed()) {
+        lostBytes_ = lostBytes_ || size > 0;
+        return;
+    }
     for (size_t total = 0; total < size;) {
         DWORD written = 0;
         const auto wanted = static_cast<DWORD>(std::min(size - total, kLargestTransfer));
@@ -132,6 +150,17 @@ uint64_t FileStream::Position() const { return Failed() ? UINT64_MAX : position_
 
 void FileStream::Flush() { FlushBuffer(); }
 
+bool FileStream::Truncate()
+{
+    FlushBuffer();
+    if (Failed()) return false;
+    if (handle_ && SetEndOfFile(handle_)) return true;
+    SetBad();
+    return false;
+}
+
+FileStamp FileStream::Stamp() const { return handle_ ? StampOf(handle_) : FileStamp(); }
+
 void FileStream::SetBad()
 {
     lastError_ = handle_ ? GetLastError() : ERROR_INVALID_HANDLE;
@@ -162,21 +191,17 @@ bool ReadWholeFile(const std::string& path, std::string& bytes)
 
 FileStamp ReadFileStamp(const std::string& path)
 {
-    FileStamp stamp;
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file != INVALID_HANDLE_VALUE) {
-        FILETIME lastWrite = {};
-        LARGE_INTEGER size = {};
-        if (GetFileTime(file, nullptr, nullptr, &lastWrite) && GetFileSizeEx(file, &size))
-            stamp = {FileTimeNumber(lastWrite), static_cast<uint64_t>(size.QuadPart)};
+        const FileStamp stamp = StampOf(file);
         CloseHandle(file);
         return stamp;
     }
-    if (NamesNothing(GetLastError())) return stamp;
+    if (NamesNothing(GetLastError())) return {};
     WIN32_FIND_DATAA found = {};
     HANDLE search = FindFirstFileA(path.c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return stamp;
+    if (search == INVALID_HANDLE_VALUE) return {};
     FindClose(search);
     return {FileTimeNumber(found.ftLastWriteTime), uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow};
 }

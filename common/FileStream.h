@@ -13,6 +13,12 @@
 
 namespace velmora {
 
+// Last-write time (FILETIME) and size in bytes of a file; both 0 for one that is not there.
+struct FileStamp {
+    uint64_t lastWrite = 0;
+    uint64_t size = 0;
+};
+
 class FileStream {
 public:
     enum class Sharing {
@@ -29,11 +35,13 @@ public:
     bool OpenRead(const std::string& path, Sharing sharing = Sharing::ReadWrite);
     bool OpenTruncate(const std::string& path, Sharing sharing = Sharing::ReadWrite);  // makes or empties the file
     bool OpenUpdate(const std::string& path, Sharing sharing = Sharing::ReadWrite);    // reads and writes an existing file
+    bool OpenAlways(const std::string& path, Sharing sharing = Sharing::ReadWrite);    // the same; makes one that is missing
 
     bool IsOpen() const { return handle_ != nullptr; }
     bool Failed() const { return failed_ || bad_; }
     bool Bad() const { return bad_; }
-    // A write failed since the file was opened; clearing the state does not bring its bytes back.
+    // Bytes that were written since the file was opened did not reach it: a write failed, or the stream had failed before it.
+    // Clearing the state does not bring them back.
     bool LostBytes() const { return lostBytes_; }
     void ClearState() { failed_ = bad_ = false; }
     uint32_t LastError() const { return lastError_; }
@@ -47,6 +55,11 @@ public:
     // Where the next byte is read or written; UINT64_MAX while Failed(), as a failed stream answers.
     uint64_t Position() const;
     void Flush();
+    // Cuts the file at the position, or extends it to there, behind a flush. False when that fails, which sets Bad().
+    [[nodiscard]] bool Truncate();
+    // Last-write time and size of the open file, without what is still in the write buffer; both 0 when they cannot be had. The
+    // system may note the time of this stream's own writes only when it is closed.
+    FileStamp Stamp() const;
     // Flushes and closes; returns false when bytes could not be written.
     bool Close();
 
@@ -60,7 +73,7 @@ private:
     void* handle_ = nullptr;
     bool failed_ = false;
     bool bad_ = false;
-    bool lostBytes_ = false;  // a write failed since the file was opened
+    bool lostBytes_ = false;
     uint32_t lastError_ = 0;
     uint64_t position_ = 0;  // of the file, behind what is flushed
     std::unique_ptr<char[]> buffer_;
@@ -70,12 +83,8 @@ private:
 // The whole file as bytes; false when it cannot be opened or read.
 [[nodiscard]] bool ReadWholeFile(const std::string& path, std::string& bytes);
 
-// Last-write time (FILETIME) and size in bytes. The time comes from the opened file, so that it is fresh on a network
-// file system, and from a directory search when the open fails. A file that is not there leaves both 0.
-struct FileStamp {
-    uint64_t lastWrite = 0;
-    uint64_t size = 0;
-};
+// The time comes from the opened file, so that it is fresh on a network file system, and from a directory search when the open
+// fails.
 FileStamp ReadFileStamp(const std::string& path);
 
 // Moves the last write of a file to a microsecond behind `lastWrite` (FILETIME), for a file whose next change has to be told

@@ -18,6 +18,7 @@ enum class FileOperation : uint32_t {
     Copy,    // CopyFileA
     MakeDirectory,
     Search,  // FindFirstFileA, attributes and times by path
+    Seek,    // SetFilePointerEx
     Count_
 };
 

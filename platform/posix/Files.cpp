@@ -219,6 +219,7 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, LPOVERLAPP
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD from)
 {
     constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+    if (SeamRefuses(FileOperation::Seek, nullptr)) return FALSE;
     const FileObject* object = HandleAs<FileObject>(file);
     if (!object) return FALSE;
     if (from > FILE_END) return Fail(ERROR_INVALID_PARAMETER);

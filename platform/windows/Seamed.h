@@ -11,6 +11,7 @@ HANDLE SeamedCreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTR
 BOOL SeamedReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED overlapped);
 BOOL SeamedWriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED overlapped);
 BOOL SeamedSetEndOfFile(HANDLE file);
+BOOL SeamedSetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD from);
 DWORD SeamedGetFileAttributesA(LPCSTR path);
 BOOL SeamedDeleteFileA(LPCSTR path);
 BOOL SeamedCreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
@@ -34,6 +35,7 @@ int SeamedMkdir(const char* path);
 #define ReadFile SeamedReadFile
 #define WriteFile SeamedWriteFile
 #define SetEndOfFile SeamedSetEndOfFile
+#define SetFilePointerEx SeamedSetFilePointerEx
 #define GetFileAttributesA SeamedGetFileAttributesA
 #define DeleteFileA SeamedDeleteFileA
 #define CreateDirectoryA SeamedCreateDirectoryA

@@ -45,6 +45,11 @@ BOOL SeamedWriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, LPOV
 
 BOOL SeamedSetEndOfFile(HANDLE file) { return SeamRefuses(FileOperation::Resize, nullptr) ? FALSE : SetEndOfFile(file); }
 
+BOOL SeamedSetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD from)
+{
+    return SeamRefuses(FileOperation::Seek, nullptr) ? FALSE : SetFilePointerEx(file, distance, position, from);
+}
+
 DWORD SeamedGetFileAttributesA(LPCSTR path)
 {
     return SeamRefuses(FileOperation::Search, path) ? INVALID_FILE_ATTRIBUTES : GetFileAttributesA(path);

@@ -28,6 +28,23 @@ TEST(Array, IndexAtOrBeyondTheCountThrows)
     EXPECT_EQ(MessageOf([&] { static_cast<void>(constant[4]); }), "Array index out of bounds (Array:102)");
 }
 
+TEST(Array, AnElementOfItsOwnIsAppendedWhole)
+{
+    // Large enough for the memory to move, and to be given back to the system.
+    constexpr uint32_t kCount = 1u << 20;
+    Array<uint64_t> array(kCount, 2, 1);
+    for (uint32_t i = 0; i < kCount; ++i) array.Append(uint64_t{i} + 7);
+    array.Append(array[5]);
+    EXPECT_EQ(array[kCount], 12u);
+    Array<uint64_t> filled(kCount, 2, 1);
+    filled.Append(array.Begin(), kCount);
+    filled.Append(filled.Begin() + 1, kCount - 1);
+    EXPECT_EQ(filled[kCount], 8u);
+    EXPECT_EQ(filled[2 * kCount - 2], uint64_t{kCount} + 6);
+    filled.Resize(8 * kCount, filled[3]);
+    EXPECT_EQ(filled[8 * kCount - 1], 10u);
+}
+
 TEST(Array, AdditiveModeGrowsByTheFactor)
 {
     Array<void*> array(5, 5, 0);

@@ -77,7 +77,7 @@ TEST_F(FileStreamTest, FailedStreamDoesNothingUntilItsStateIsCleared)
     file.SeekTo(3);
     EXPECT_EQ(file.Read(buffer, 1), 1u);
     EXPECT_EQ(buffer[0], '3');
-    EXPECT_TRUE(file.Close());
+    EXPECT_FALSE(file.Close()) << "what was written to the failed stream is lost";
     EXPECT_EQ(ReadFileBytes(Path()), "0123456789");
 }
 
@@ -172,6 +172,82 @@ TEST_F(FileStreamTest, AWriteThatDoesNotFitMakesTheStreamBadAndCloseTellsIt)
     EXPECT_EQ(ReadFileBytes(Path()), "0123");
 }
 
+TEST_F(FileStreamTest, CloseTellsOfBytesWrittenToAStreamThatHadFailed)
+{
+    for (const size_t size : {size_t{2}, size_t{200000}}) {
+        WriteFileBytes(Path(), "0123456789");
+        WriteSeam seam;
+        FileStream file;
+        ASSERT_TRUE(file.OpenUpdate(Path()));
+        seam.failing = platform::FileOperation::Seek;
+        file.SeekTo(4);
+        EXPECT_TRUE(file.Failed());
+        file.Write("");
+        EXPECT_FALSE(file.LostBytes());
+        file.Write(std::string(size, 'x'));
+        EXPECT_TRUE(file.LostBytes());
+        seam.failing = platform::FileOperation::Count_;
+        file.ClearState();
+        EXPECT_FALSE(file.Close());
+        EXPECT_EQ(ReadFileBytes(Path()), "0123456789");
+    }
+}
+
+TEST_F(FileStreamTest, OpenAlwaysKeepsWhatIsThereAndMakesWhatIsNot)
+{
+    FileStream file;
+    ASSERT_TRUE(file.OpenAlways(Path(), FileStream::Sharing::None));
+    file.Write("0123456789");
+    EXPECT_TRUE(file.Close());
+    ASSERT_TRUE(file.OpenAlways(Path()));
+    char buffer[2];
+    EXPECT_EQ(file.Read(buffer, 2), 2u);
+    EXPECT_EQ(std::string(buffer, 2), "01");
+    file.Write("ab");
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(ReadFileBytes(Path()), "01ab456789");
+}
+
+TEST_F(FileStreamTest, TruncateCutsAtThePositionBehindWhatWasWritten)
+{
+    WriteFileBytes(Path(), "0123456789");
+    FileStream file;
+    EXPECT_FALSE(file.Truncate());
+    ASSERT_TRUE(file.OpenUpdate(Path()));
+    file.SeekTo(2);
+    file.Write("ab");
+    EXPECT_TRUE(file.Truncate());
+    EXPECT_EQ(file.Position(), 4u);
+    file.Write("c");
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(ReadFileBytes(Path()), "01abc");
+
+    WriteSeam seam;
+    ASSERT_TRUE(file.OpenUpdate(Path()));
+    seam.failing = platform::FileOperation::Resize;
+    EXPECT_FALSE(file.Truncate());
+    EXPECT_TRUE(file.Bad());
+    EXPECT_EQ(file.LastError(), ERROR_IO_DEVICE);
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(ReadFileBytes(Path()), "01abc");
+}
+
+TEST_F(FileStreamTest, StampOfAnOpenFileIsItsOwn)
+{
+    FileStream file;
+    EXPECT_EQ(file.Stamp().lastWrite, 0u);
+    WriteFileBytes(Path(), "0123456789");
+    const FileStamp before = ReadFileStamp(Path());
+    ASSERT_TRUE(file.OpenUpdate(Path(), FileStream::Sharing::None));
+    EXPECT_EQ(file.Stamp().lastWrite, before.lastWrite);
+    EXPECT_EQ(file.Stamp().size, 10u);
+    file.SeekToEnd();
+    file.Write("ab");
+    EXPECT_EQ(file.Stamp().size, 10u);
+    file.Flush();
+    EXPECT_EQ(file.Stamp().size, 12u);
+}
+
 TEST_F(FileStreamTest, CloseTellsOfBytesThatItCouldNotFlush)
 {
     WriteSeam seam;
@@ -263,6 +339,18 @@ TEST_F(FileStreamTest, StampHasTimeAndSize)
     FindClose(search);
     EXPECT_EQ(stamp.lastWrite, uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 | found.ftLastWriteTime.dwLowDateTime);
     EXPECT_NE(stamp.lastWrite, 0u);
+}
+
+TEST_F(FileStreamTest, StampOfAFileThatAnotherWritesIsThatOfTheFile)
+{
+    WriteFileBytes(Path(), "0123456789");
+    FileStream writer;
+    ASSERT_TRUE(writer.OpenUpdate(Path()));
+    writer.SeekToEnd();
+    writer.Write("ab");
+    writer.Flush();
+    // The directory may tell of the write only when the writer has closed the file.
+    EXPECT_EQ(ReadFileStamp(Path()).size, 12u);
 }
 
 TEST_F(FileStreamTest, StampOfAFileThatIsNotThereIsZero)

@@ -121,6 +121,31 @@ TEST_F(FlagFiles, ALeftoverOfADropThatWasCutOffIsReplacedByTheNext)
     EXPECT_TRUE(FileNames(folder).empty());
 }
 
+// A process died while it had a newer flag in its hands.
+TEST_F(FlagFiles, AFlagThatWasLeftInADropIsNotedAgain)
+{
+    const std::string path = folder.string();
+    WriteFileBytes(folder / "_CHANGE.TKN", "newer");
+    const uint64_t noted = NoteDirtyMark(path.c_str());
+    EXPECT_NE(noted, 0u);
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), "newer");
+    EXPECT_EQ(FileNames(folder), Names({"_CHANGE.DTY"}));
+    DropNotedMark(path.c_str(), noted);
+    EXPECT_TRUE(FileNames(folder).empty());
+}
+
+TEST_F(FlagFiles, AFlagThatWasLeftInADropAsksForOneScan)
+{
+    PutIndex();
+    for (const bool another : {false, true}) {
+        WriteFileBytes(folder / "_CHANGE.TKN", "newer");
+        if (another) MarkFolderDirty(folder.string().c_str());
+        EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
+        EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
+        EXPECT_FALSE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
+    }
+}
+
 TEST_F(FlagFiles, MarkingADirectoryThatDoesNotExistAnswersOneAndCreatesNothing)
 {
     EXPECT_EQ(MarkFolderDirty((folder.string() + "\\gone").c_str()), 1u);

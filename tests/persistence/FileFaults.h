@@ -2,12 +2,16 @@
 #ifndef VELMORA_TESTS_PERSISTENCE_FILEFAULTS_H
 #define VELMORA_TESTS_PERSISTENCE_FILEFAULTS_H
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <map>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/FileSeam.h"
 #include "platform/win32.h"
@@ -40,6 +44,16 @@ public:
         return [=](platform::FileOperation asked, int number, std::string_view, uint64_t) {
             platform::FileVerdict verdict;
             if (asked == operation && number == nth) verdict.fail = error;
+            return verdict;
+        };
+    }
+    // These operations fail on paths that end in `nameEnd`.
+    static Rule On(std::initializer_list<platform::FileOperation> operations, std::string_view nameEnd, uint32_t error)
+    {
+        return [kinds = std::vector(operations), end = std::string(nameEnd), error](platform::FileOperation asked, int,
+                                                                                    std::string_view path, uint64_t) {
+            platform::FileVerdict verdict;
+            if (std::find(kinds.begin(), kinds.end(), asked) != kinds.end() && path.ends_with(end)) verdict.fail = error;
             return verdict;
         };
     }

@@ -35,6 +35,15 @@ protected:
         arguments.CheckDirty = 1;
         return arguments;
     }
+    // Both messages are listed behind it, and the first has kept its label.
+    void RebuildByForce()
+    {
+        IndexLoadArguments arguments = Arguments();
+        arguments.ForceRebuild = 1;
+        EXPECT_TRUE(LoadIndex(table_, arguments, 3));
+        EXPECT_EQ(IdsById(table_), "1.MAI 2.MAI");
+        EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
+    }
 };
 
 // --- reads that fail -----------------------------------------------------------------------------------------------
@@ -101,12 +110,7 @@ TEST_F(RecoveryFaults, AFileThatCannotBeOpenedAtAllStaysAsItIs)
         std::filesystem::remove(folder_ / "_index.xml.bad");
         if (withBackup) Write("_index.xml.bak", kOther);
         {
-            FileFaults faults([](FileOperation operation, int, std::string_view path, uint64_t) {
-                FileVerdict verdict;
-                const bool opens = operation == FileOperation::Open || operation == FileOperation::Copy;
-                if (opens && path.ends_with("_index.xml")) verdict.fail = kSharingViolation;
-                return verdict;
-            });
+            FileFaults faults(FileFaults::On({FileOperation::Open, FileOperation::Copy}, "_index.xml", kSharingViolation));
             EXPECT_EQ(Load(), 0);
             EXPECT_GE(faults.Failed(), 1);
         }
@@ -218,11 +222,7 @@ TEST_F(RecoveryFaults, AFileThatCannotBeAskedForIsNotReplacedByAnEmptyOne)
         IndexLoadArguments arguments = Arguments();
         arguments.CheckDirty = checkDirty ? 1 : 0;
         {
-            FileFaults faults([](FileOperation operation, int, std::string_view path, uint64_t) {
-                FileVerdict verdict;
-                if (operation == FileOperation::Search && path.ends_with("_index.xml")) verdict.fail = kSharingViolation;
-                return verdict;
-            });
+            FileFaults faults(FileFaults::On({FileOperation::Search}, "_index.xml", kSharingViolation));
             EXPECT_TRUE(LoadIndex(table_, arguments, 3));
             EXPECT_GE(faults.Failed(), 1);
         }
@@ -237,12 +237,7 @@ TEST_F(RecoveryFaults, ABackupThatCannotBeAskedForIsNotGivenUp)
     Write("_index.xml", kCut);
     Write("_index.xml.bak", kGood);
     {
-        FileFaults faults([](FileOperation operation, int, std::string_view path, uint64_t) {
-            FileVerdict verdict;
-            const bool asks = operation == FileOperation::Search || operation == FileOperation::Copy;
-            if (asks && path.ends_with("_index.xml.bak")) verdict.fail = kSharingViolation;
-            return verdict;
-        });
+        FileFaults faults(FileFaults::On({FileOperation::Search, FileOperation::Copy}, "_index.xml.bak", kSharingViolation));
         EXPECT_EQ(Load(), 0);
         EXPECT_GE(faults.Failed(), 1);
     }
@@ -255,11 +250,7 @@ TEST_F(RecoveryFaults, AnItemWhoseFileCannotBeAskedForStays)
     Write("1.MAI", "Subject: one\r\n\r\n");
     Write("_index.xml", kCut);
     Write("_index.xml.bak", kGood);
-    FileFaults faults([](FileOperation operation, int, std::string_view path, uint64_t) {
-        FileVerdict verdict;
-        if (operation == FileOperation::Search && path.ends_with("\\1.MAI")) verdict.fail = kSharingViolation;
-        return verdict;
-    });
+    FileFaults faults(FileFaults::On({FileOperation::Search}, "\\1.MAI", kSharingViolation));
     EXPECT_EQ(Load(), 3);
     EXPECT_GE(faults.Failed(), 1);
     EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
@@ -273,8 +264,18 @@ TEST_F(RecoveryFaults, ARecoveryThatBreaksOffBehindTheRestoreIsEndedByTheNextOpe
     Write("_index.xml", kCut);
     Write("_index.xml.bak", kGood);
     {
-        // Two reads are of the damaged file, the third is of the restored one.
-        FileFaults faults(FileFaults::Nth(FileOperation::Read, 3, kDataError));
+        // The first read behind the move is of the restored file.
+        bool moved = false;
+        bool failed = false;
+        FileFaults faults([&](FileOperation operation, int, std::string_view path, uint64_t) {
+            FileVerdict verdict;
+            if (operation == FileOperation::Move && path.ends_with("_index.xml.tmp")) moved = true;
+            if (operation == FileOperation::Read && moved && !failed) {
+                failed = true;
+                verdict.fail = kDataError;
+            }
+            return verdict;
+        });
         EXPECT_EQ(Load(), 0);
         EXPECT_EQ(faults.Failed(), 1);
     }
@@ -345,8 +346,7 @@ TEST_F(RecoveryFaults, ACopyThatFailsInABackupKeepsTheOldOne)
 
 TEST_F(RecoveryFaults, ARebuildThatCannotBeSavedLeavesTheFolderDirtyUntilOneCan)
 {
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     for (const bool flagged : {false, true}) {
         std::filesystem::remove(folder_ / "_index.xml");
         if (flagged) MarkFolderDirty(Folder().c_str());
@@ -360,17 +360,13 @@ TEST_F(RecoveryFaults, ARebuildThatCannotBeSavedLeavesTheFolderDirtyUntilOneCan)
         EXPECT_TRUE(LoadIndex(next, Arguments(), 3));
         EXPECT_EQ(IdsById(next), "1.MAI 2.MAI");
         EXPECT_FALSE(Exists("_CHANGE.DTY") || Exists("_change.dty"));
-        TestTable fresh;
-        StreamXMLStoreIndexSerialiser serialiser;
-        EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
-        EXPECT_EQ(IdsById(fresh), "1.MAI 2.MAI");
+        ExpectInFile("1.MAI 2.MAI");
     }
 }
 
 TEST_F(RecoveryFaults, AnOpenOnAFullDiskLeavesTheFolderToBeListedWhenThereIsSpaceAgain)
 {
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     for (const uint32_t backup : {1u, 0u}) {
         SCOPED_TRACE(backup);
         store_.SetNumber("Backup Index", backup);
@@ -383,10 +379,7 @@ TEST_F(RecoveryFaults, AnOpenOnAFullDiskLeavesTheFolderToBeListedWhenThereIsSpac
         EXPECT_TRUE(Exists("_CHANGE.DTY"));
         EXPECT_EQ(StoreFolder_Open("po", "box", "Inbox", 0, 0), 1u);
         StoreFolder_Close();
-        TestTable fresh;
-        StreamXMLStoreIndexSerialiser serialiser;
-        EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
-        EXPECT_EQ(IdsById(fresh), "1.MAI 2.MAI");
+        ExpectInFile("1.MAI 2.MAI");
     }
 }
 
@@ -436,39 +429,23 @@ TEST_F(RecoveryFaults, ARecoveryOfGroupItemsDoesNotAskForTheRebuildThatWouldEmpt
 
 TEST_F(RecoveryFaults, AForcedRebuildOfADamagedIndexWithNoBackupPutsItAsideAndLosesNoItem)
 {
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     Write("_index.xml", kCut);
-    IndexLoadArguments arguments = Arguments();
-    arguments.ForceRebuild = 1;
-    EXPECT_TRUE(LoadIndex(table_, arguments, 3));
-    EXPECT_EQ(IdsById(table_), "1.MAI 2.MAI");
-    EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
+    RebuildByForce();
     EXPECT_EQ(Read("_index.xml.bad"), kCut);
-    TestTable fresh;
-    StreamXMLStoreIndexSerialiser serialiser;
-    EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
-    EXPECT_EQ(IdsById(fresh), "1.MAI 2.MAI");
+    ExpectInFile("1.MAI 2.MAI");
 }
 
 TEST_F(RecoveryFaults, AForcedRebuildOfADamagedIndexRestoresItsBackupFirst)
 {
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     Write("_index.xml", "<damage>");
     Write("_index.xml.bak", kGood);
-    IndexLoadArguments arguments = Arguments();
-    arguments.ForceRebuild = 1;
-    EXPECT_TRUE(LoadIndex(table_, arguments, 3));
-    EXPECT_EQ(IdsById(table_), "1.MAI 2.MAI");
-    EXPECT_EQ(TextOf(*FindLoadedItem(table_, "1.MAI"), "LABEL"), "mine");
+    RebuildByForce();
     EXPECT_EQ(FindLoadedItem(table_, "1.MAI")->Uid(), 4u);
     EXPECT_EQ(Read("_index.xml.bad"), "<damage>");
     EXPECT_EQ(Read("_index.xml.bak"), kGood);
-    TestTable fresh;
-    StreamXMLStoreIndexSerialiser serialiser;
-    EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
-    EXPECT_EQ(IdsById(fresh), "1.MAI 2.MAI");
+    ExpectInFile("1.MAI 2.MAI");
 }
 
 }  // namespace

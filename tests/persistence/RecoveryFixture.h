@@ -36,6 +36,19 @@ protected:
         return DispatchDeserialise(serialiser, table_, Folder(), kind, "po", "box", level, 0, 0,
                                    checkDirty ? NoteDirtyMark(Folder().c_str()) : 0);
     }
+    void WriteTwoMessages()
+    {
+        Write("1.MAI", "Subject: one\r\n\r\n");
+        Write("2.MAI", "Subject: two\r\n\r\n");
+    }
+    // The file itself, whatever any table holds, is whole and has these items.
+    void ExpectInFile(const std::string& idsById)
+    {
+        TestTable fresh;
+        StreamXMLStoreIndexSerialiser serialiser;
+        EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
+        EXPECT_EQ(IdsById(fresh), idsById);
+    }
     // The index events without the program's name in front.
     std::vector<std::string> Events()
     {

@@ -158,10 +158,7 @@ TEST_F(Recovery, ABackupIsRestoredCheckedAgainstTheFilesCompletedAndSaved)
     const std::string message = Failed(". Successfully loaded recovery index.\n");
     EXPECT_EQ(Events(), (std::vector<std::string>{Malformed("Did not find root element end tag"), message}));
     EXPECT_TRUE(log_.HasTrace(message));
-    TestTable fresh;
-    StreamXMLStoreIndexSerialiser serialiser;
-    EXPECT_EQ(serialiser.Deserialise(fresh, Folder(), 0, "", "", 3, 0, 0), 3);
-    EXPECT_EQ(IdsById(fresh), "1.MAI later.MAI");
+    ExpectInFile("1.MAI later.MAI");
 }
 
 TEST_F(Recovery, ADamagedBackupEndsTheRecoveryAfterOneLevel)
@@ -214,16 +211,64 @@ TEST_F(Recovery, ALaterFailureOverwritesTheFilePutAside)
 {
     Write("_index.xml", kCut);
     EXPECT_EQ(Load(), 0);
-    Write("_index.xml", "<other damage>");
+    const std::string other = "<other damage>" + std::string(20, '.');
+    Write("_index.xml", other);
     EXPECT_EQ(Load(), 0);
-    EXPECT_EQ(Read("_index.xml.bad"), "<other damage>");
+    EXPECT_EQ(Read("_index.xml.bad"), other);
+}
+
+TEST_F(Recovery, AFileThatEndsInItsHeaderDoesNotTakeThePlaceOfOneThatTellsTheLastUid)
+{
+    for (const bool withBackup : {false, true}) {
+        Write("_index.xml.bad", kCut);
+        for (const char* const stub : {"", "<BASEELEMENT LASTUID=\"x000000"}) {
+            Write("_index.xml", stub);
+            if (withBackup) Write("_index.xml.bak", "<damage>");
+            EXPECT_EQ(Load(), 0);
+            EXPECT_EQ(Read("_index.xml.bad"), kCut);
+            EXPECT_EQ(Exists("_index.xml"), withBackup);
+        }
+    }
+    Write("_index.xml.bad", "<damage>");
+    Write("_index.xml", "<other");
+    std::filesystem::remove(folder_ / "_index.xml.bak");
+    EXPECT_EQ(Load(), 0);
+    EXPECT_EQ(Read("_index.xml.bad"), "<other");
+}
+
+TEST_F(Recovery, AQuarantineLeavesAFlagWhereTheFilesCanMakeTheIndexAgain)
+{
+    for (const uint32_t kind : {0u, 54u}) {
+        Write("_index.xml", kCut);
+        Write("_groups.xml", kCut);
+        std::filesystem::remove(folder_ / "_CHANGE.DTY");
+        EXPECT_EQ(Load(3, kind), 0);
+        EXPECT_FALSE(Exists("_index.xml"));
+        EXPECT_EQ(Exists("_CHANGE.DTY"), kind == 0);
+    }
+}
+
+TEST_F(Recovery, WhatADeathLeftOfACopyGoesWithTheNextCopy)
+{
+    StreamXMLStoreIndexSerialiser serialiser;
+    for (const bool restores : {false, true}) {
+        Write("_index.xml", kGood);
+        Write("_index.xml.bak", kGood);
+        Write("_index.xml.tmp", "left");
+        Write("_index.xml.bak.tmp", "left");
+        if (restores)
+            EXPECT_TRUE(serialiser.RestoreBackup(Folder()));
+        else
+            serialiser.BackupIndex(Folder());
+        EXPECT_FALSE(Exists("_index.xml.tmp"));
+        EXPECT_FALSE(Exists("_index.xml.bak.tmp"));
+    }
 }
 
 TEST_F(Recovery, ARebuildWithTheSettingOffKeepsWhatTheFailedPassInserted)
 {
     store_.SetNumber("Backup Index", 0);
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     Write("_index.xml", Header(30) + Element("1.MAI", 4, {{"LABEL", "mine"}}) + "<ELEMENT ID=\"2.M");
     IndexLoadArguments arguments;
     arguments.FolderPath = Folder();
@@ -238,8 +283,7 @@ TEST_F(Recovery, ARebuildWithTheSettingOffKeepsWhatTheFailedPassInserted)
 
 TEST_F(Recovery, AFileCutAtEveryOffsetLosesNoItem)
 {
-    Write("1.MAI", "Subject: one\r\n\r\n");
-    Write("2.MAI", "Subject: two\r\n\r\n");
+    WriteTwoMessages();
     const std::string whole = IndexFile(9, Element("1.MAI", 4, {{"SUBJECT", "one"}}) + Element("2.MAI", 5, {{"SUBJECT", "two"}}));
     IndexLoadArguments arguments;
     arguments.FolderPath = Folder();

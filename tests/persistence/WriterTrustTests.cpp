@@ -447,7 +447,14 @@ TEST_F(WriterTrust, ARewriteWithANewItemOverAnotherOnesNewItemMarksTheFolder)
     ASSERT_NE(Add(ours, "e"), nullptr);
     ASSERT_NE(Add(ours, "f"), nullptr);
     EXPECT_EQ(folder_.Save(ours), 1u);
-    FolderLists("a b c e f");
+    // The one that bore the other's UID has a new one, behind all that have been given.
+    FolderLists("a b c f e");
+    LoadedTable fresh(folder_);
+    EXPECT_EQ(fresh["f"].Uid(), 23u);
+    EXPECT_EQ(fresh["e"].Uid(), 24u);
+    EXPECT_EQ(fresh.LastUID, 24u);
+    EXPECT_EQ(ours["e"].Uid(), 24u);
+    EXPECT_EQ(IdsByUid(ours), "a b c f e");
     EXPECT_TRUE(folder_.IsMarked());
 }
 
@@ -488,7 +495,7 @@ TEST_F(WriterTrust, ARewriteOverAFileThatCouldNotBeLookedAtOnceLooksAgain)
     ASSERT_EQ(folder_.Save(theirs), 1u);
     SetItemKeyProperty(ours["b"], "SUBJECT", "ours");
     {
-        // The first open is for the time and the size, the second for the header.
+        // The first open is for the time and the size, the second is the one that is going to write.
         FileFaults faults(FileFaults::Nth(FileOperation::Open, 2, 32));
         SaveGives(ours, "<BASEELEMENT LASTUID=\"x00000016\">" + kA + WithSubject("b", 20, "ours") + kC + kTail);
         EXPECT_EQ(faults.Failed(), 1);
@@ -546,7 +553,11 @@ TEST_F(WriterTrust, AFullRewriteOnAFullDiskReportsTheContentionBeforeThePosition
     TestTable table;
     for (const char* id : {"a", "b", "c", "d", "e"}) Add(table, id)->SetText("SUBJECT", std::string(100000, 'x'));
     {
-        FileFaults faults(FileFaults::FullDisk());
+        FileFaults faults([](FileOperation operation, int, std::string_view, uint64_t bytes) {
+            FileVerdict verdict;
+            if (operation == FileOperation::Write && bytes > kHead.size()) verdict.writeLimit = 0;
+            return verdict;
+        });
         EXPECT_EQ(folder_.Save(table), 0u);
     }
     size_t positions = 0;

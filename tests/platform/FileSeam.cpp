@@ -53,6 +53,7 @@ TEST_F(FileSeam, EachOperationIsSeenWithItsPathAsSpelled)
         EXPECT_TRUE(ReadFile(file.Get(), buffer, 4, &done, nullptr));
         EXPECT_TRUE(WriteText(file.Get(), "abc"));
         EXPECT_TRUE(SetEndOfFile(file.Get()));
+        EXPECT_TRUE(SetFilePointerEx(file.Get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN));
     }
     EXPECT_TRUE(IsThere(path));
     EXPECT_TRUE(CopyFileA(path.c_str(), At("g").c_str(), TRUE));
@@ -63,11 +64,12 @@ TEST_F(FileSeam, EachOperationIsSeenWithItsPathAsSpelled)
     EXPECT_EQ(_mkdir(At("m").c_str()), 0);
     EXPECT_TRUE(MoveFileExA(At("m").c_str(), At("n").c_str(), MOVEFILE_REPLACE_EXISTING));
     EXPECT_EQ(Search(At("*")).size(), 4u);
-    EXPECT_EQ(observer.seen.size(), 13u);
+    EXPECT_EQ(observer.seen.size(), 14u);
     EXPECT_TRUE(observer.Saw(FileOperation::Open, path));
     EXPECT_TRUE(observer.Saw(FileOperation::Read, "", 4));
     EXPECT_TRUE(observer.Saw(FileOperation::Write, "", 3));
     EXPECT_TRUE(observer.Saw(FileOperation::Resize, ""));
+    EXPECT_TRUE(observer.Saw(FileOperation::Seek, ""));
     EXPECT_TRUE(observer.Saw(FileOperation::Search, path));
     EXPECT_TRUE(observer.Saw(FileOperation::Copy, path));
     EXPECT_TRUE(observer.Saw(FileOperation::Move, At("g")));
@@ -94,6 +96,7 @@ TEST_F(FileSeam, AFailedOperationDoesNothing)
         EXPECT_EQ(done, 0u);
         EXPECT_EQ(ErrorOf(WriteFile(file.Get(), "x", 1, &done, nullptr)), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(SetEndOfFile(file.Get())), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ErrorOf(SetFilePointerEx(file.Get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN)), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(DeleteFileA(path.c_str())), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(MoveFileA(path.c_str(), At("g").c_str())), ERROR_ACCESS_DENIED);
         EXPECT_EQ(ErrorOf(MoveFileExA(path.c_str(), At("g").c_str(), MOVEFILE_REPLACE_EXISTING)), ERROR_ACCESS_DENIED);

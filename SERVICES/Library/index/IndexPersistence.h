@@ -23,6 +23,11 @@ bool OpenIndexForLoad(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arg
 // RewriteRequired, else 0. The caller holds the folder's block file.
 uint64_t SaveIndex(SORTEDSTOREINDEXTYPE& table, const char* folderPath, uint32_t indexKind);
 
+// For a table that starts from nothing, or from less than its file held: raises its LastUID to that of the index that was put
+// aside as damaged, so that no UID is given twice. False, with nothing changed, when that file cannot be read now. Group items
+// have none.
+[[nodiscard]] bool TakeOverLastUid(SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind);
+
 // "_groups.xml" for kind 54, "_index.xml" otherwise.
 const char* IndexFileName(uint32_t indexKind);
 std::string IndexFilePath(const std::string& folderPath, uint32_t indexKind);

@@ -74,7 +74,7 @@ bool IndexIsUnread(const SORTEDSTOREINDEXTYPE& table, const std::string& path, b
 }
 
 // Starts from what the index file knows, or from nothing; loaded in full either way. False, with an empty table, when there
-// is an index file that cannot be read at this moment, or that the settings leave without a reader.
+// is an index file, or one that was put aside, that cannot be read at this moment, or that the settings leave without a reader.
 bool LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::string& folderPath, uint32_t indexKind,
                  uint32_t verifyItemFiles)
 {
@@ -83,6 +83,7 @@ bool LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::
     // A table that holds chosen items only would take all the others for new ones.
     table.LoadSelection.clear();
     const std::string path = IndexFilePath(folderPath, indexKind);
+    bool loaded = false;
     if (FileManagement::MayExist(path)) {
         IndexLoadArguments arguments;
         arguments.Owner = owner;
@@ -95,13 +96,17 @@ bool LoadForScan(STOREINDEXTYPE* owner, SORTEDSTOREINDEXTYPE& table, const std::
         arguments.NoBlock = 1;  // held by the scan or by its caller
         arguments.CheckDirty = 0;
         arguments.VerifyItemFiles = verifyItemFiles;
-        const bool loaded = LoadIndex(table, arguments, kFullLoad);
+        loaded = LoadIndex(table, arguments, kFullLoad);
         if (IndexIsUnread(table, path, loaded)) {
             UnInit(table);
             return false;
         }
         // A damaged file cannot be updated in place: what could be read of it is completed and written anew.
         if (!loaded) table.RewriteRequired = 1;
+    }
+    if (!loaded && !TakeOverLastUid(table, folderPath, indexKind)) {
+        UnInit(table);
+        return false;
     }
     table.LoadLevel = kFullLoad;
     return true;

@@ -71,7 +71,9 @@ uint64_t MarkFolderDirty(const char* folderPath)
 uint64_t NoteDirtyMark(const char* folderPath)
 {
     const std::string path = FlagPath(folderPath, kChangeFlag);
-    const uint64_t lastWrite = ReadFileStamp(path).lastWrite;
+    uint64_t lastWrite = ReadFileStamp(path).lastWrite;
+    // A process that died while it took one away may have had a newer one in its hands.
+    if (lastWrite == 0 && MoveFileA(FlagPath(folderPath, kTakenFlag).c_str(), path.c_str())) lastWrite = ReadFileStamp(path).lastWrite;
     if (lastWrite == 0) return 0;
     MoveLastWriteOn(path, lastWrite);
     return ReadFileStamp(path).lastWrite;
@@ -117,7 +119,8 @@ bool StoreIndex_FolderNeedsScan(const char* folderPath)
     ClearCachedTransactions(folderPath);
     // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. A scan that
     // fails sets it again; when the process dies, the scan stays undone until the next flag.
-    const bool flagged = TakeFlag(folderPath, kChangeFlag);
+    const bool taken = TakeFlag(folderPath, kTakenFlag);
+    const bool flagged = TakeFlag(folderPath, kChangeFlag) || taken;
     if (Switches().DirtyTrackingEnabled == 0 || flagged) return true;
     // A folder that was never indexed is scanned once.
     return !FileIsThere(FlagPath(folderPath, kIndexName));

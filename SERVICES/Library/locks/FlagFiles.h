@@ -21,7 +21,8 @@ uint64_t MarkFolderDirty(const char* folderPath);
 // The same for the mailbox's Inbox.
 uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox);
 // Takes note of a _CHANGE.DTY that stands now, for a load that is going to take it into account. The number is the flag's
-// last write, moved on so that it is not that of a flag set later; 0 when there is none.
+// last write, moved on so that it is not that of a flag set later; 0 when there is none. What a process left that died in
+// DropNotedMark counts as a flag again.
 uint64_t NoteDirtyMark(const char* folderPath);
 // Takes the noted flag away. One that was set since stays. Nothing for 0.
 void DropNotedMark(const char* folderPath, uint64_t noted);

@@ -53,7 +53,7 @@ bool InPlacePlan::FindEndOfItems()
     constexpr std::string_view kBareEnd = "</BASEELEMENT>";
     stream_->SeekToEnd();
     CheckStreamState(*stream_, StreamSite::EndSeek);
-    const uint64_t size = stream_->Position();
+    const uint64_t size = fileSize_ = stream_->Position();
     const auto tailSize = static_cast<size_t>(std::min(size, kLongestTail));
     const std::string tail = BytesAt(size - tailSize, tailSize);
     CheckStreamState(*stream_, StreamSite::TrailerSeek);
@@ -131,7 +131,7 @@ bool InPlacePlan::WalkedItemsStand()
 
 bool InPlacePlan::ReadGaps()
 {
-    if (!writesItems_ || StandsForFile(*table_)) return true;
+    if (!writesItems_ || StandsForFile(*table_)) return !stream_->LostBytes();
     gaps_.clear();
     bool good = true;
     ForEachItemAndNext(ContentOf(*table_).ByUID, firstUid_, [&](const Item& item, const Item* nextItem, bool itemIsNew) {
@@ -142,11 +142,11 @@ bool InPlacePlan::ReadGaps()
         gap.resize(gapEnd - oldEnd);
         stream_->SeekTo(oldEnd);
         CheckStreamState(*stream_, StreamSite::GapSeek);
-        good = stream_->Read(gap.data(), gap.size()) == gap.size();
+        good = stream_->Read(gap.data(), gap.size()) == gap.size() && !stream_->LostBytes();
         CheckStreamState(*stream_, StreamSite::GapRead);
         stream_->ClearState();
     });
-    return good;
+    return good && !stream_->LostBytes();
 }
 
 }  // namespace velmora

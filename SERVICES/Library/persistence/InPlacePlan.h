@@ -44,8 +44,12 @@ public:
     // Looks at the open file. False when it is not what the table remembers, or cannot be read.
     [[nodiscard]] bool Read(SORTEDSTOREINDEXTYPE& table, FileStream& stream);
     // Reads all gaps, behind a good Read and after removed items have been struck out, which may lie in one. False when a
-    // gap cannot be had whole; nothing may be written over then.
+    // gap cannot be had whole, or a strike-out did not reach the file; nothing may be written over then.
     [[nodiscard]] bool ReadGaps();
+
+    // Behind a good Read: the number in the file's header, and its size.
+    uint32_t LastUidInFile() const { return lastUidInFile_; }
+    uint64_t FileSize() const { return fileSize_; }
 
     // False when only removals were asked for, which move nothing.
     bool WritesItems() const { return writesItems_; }
@@ -67,6 +71,7 @@ private:
     SORTEDSTOREINDEXTYPE* table_ = nullptr;
     FileStream* stream_ = nullptr;
     uint32_t lastUidInFile_ = 0;
+    uint64_t fileSize_ = 0;
     uint64_t endOfItems_ = 0;  // where the end tag stands
     bool writesItems_ = false;
     uint32_t firstUid_ = 0;

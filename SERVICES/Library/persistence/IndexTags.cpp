@@ -1,5 +1,7 @@
 #include "persistence/IndexTags.h"
 
+#include <cstdint>
+
 #include "common/Text.h"
 #include "persistence/StreamIndexReader.h"
 
@@ -26,6 +28,24 @@ bool IsWrittenHeader(std::string_view bytes)
     for (const char c : bytes.substr(kHeaderBegin.size(), kHeaderDigits))
         if (!IsHexDigit(c)) return false;
     return bytes.substr(kHeaderSize - kHeaderEnd.size(), kHeaderEnd.size()) == kHeaderEnd;
+}
+
+uint32_t LastUidOfHeader(std::string_view head)
+{
+    if (!IsWrittenHeader(head)) return 0;
+    const uint32_t lastUid = ParseUnsigned(head.substr(kHeaderBegin.size(), kHeaderDigits), 16);
+    return lastUid == UINT32_MAX ? 0 : lastUid;
+}
+
+uint32_t LastUidOfRoot(std::string_view head)
+{
+    if (IsWrittenHeader(head)) return LastUidOfHeader(head);
+    const size_t end = head.find('>');
+    if (!head.starts_with('<') || !head.substr(1).starts_with(kRootTag) || end == kNone) return 0;
+    uint32_t lastUid = 0;
+    ParseLastUID(head.substr(1, end - 1), lastUid);
+    // A number that no UID can be held at is no number that somebody gave.
+    return lastUid <= INT32_MAX ? lastUid : 0;
 }
 
 bool IsWrittenForm(std::string_view tag)

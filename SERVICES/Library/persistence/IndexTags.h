@@ -3,6 +3,7 @@
 #define VELMORA_PERSISTENCE_INDEXTAGS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace velmora {
@@ -23,6 +24,14 @@ inline constexpr size_t kLongestTag = 1023;
 
 // Whether the 33 bytes at the head of a file are the header that the writer makes.
 bool IsWrittenHeader(std::string_view bytes);
+
+// The LASTUID that a file hands on to the one that takes its place, told by the bytes at its head; 0 when they tell none. The
+// highest number is not handed on: the folder would have no UID left to give, and damage looks like that more often.
+//
+// Of a file that may be damaged nothing but the header that the writer makes is believed.
+uint32_t LastUidOfHeader(std::string_view head);
+// Of a sound file, any root tag that begins it.
+uint32_t LastUidOfRoot(std::string_view head);
 
 // Whether an attribute value marks its element as removed: nothing but "-", or nothing.
 inline bool IsTombstone(std::string_view value) { return value.find_first_not_of('-') == std::string_view::npos; }

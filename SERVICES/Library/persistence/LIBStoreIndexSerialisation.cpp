@@ -50,6 +50,8 @@ void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
     }
 }
 
+std::string ChangeFlagPath(const std::string& folderPath) { return folderPath + "\\_change.dty"; }
+
 // Group items cannot be had back: a flag would have the next load empty them.
 bool RebuildsFromFiles(uint32_t indexKind) { return indexKind != kKindGroups && BackendFor(indexKind).rebuild != nullptr; }
 
@@ -64,7 +66,11 @@ std::string RecoverFrom(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE& 
     // A file that nobody could look into need not be damaged.
     settled = serialiser.OpenedFile();
     if (!settled || !SettingIsOn(Setting::BackupIndex) || !serialiser.SupportsBackup()) return "\n";
+    // Until the folder has an index that knows all its files, whatever ends the recovery, the next load has to look at them. A
+    // flag that stands is left as it is: it may be noted, and goes when this load has been through the files.
     if (!serialiser.HasBackup(request.folderPath)) {
+        if (RebuildsFromFiles(request.indexKind) && !FileManagement::Exists(ChangeFlagPath(request.folderPath)))
+            MarkFolderDirty(request.folderPath.c_str());
         serialiser.QuarantineIndex(request.folderPath);
         return ". Unable to find recovery index. Recovering Index (there may be some flag loss)\n";
     }
@@ -151,7 +157,7 @@ std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& fold
     // A file that cannot be asked for now is there: an empty index in its place would cost every item its flags and its UID.
     if (FileManagement::MayExist(IndexFilePath(folderPath, indexKind))) {
         chosen = MakeFileSerialiser(Setting::StreamDeserialisation);
-        rebuild = rebuild || (checkDirty && FileManagement::Exists(folderPath + "\\_change.dty"));
+        rebuild = rebuild || (checkDirty && FileManagement::Exists(ChangeFlagPath(folderPath)));
     } else if (checkDirty) {
         chosen = std::make_unique<UnindexedStoreIndexSerialiser>(nullptr);
         // Kept: for a calendar this one is wrapped in another of its kind.
@@ -220,6 +226,7 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
                                                    const std::string& pathA, const std::string& pathB, int32_t, uint32_t, uint32_t)
 {
     index.LoadSelection.clear();
+    bool startsAfresh = true;
     if (StoreIndexSerialiser* const inner = Inner()) {
         // A file that nobody here can read is not a damaged one: a rebuild would put other UIDs and no flags in its place.
         if (!inner->HasReader()) return 0;
@@ -230,8 +237,13 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
         if (loaded.level == 0 && innerUnread_) return 0;
         // The restored backup is damaged too. The recovery ends here, or it would restore the same file for ever.
         if (loaded.level == 0 && borrowed_) return 0;
+        startsAfresh = loaded.level == 0 || borrowed_;
     } else {
         UnInit(index);
+    }
+    if (startsAfresh && !TakeOverLastUid(index, folderPath, indexKind)) {
+        innerUnread_ = true;
+        return 0;
     }
     // A damaged file does not stop the scan: what was loaded of it stays, and the scan completes it.
     index.LoadLevel = kFullLoad;
@@ -248,11 +260,11 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
 
 uint64_t NullStoreIndexDeserialiser::Serialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t) { return 0; }
 
-int32_t NullStoreIndexDeserialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string&, uint32_t, const std::string&,
-                                                const std::string&, int32_t, uint32_t, uint32_t)
+int32_t NullStoreIndexDeserialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind,
+                                                const std::string&, const std::string&, int32_t, uint32_t, uint32_t)
 {
     UnInit(index);
-    return kFullLoad;
+    return TakeOverLastUid(index, folderPath, indexKind) ? kFullLoad : 0;
 }
 
 MSXMLStoreIndexSerialiser::MSXMLStoreIndexSerialiser() : producesOldFormat_(SettingIsOn(Setting::DomOldFormat)) {}

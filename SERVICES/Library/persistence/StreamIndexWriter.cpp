@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <vector>
 
 #include "common/FileManagement.h"
 #include "common/FileStream.h"
@@ -15,7 +16,6 @@
 #include "persistence/IndexTags.h"
 #include "persistence/StreamCheck.h"
 #include "platform/Clock.h"
-#include "platform/win32.h"
 
 namespace velmora {
 
@@ -42,24 +42,27 @@ private:
 
     enum class Start { Write, NothingToDo, Refused };
     Start Prepare();
-    enum class Stamp { AsLoaded, Changed };
-    Stamp CompareStamp();
+    bool IsAsLoaded(const FileStamp& stamp) const;
     bool MayReplaceChangedFile();
-    void RespectOthersItems();
-    void LookAgain();
+    void TellOfChange();
     const Item* FirstNewItem() const;
     void MarkForgottenItems();
     void ReserveMemory();
-    bool Open();
-    Start OpenInPlace();
-    Start OpenForRewrite();
-    void WriteHeader();
+    Start Open();
+    enum class Attempt { Ready, Busy, Refused };
+    Attempt OpenOnce();
+    Attempt LookInPlace();
+    Attempt BeginRewrite();
+    Attempt GiveUpBegun(Attempt why);
+    bool TakeOverFrom(const FileStamp& stamp);
+    bool GiveNewUids(uint32_t lastUidInFile);
+    void SetHeaderDigits();
+    void WriteHeaderDigits();
     void StrikeOutRemovedItems();
     void WriteItems();
     void ReportUidOrder(const Item& item, uint32_t& uidBefore) const;
     uint64_t WriteItemAndGap(Item& item, const Item* nextItem, uint64_t position, std::string_view gap);
     void TestGap(std::string_view gap, const Item& item, const Item* nextItem) const;
-    void Trim(uint64_t length) const;
     void MakeTimeDiffer() const;
 
     SORTEDSTOREINDEXTYPE& index_;
@@ -70,12 +73,13 @@ private:
     FileStream stream_;
     std::string header_;
     std::string element_;
+    bool exists_ = false;        // there was a file at the first look
+    bool changeIsTold_ = false;  // that the file is not the one that was loaded
     bool inPlace_ = false;
-    bool waited_ = false;     // others had the file open
-    bool untold_ = false;     // whose items are in the file could not be told
     bool brokenOff_ = false;  // the stream failed in the middle of the items
     InPlacePlan plan_;
     uint64_t timeBefore_ = 0;  // last-write time of the file before the save; 0 when there was none
+    FileStamp begun_;          // of the file with a new header and the old elements, when they could not be cut off
 };
 
 uint64_t Writer::Run()
@@ -88,50 +92,54 @@ uint64_t Writer::Run()
         case Start::Write:
             break;
     }
-    WriteHeader();
-    if (inPlace_) StrikeOutRemovedItems();
-    if (inPlace_ && !plan_.ReadGaps()) {
-        stream_.Close();
-        MakeTimeDiffer();
-        return 0;
+    if (inPlace_) {
+        WriteHeaderDigits();
+        StrikeOutRemovedItems();
+        if (!plan_.ReadGaps()) {
+            stream_.Close();
+            MakeTimeDiffer();
+            return 0;
+        }
     }
-    uint64_t newLength = 0;
+    bool cut = true;
     if (!inPlace_ || plan_.WritesItems()) {
         WriteItems();
         stream_.Write(kRootEnd);
-        if (inPlace_) newLength = stream_.Position();
+        // What is left of a longer file goes while nobody else can have it open. A tail that stays makes the file malformed.
+        if (inPlace_ && stream_.Position() < plan_.FileSize()) cut = stream_.Truncate();
     }
     stream_.Flush();
     CheckStreamState(stream_, StreamSite::LastFlush);
     const bool written = stream_.Close();
-    if (newLength > 0) Trim(newLength);
     MakeTimeDiffer();
     // Bytes that did not fit on the disk are a failure: the caller keeps its marks and has the folder scanned again.
-    return written && !brokenOff_ ? 1 : 0;
+    return written && cut && !brokenOff_ ? 1 : 0;
 }
 
 // Everything up to the open file: whether to write, and whether in place.
 Writer::Start Writer::Prepare()
 {
-    const bool exists = FileManagement::Exists(path_);
-    if (!exists) {
+    // A file that cannot be asked for now may be there; the open tells.
+    exists_ = FileManagement::MayExist(path_);
+    if (!exists_) {
         if (!StandsForFile(index_)) return Start::Refused;
         index_.RewriteRequired = 1;
-    } else if (CompareStamp() == Stamp::Changed && !MayReplaceChangedFile()) {
-        return Start::Refused;
     }
+    // What is written in full either way is compared when it is open.
+    const bool comparesLater = index_.RewriteRequired && StandsForFile(index_);
+    if (!comparesLater && !IsAsLoaded(ReadFileStamp(path_)) && !MayReplaceChangedFile()) return Start::Refused;
     MarkForgottenItems();
     if (NothingToDo()) return Start::NothingToDo;
-    return exists && !index_.RewriteRequired ? OpenInPlace() : OpenForRewrite();
+    inPlace_ = !index_.RewriteRequired;
+    // A part of the file cannot take the place of the whole.
+    if (!inPlace_ && !StandsForFile(index_)) return Start::Refused;
+    return Open();
 }
 
 // Kept: the stamp is that of the load for the life of the load, so a table's own save counts as a change too.
-Writer::Stamp Writer::CompareStamp()
+bool Writer::IsAsLoaded(const FileStamp& stamp) const
 {
-    const FileStamp stamp = ReadFileStamp(path_);
-    timeBefore_ = stamp.lastWrite;
-    const bool asLoaded = stamp.lastWrite == index_.IndexFileTime && static_cast<uint32_t>(stamp.size) == index_.IndexFileSize;
-    return asLoaded ? Stamp::AsLoaded : Stamp::Changed;
+    return stamp.lastWrite == index_.IndexFileTime && static_cast<uint32_t>(stamp.size) == index_.IndexFileSize;
 }
 
 bool Writer::MayReplaceChangedFile()
@@ -140,39 +148,143 @@ bool Writer::MayReplaceChangedFile()
         LogIndexEvent("Index file modified since load (" + path_ + "). Index was not fully loaded: aborting save.");
         return false;
     }
-    DebugTrace("Index file has changed: " + folder_ + ". Cached offset information is now inaccurate. Index will be rewritten in full.\n");
+    TellOfChange();
     index_.RewriteRequired = 1;
-    RespectOthersItems();
     return true;
 }
 
-// Items that others added since the load are in the file alone and will not be in the new one. Their UIDs are given all the
-// same, and the folder is marked, so that the next open finds their files again.
-void Writer::RespectOthersItems()
+void Writer::TellOfChange()
 {
-    char header[kHeaderSize];
-    FileStream file;
-    const bool opened = file.OpenRead(path_);
-    untold_ = opened || !NamesNothing(file.LastError());
-    if (!opened || file.Read(header, sizeof header) != sizeof header) return;
-    const std::string_view bytes(header, sizeof header);
-    if (!IsWrittenHeader(bytes)) return;
-    untold_ = false;
-    const uint32_t lastUid = ParseUnsigned(bytes.substr(kHeaderBegin.size(), kHeaderDigits), 16);
-    const Item* const firstNew = FirstNewItem();
-    if (lastUid <= index_.LastUID && (!firstNew || firstNew->Uid() > lastUid)) return;
-    index_.LastUID = std::max(index_.LastUID, lastUid);
-    MarkFolderDirty(folder_.c_str());
+    if (!changeIsTold_)
+        DebugTrace("Index file has changed: " + folder_ +
+                   ". Cached offset information is now inaccurate. Index will be rewritten in full.\n");
+    changeIsTold_ = true;
 }
 
-// Before the file is emptied: behind a wait it may be another one, and what could not be told before may be told now. What
-// cannot be told at all has the folder marked, too.
-void Writer::LookAgain()
+// Opens exclusively. A reader in another process holds the file for the time of its load, so this is tried again.
+Writer::Start Writer::Open()
 {
-    const bool changed = waited_ && CompareStamp() == Stamp::Changed;
-    if (!changed && !untold_) return;
-    RespectOthersItems();
-    if (untold_) MarkFolderDirty(folder_.c_str());
+    for (uint32_t round = 0;; ++round) {
+        ReserveMemory();
+        const Attempt attempt = OpenOnce();
+        if (attempt == Attempt::Ready) return Start::Write;
+        if (attempt == Attempt::Refused) return Start::Refused;
+        if (round == kOpenRetryLimit) break;
+        stream_.ClearState();
+        platform::SleepMs(kOpenRetryPauseMs);
+    }
+    // Kept: the text speaks of a load.
+    const std::string message =
+        "Failed to deserialise index: " + folder_ +
+        ". A File Access error occured when opening the file (was retried for 40 seconds). No data can be written.\n";
+    DebugTrace(message);
+    LogIndexEvent(message);
+    return Start::Refused;
+}
+
+Writer::Attempt Writer::OpenOnce()
+{
+    if (inPlace_) {
+        if (stream_.OpenUpdate(path_, FileStream::Sharing::None)) return LookInPlace();
+        if (!NamesNothing(stream_.LastError())) return Attempt::Busy;
+        // It has gone since the first look.
+        if (!StandsForFile(index_)) return Attempt::Refused;
+        index_.RewriteRequired = 1;
+        inPlace_ = exists_ = false;
+    }
+    // Not emptied by the open: from then on a death would leave nothing that tells which UIDs have been given.
+    return stream_.OpenAlways(path_, FileStream::Sharing::None) ? BeginRewrite() : Attempt::Busy;
+}
+
+// The file is compared with the load again: between the first look and the open, which may have waited, others may write it.
+Writer::Attempt Writer::LookInPlace()
+{
+    const FileStamp stamp = stream_.Stamp();
+    timeBefore_ = stamp.lastWrite;
+    const bool changed = !IsAsLoaded(stamp);
+    if (!changed && plan_.Read(index_, stream_)) {
+        index_.LastUID = std::max(index_.LastUID, plan_.LastUidInFile());
+        SetHeaderDigits();
+        return Attempt::Ready;
+    }
+    if ((changed && !MayReplaceChangedFile()) || !StandsForFile(index_)) {
+        stream_.Close();
+        return Attempt::Refused;
+    }
+    index_.RewriteRequired = 1;
+    inPlace_ = false;
+    return BeginRewrite();
+}
+
+// The header comes first, with a LASTUID that is not below that of the file, and is in the file before anything else of it
+// goes: wherever the process dies, what it leaves tells which UIDs have been given. Digits that are written over others of the
+// same number of digits are never lower than those, also when only some get there.
+Writer::Attempt Writer::BeginRewrite()
+{
+    const FileStamp stamp = stream_.Stamp();
+    const bool isNew = !exists_ && stamp.size == 0;
+    timeBefore_ = isNew ? 0 : stamp.lastWrite;
+    if (!isNew && !TakeOverFrom(stamp)) {
+        stream_.Close();
+        return Attempt::Refused;
+    }
+    SetHeaderDigits();
+    stream_.SeekTo(0);
+    stream_.Write(header_);
+    stream_.Flush();
+    CheckStreamState(stream_, StreamSite::Header);
+    if (stream_.Failed()) return GiveUpBegun(Attempt::Refused);
+    if (stamp.size > kHeaderSize && !stream_.Truncate()) return GiveUpBegun(Attempt::Busy);
+    return Attempt::Ready;
+}
+
+// The old elements stay behind the header.
+Writer::Attempt Writer::GiveUpBegun(Attempt why)
+{
+    stream_.Close();
+    MakeTimeDiffer();
+    begun_ = ReadFileStamp(path_);
+    return why;
+}
+
+// What the file that is about to be replaced knows and the table does not. False when it cannot be read now.
+//
+// Items that others added since the load are in the file alone and will not be in the new one. Their UIDs are not given again,
+// and the folder is marked, so that the next open finds their files again; so it is when the file does not tell.
+bool Writer::TakeOverFrom(const FileStamp& stamp)
+{
+    char bytes[kLongestTag + 2];
+    stream_.ClearState();
+    stream_.SeekTo(0);
+    const std::string_view head(bytes, stream_.Read(bytes, sizeof bytes));
+    if (stream_.Bad() || head.size() < std::min<uint64_t>(stamp.size, sizeof bytes)) return false;
+    stream_.ClearState();
+    const uint32_t lastUid = LastUidOfRoot(head);
+    const bool othersAdded = lastUid > index_.LastUID;
+    index_.LastUID = std::max(index_.LastUID, lastUid);
+    const bool ownHeader = begun_.lastWrite != 0 && stamp.lastWrite == begun_.lastWrite && stamp.size == begun_.size;
+    if (ownHeader || IsAsLoaded(stamp)) return true;
+    TellOfChange();
+    if (GiveNewUids(lastUid) || othersAdded || !IsWrittenHeader(head)) MarkFolderDirty(folder_.c_str());
+    return true;
+}
+
+// Items that are in no file yet and bear UIDs that the file has passed: others have given those too. Whether there were any.
+bool Writer::GiveNewUids(uint32_t lastUidInFile)
+{
+    std::vector<Item*> ours;
+    content_.ByUID.ForEach([&](uint32_t uid, Item* item) {
+        if (item->FileOffset == 0 && uid <= lastUidInFile) ours.push_back(item);
+    });
+    for (Item* const item : ours) {
+        // Of a damaged file an item with no place in it may be one that the file holds.
+        if (content_.DamagedFile || index_.LastUID == UINT32_MAX) break;
+        const uint32_t uid = item->Uid();
+        content_.ByUID.Insert(++index_.LastUID, item);
+        item->SetNumber(IndexPropertyRef{kUidSlot, 1}, static_cast<int32_t>(index_.LastUID));
+        content_.ByUID.Erase(uid);
+    }
+    return !ours.empty();
 }
 
 // The first item that is in no file yet.
@@ -183,27 +295,6 @@ const Item* Writer::FirstNewItem() const
         if (!firstNew && item->FileOffset == 0) firstNew = item;
     });
     return firstNew;
-}
-
-Writer::Start Writer::OpenInPlace()
-{
-    inPlace_ = true;
-    if (!Open()) return Start::Refused;
-    // Whoever had the file open may have written it.
-    const bool changed = waited_ && CompareStamp() == Stamp::Changed;
-    if (!changed && plan_.Read(index_, stream_)) return Start::Write;
-    stream_.Close();
-    if (changed && !MayReplaceChangedFile()) return Start::Refused;
-    return OpenForRewrite();
-}
-
-Writer::Start Writer::OpenForRewrite()
-{
-    // A part of the file cannot take the place of the whole.
-    if (!StandsForFile(index_)) return Start::Refused;
-    index_.RewriteRequired = 1;
-    inPlace_ = false;
-    return Open() ? Start::Write : Start::Refused;
 }
 
 // The removal of the first dirty item takes the mark with it. New items behind it are in no file yet and would be missed,
@@ -221,35 +312,15 @@ void Writer::MarkForgottenItems()
 void Writer::ReserveMemory()
 {
     element_.reserve(kUsualElement);
-    header_ = std::string(kHeaderBegin) + FormatHex8(index_.LastUID) + std::string(kHeaderEnd);
+    header_ = std::string(kHeaderBegin) + std::string(kHeaderDigits, '0') + std::string(kHeaderEnd);
 }
 
-// Opens exclusively. A reader in another process holds the file for the time of its load, so this is tried again.
-bool Writer::Open()
-{
-    for (uint32_t round = 0;; ++round) {
-        if (!inPlace_) LookAgain();
-        ReserveMemory();
-        if (inPlace_ ? stream_.OpenUpdate(path_, FileStream::Sharing::None) : stream_.OpenTruncate(path_, FileStream::Sharing::None))
-            return true;
-        if (round == kOpenRetryLimit) break;
-        stream_.ClearState();
-        waited_ = true;
-        platform::SleepMs(kOpenRetryPauseMs);
-    }
-    // Kept: the text speaks of a load.
-    const std::string message =
-        "Failed to deserialise index: " + folder_ +
-        ". A File Access error occured when opening the file (was retried for 40 seconds). No data can be written.\n";
-    DebugTrace(message);
-    LogIndexEvent(message);
-    return false;
-}
+void Writer::SetHeaderDigits() { header_.replace(kHeaderBegin.size(), kHeaderDigits, FormatHex8(index_.LastUID)); }
 
-void Writer::WriteHeader()
+void Writer::WriteHeaderDigits()
 {
-    stream_.SeekTo(inPlace_ ? kHeaderBegin.size() : 0);
-    stream_.Write(inPlace_ ? std::string_view(header_).substr(kHeaderBegin.size(), kHeaderDigits) : std::string_view(header_));
+    stream_.SeekTo(kHeaderBegin.size());
+    stream_.Write(std::string_view(header_).substr(kHeaderBegin.size(), kHeaderDigits));
     CheckStreamState(stream_, StreamSite::Header);
 }
 
@@ -344,19 +415,6 @@ void Writer::TestGap(std::string_view gap, const Item& item, const Item* nextIte
             "Corrupting index " + folder_ + ". Gap " +
             (nextItem && nextItem->FileOffset >= 1 ? "before " + std::string(nextItem->Id()) : "after " + std::string(item.Id())) +
             " does not end at the end of an element.");
-}
-
-void Writer::Trim(uint64_t length) const
-{
-    const HANDLE file = CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    LARGE_INTEGER size{};
-    if (GetFileSizeEx(file, &size) && static_cast<uint64_t>(size.QuadPart) > length) {
-        LARGE_INTEGER end{};
-        end.QuadPart = static_cast<int64_t>(length);
-        if (SetFilePointerEx(file, end, nullptr, FILE_BEGIN)) SetEndOfFile(file);
-    }
-    CloseHandle(file);
 }
 
 // Others tell by the last-write time that the file is not the one they loaded. Two writes inside one tick of the file
