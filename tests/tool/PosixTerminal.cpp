@@ -40,4 +40,10 @@ std::string Terminal::Read()
     return text;
 }
 
+void Terminal::Type(const std::string& text) const
+{
+    if (::write(master_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        throw std::runtime_error("the terminal takes nothing");
+}
+
 }  // namespace velmora::test

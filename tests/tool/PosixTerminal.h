@@ -1,4 +1,4 @@
-// A terminal that a program writes to, and the test reads from.
+// A terminal that a program writes to and reads from, with the test at its other end.
 #ifndef VELMORA_TESTS_TOOL_POSIXTERMINAL_H
 #define VELMORA_TESTS_TOOL_POSIXTERMINAL_H
 
@@ -6,7 +6,7 @@
 
 namespace velmora::test {
 
-// A terminal of 80 columns that a program writes to.
+// A terminal of 80 columns.
 class Terminal {
 public:
     Terminal();
@@ -14,7 +14,8 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
     std::string Path() const;
-    std::string Read();  // what has been written so far
+    std::string Read();                        // what has been written so far
+    void Type(const std::string& text) const;  // what a program that reads the terminal finds
 
 private:
     int master_;

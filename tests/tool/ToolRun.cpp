@@ -17,7 +17,14 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& argu
     fs::path outPath = options.stdoutPath.empty() ? directory.Path() / "stdout.txt" : fs::path(options.stdoutPath);
     fs::path errPath = options.stderrPath.empty() ? directory.Path() / "stderr.txt" : fs::path(options.stderrPath);
     ChildProcess child(program, arguments,
-                       {.closedInput = true, .stdoutPath = outPath, .stderrPath = errPath, .withoutRights = options.asNobody});
+                       {.closedInput = options.input.empty() && !options.openInput,
+                        .stdoutPath = outPath,
+                        .stderrPath = errPath,
+                        .withoutRights = options.asNobody});
+    if (!options.input.empty()) {
+        child.Write(options.input);
+        child.CloseInput();
+    }
     if (options.meanwhile) options.meanwhile(child);
     Outcome run;
     run.exitCode = child.Wait();

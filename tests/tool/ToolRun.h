@@ -28,6 +28,8 @@ struct RunOptions {
     std::string stdoutPath = {}, stderrPath = {};       // in place of a file below the directory
     bool asNobody = false;                              // as a user without rights of its own; POSIX, and only root may ask for it
     std::function<void(ChildProcess&)> meanwhile = {};  // called while the program runs
+    std::string input = {};                             // what it finds on standard input; nothing when empty
+    bool openInput = false;                             // `meanwhile` writes it, and closes it
 };
 
 // Starts `program` with its output going to files below `directory`, and waits for its end.

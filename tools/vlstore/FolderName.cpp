@@ -11,8 +11,17 @@ namespace {
 constexpr size_t kLongestName = 700;
 constexpr size_t kLongestPart = 255;
 
-constexpr std::string_view kOtherKinds[] = {"CALENDAR", "TASKS", "CONTACTS"};
-constexpr std::string_view kSpecialRoots[] = {"$VCFROOT", "$FILEROOT"};
+struct NamedKind {
+    std::string_view name;
+    FolderKind kind;
+};
+constexpr NamedKind kNamedKinds[] = {
+    {"CALENDAR", FolderKind::Calendar},
+    {"TASKS", FolderKind::Tasks},
+    {"CONTACTS", FolderKind::Contacts},
+};
+constexpr std::string_view kContactsRoot = "$VCFROOT";
+constexpr std::string_view kFilesRoot = "$FILEROOT";
 constexpr std::string_view kPublic = "Public";
 
 std::vector<std::string> Split(std::string_view text, std::string_view separators)
@@ -57,20 +66,26 @@ void CheckNewName(std::string_view what, std::string_view name)
 
 FolderPlace PlaceOf(const FolderName& name)
 {
-    for (std::string_view root : kSpecialRoots) {
-        if (StartsWithNoCase(name.folder, root)) return FolderPlace::SpecialRoot;
-    }
+    if (StartsWithNoCase(name.folder, kContactsRoot)) return FolderPlace::Contacts;
+    if (StartsWithNoCase(name.folder, kFilesRoot)) return FolderPlace::Files;
     if (EqualNoCase(name.FolderParts().front(), kPublic)) return FolderPlace::Public;
     return FolderPlace::Mailbox;
 }
 
-bool HoldsMail(const FolderName& name)
+FolderKind KindOf(const FolderName& name)
 {
-    if (PlaceOf(name) == FolderPlace::SpecialRoot) return false;
-    for (std::string_view other : kOtherKinds) {
-        if (EqualNoCase(name.folder, other)) return false;
+    FolderPlace place = PlaceOf(name);
+    if (place == FolderPlace::Contacts) return FolderKind::Contacts;
+    if (place == FolderPlace::Files) return FolderKind::Files;
+    for (const NamedKind& named : kNamedKinds) {
+        if (EqualNoCase(name.folder, named.name)) return named.kind;
     }
-    return true;
+    return FolderKind::Mail;
+}
+
+void RequireMail(const FolderName& name)
+{
+    if (KindOf(name) != FolderKind::Mail) throw Failure(ExitCode::Unavailable, "not a mail folder: " + name.Str());
 }
 
 }  // namespace vlstore

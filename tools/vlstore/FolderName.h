@@ -2,6 +2,7 @@
 #ifndef VLSTORE_FOLDERNAME_H
 #define VLSTORE_FOLDERNAME_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,15 +25,21 @@ FolderName ParseFolderName(const std::string& text);
 // Throws Failure (usage) for a name that cannot be a directory of its own on every platform.
 void CheckNewName(std::string_view what, std::string_view name);
 
-// Where a folder lies by its name, and whether it holds mail.
+// Where a folder lies by its name.
 enum class FolderPlace {
-    Mailbox,      // below the mailbox
-    Public,       // "Public" and below: shared by the post office
-    SpecialRoot,  // $VCFROOT, $FILEROOT
+    Mailbox,   // below the mailbox
+    Public,    // "Public" and below: shared by the post office
+    Files,     // "$FILEROOT" and below: the files of the mailbox
+    Contacts,  // "$VCFROOT" and below: the address book of the post office
 };
 FolderPlace PlaceOf(const FolderName& name);
-// False for the calendar, the tasks and the contacts folder, and for the special roots. A folder below one of the three is mail.
-bool HoldsMail(const FolderName& name);
+
+// What a folder holds by its name, with the numbers that the API has for it. A folder below the calendar, the tasks or the
+// contacts holds mail.
+enum class FolderKind : uint32_t { Mail = 0, Contacts = 1, Calendar = 2, Tasks = 3, Files = 4 };
+FolderKind KindOf(const FolderName& name);
+// Throws Failure (unavailable) for a folder of another kind.
+void RequireMail(const FolderName& name);
 
 }  // namespace vlstore
 

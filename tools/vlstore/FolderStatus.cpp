@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "CachedCounts.h"
+#include "FolderFiles.h"
 #include "Session.h"
 #include "Store.h"
 #include "System.h"
@@ -16,17 +18,6 @@ namespace {
 
 struct Options {
     std::string folder;
-};
-
-// The counts of a status, under the names that they have in the output.
-struct Count {
-    const char* name;
-    size_t word;
-};
-constexpr Count kCounts[] = {
-    {"items", VELMORA_STATUS_ITEMS},           {"seen", VELMORA_STATUS_SEEN},         {"recent", VELMORA_STATUS_RECENT},
-    {"answered", VELMORA_STATUS_ANSWERED},     {"flagged", VELMORA_STATUS_FLAGGED},   {"firstSeen", VELMORA_STATUS_FIRST_SEEN},
-    {"addedSinceCount", VELMORA_STATUS_ADDED}, {"newSinceCount", VELMORA_STATUS_NEW}, {"lastUid", VELMORA_STATUS_LAST_UID},
 };
 
 const char* BlockText(const fs::path& directory)
@@ -53,16 +44,6 @@ Cell FileSize(const std::optional<fs::path>& path)
     return static_cast<int64_t>(size);
 }
 
-// The spellings in which these files are written; a folder of a hundred thousand files is not listed for them.
-std::optional<fs::path> OneOf(const fs::path& directory, std::initializer_list<const char*> spellings)
-{
-    std::error_code error;
-    for (const char* spelling : spellings) {
-        if (fs::exists(directory / spelling, error)) return directory / spelling;
-    }
-    return std::nullopt;
-}
-
 void ShowStatus(const Options& options, Session& session, Output& output)
 {
     FolderName name = ParseFolderName(options.folder);
@@ -71,18 +52,17 @@ void ShowStatus(const Options& options, Session& session, Output& output)
 
     std::vector<std::string> names = {"VL_POSTOFFICE", "VL_MAILBOX", "VL_FOLDER", "VL_FOLDER_PATH"};
     Row row = {name.postoffice, name.mailbox, name.folder, directory.string()};
-    uint32_t words[VELMORA_STATUS_WORDS] = {};
-    bool counted = store.Functions().getCachedStatus(name.postoffice.c_str(), name.mailbox.c_str(), name.folder.c_str(), words) == 1;
-    for (const Count& count : kCounts) {
+    std::optional<CachedCounts> cached = CachedCounts::Read(store, name);
+    for (const CountName& count : CountNames()) {
         names.emplace_back(count.name);
-        row.push_back(counted ? Cell(static_cast<int64_t>(static_cast<int32_t>(words[count.word]))) : Cell());
+        row.push_back(cached ? Cell(int64_t{cached->Word(count.word)}) : Cell());
     }
     names.insert(names.end(), {"indexBytes", "dirty", "block"});
-    row.push_back(FileSize(OneOf(directory, {"_index.xml", "_INDEX.XML"})));
-    row.push_back(OneOf(directory, {"_CHANGE.DTY", "_change.dty"}).has_value());
+    row.push_back(FileSize(FindIndexFile(directory)));
+    row.push_back(IsMarkedDirty(directory));
     row.push_back(BlockText(directory));
     output.Record(names, row);
-    if (!counted) output.Remark("The folder has not been counted yet.");
+    if (!cached) output.Remark("The folder has not been counted yet.");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ExitCode.h"
+#include "FolderFiles.h"
 #include "ItemWriter.h"
 #include "Message.h"
 #include "MessageSource.h"
@@ -62,21 +63,21 @@ public:
 
     void Run()
     {
-        if (!HoldsMail(name_)) throw Failure(ExitCode::Unavailable, "not a mail folder: " + name_.Str());
-        fs::path directory = store_.FolderDirectory(name_);
+        RequireMail(name_);
+        directory_ = store_.FolderDirectory(name_);
         list_ = CollectSources(options_.paths);
         for (const SkippedEntry& entry : list_.skipped) PutMessage(std::string("skipped, ") + entry.reason + ": " + entry.path.string());
         CountAll();
         if (options_.dryRun) return ReportDryRun();
-        RequireReadAndWrite(directory);
-        if (LockWaitOf(session_) == LockWait::Refuse) RefuseIfHeld(name_, directory);
+        RequireReadAndWrite(directory_);
+        if (LockWaitOf(session_) == LockWait::Refuse) RefuseIfHeld(name_, directory_);
 
-        ItemWriter writer(directory);
+        ItemWriter writer(directory_);
         CheckRowLimit(writer.FilesPresent());
         WriteAll(writer);
         if (!imported_.empty()) {
-            MarkAgain(writer);
-            Check(writer);
+            MarkAgain();
+            Check();
         }
         Report();
     }
@@ -107,10 +108,10 @@ private:
     }
 
     // For the last message, which an open may have missed that took the mark away.
-    void MarkAgain(const ItemWriter& writer)
+    void MarkAgain()
     {
         try {
-            writer.MarkDirty();
+            MarkDirty(directory_);
         } catch (const Failure& failure) {
             AddFault(failure.Code(), failure.what());
         }
@@ -148,7 +149,7 @@ private:
     {
         try {
             // The mark stands before a message does, so that what a killed run leaves behind is found by the next open.
-            if (!writer.IsMarkedDirty()) writer.MarkDirty();
+            if (!IsMarkedDirty(directory_)) MarkDirty(directory_);
             imported_.push_back({writer.Write(message), label, flags});
         } catch (const Failure& failure) {
             AddFault(failure.Code(), "stopped at " + label + ": " + failure.what());
@@ -159,10 +160,10 @@ private:
 
     // The messages are in the folder whatever comes out of this, and an import that is run again would bring them twice: a
     // failure here is none of those after which one tries again.
-    void Check(const ItemWriter& writer)
+    void Check()
     {
         try {
-            CheckListed(writer);
+            CheckListed();
         } catch (const Failure& failure) {
             unchecked_ = std::to_string(imported_.size()) + " written, not checked: " + failure.what();
             for (const Imported& item : imported_) AddFault(ExitCode::IoError, "written, not checked: " + item.id + " from " + item.label);
@@ -170,7 +171,7 @@ private:
     }
 
     // The first open makes the index, and shows what it has in memory. What counts is what an open finds behind it.
-    void CheckListed(const ItemWriter& writer)
+    void CheckListed()
     {
         OpenFolder folder(store_, name_, LockWaitOf(session_));
         std::unordered_set<std::string> listed = Listed(folder);
@@ -178,7 +179,7 @@ private:
             if (listed.contains(item.id)) SetFlags(folder, item);
         }
         folder.SaveAndReload();
-        CheckSaved(writer, folder);
+        CheckSaved(folder);
         listed = Listed(folder);
         for (const Imported& item : imported_) {
             if (listed.contains(item.id)) {
@@ -192,12 +193,12 @@ private:
 
     // An open that could not save the index leaves the mark, and so does a delivery between that open and the look at it; the
     // next open takes the delivery's away.
-    void CheckSaved(const ItemWriter& writer, OpenFolder& folder)
+    void CheckSaved(OpenFolder& folder)
     {
-        if (!writer.IsMarkedDirty()) return;
+        if (!IsMarkedDirty(directory_)) return;
         if (!SettingsFile::Load(store_.SettingsFile()).SavesIndexes()) return PutMessage(kNoIndexWriterNote);
         folder.SaveAndReload();
-        if (writer.IsMarkedDirty()) AddFault(ExitCode::IoError, "the index could not be saved: " + name_.Str());
+        if (IsMarkedDirty(directory_)) AddFault(ExitCode::IoError, "the index could not be saved: " + name_.Str());
     }
 
     static std::unordered_set<std::string> Listed(OpenFolder& folder)
@@ -211,8 +212,8 @@ private:
     {
         std::string status = FlagStatus(item.flags);
         if (status.empty()) return;
-        folder.Set(item.id, *FindMailProperty("PR_VL_FLAGSTATUS"), status);
-        if (item.flags.find(kSeenLetter) != std::string::npos) folder.Set(item.id, *FindMailProperty("PR_VL_READ"), "1");
+        folder.Set(item.id, "PR_VL_FLAGSTATUS", status);
+        if (item.flags.find(kSeenLetter) != std::string::npos) folder.Set(item.id, "PR_VL_READ", "1");
     }
 
     void CheckFlags(OpenFolder& folder, const Imported& item)
@@ -221,8 +222,8 @@ private:
         if (status.empty()) return;
         folder.Select(item.id);
         bool seen = item.flags.find(kSeenLetter) != std::string::npos;
-        bool read = !seen || folder.Get(*FindMailProperty("PR_VL_READ")) == Cell("1");
-        if (read && folder.Get(*FindMailProperty("PR_VL_FLAGSTATUS")) == Cell(status)) return;
+        bool read = !seen || folder.Get("PR_VL_READ") == Cell("1");
+        if (read && folder.Get("PR_VL_FLAGSTATUS") == Cell(status)) return;
         AddFault(ExitCode::IoError, "flags not stored: " + item.id + " from " + item.label);
     }
 
@@ -267,6 +268,7 @@ private:
     Output& output_;
     FolderName name_;
     Store store_;
+    fs::path directory_;
     SourceList list_;
     std::vector<Imported> imported_;
     uint64_t total_ = 0;

@@ -17,18 +17,13 @@ struct Options {
 void ListItems(const Options& options, Session& session, Output& output)
 {
     FolderName name = ParseFolderName(options.folder);
+    RequireMail(name);
     Store store(session);
     OpenFolder folder(store, name, LockWaitOf(session));
-    std::vector<const MailProperty*> columns;
-    std::vector<std::string> names;
-    for (std::string_view column : ListingProperties()) {
-        columns.push_back(FindMailProperty(column));
-        names.emplace_back(column);
-    }
-    output.Begin(names);
+    output.Begin({ListingProperties().begin(), ListingProperties().end()});
     for (bool more = folder.First(); more; more = folder.Next()) {
         Row row;
-        for (const MailProperty* column : columns) row.push_back(folder.Get(*column));
+        for (std::string_view column : ListingProperties()) row.push_back(folder.Get(column));
         output.Add(std::move(row));
     }
     output.End();

@@ -22,9 +22,9 @@ void ShowItem(const Options& options, Session& session, Output& output)
     folder.Select(options.id);
     std::vector<std::string> names;
     Row row;
-    for (const MailProperty& property : MailProperties()) {
+    for (const ItemProperty& property : PropertiesOf(folder.Kind())) {
         names.emplace_back(property.name);
-        row.push_back(folder.Get(property));
+        row.push_back(folder.Get(property.name));
     }
     output.Record(names, row);
 }

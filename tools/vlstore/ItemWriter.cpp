@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <fstream>
 #include <limits>
 
 #include "ExitCode.h"
+#include "FolderFiles.h"
 #include "System.h"
 #include "Text.h"
 
@@ -18,8 +18,6 @@ namespace {
 
 constexpr std::string_view kEnding = ".MAI";
 constexpr size_t kDigits = 8;
-constexpr const char* kDirtyFlag = "_CHANGE.DTY";
-constexpr const char* kDirtyText = "This file is a flag file that denotes that this folder has been changed";
 
 // The number of a name of our own form; 0 for any other.
 uint64_t NumberOf(std::string_view name)
@@ -56,33 +54,12 @@ std::string ItemWriter::Write(std::string_view message)
 {
     while (highest_ < std::numeric_limits<uint32_t>::max()) {
         std::string name = NameOf(++highest_);
-        fs::path temporary = directory_ / ("_" + name);
-        std::error_code error = WriteNewFile(temporary, message);
+        std::error_code error = WriteItemFile(directory_, name, message, Durability::Cached);
         if (error == std::errc::file_exists) continue;
-        if (!error) {
-            error = MoveWithoutReplacing(temporary, directory_ / name);
-            std::error_code ignored;
-            if (error) fs::remove(temporary, ignored);
-            if (error == std::errc::file_exists) continue;
-        }
         if (error) throw Failure(ExitCode::IoError, "cannot write " + (directory_ / name).string() + ": " + error.message());
         return name;
     }
     throw Failure(ExitCode::CannotCreate, "no item names are left in " + directory_.string());
-}
-
-bool ItemWriter::IsMarkedDirty() const
-{
-    std::error_code error;
-    return fs::exists(directory_ / kDirtyFlag, error);
-}
-
-void ItemWriter::MarkDirty() const
-{
-    std::ofstream flag(directory_ / kDirtyFlag, std::ios::binary | std::ios::trunc);
-    flag << kDirtyText;
-    flag.close();
-    if (!flag) throw Failure(ExitCode::IoError, "cannot write " + (directory_ / kDirtyFlag).string());
 }
 
 }  // namespace vlstore

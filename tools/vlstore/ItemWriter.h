@@ -1,5 +1,4 @@
-// Puts messages into a folder's directory the way a delivery agent does: each one whole under a private name first, then
-// under its own in one step, so that no scan ever sees half a message.
+// Puts many messages into a folder's directory, under names counted up behind those that are there.
 #ifndef VLSTORE_ITEMWRITER_H
 #define VLSTORE_ITEMWRITER_H
 
@@ -20,10 +19,6 @@ public:
     // Writes one message and returns its item's name: eight hexadecimal digits, counted up from the highest in the folder,
     // and ".MAI". A name that another process takes meanwhile is passed over. Throws Failure; nothing is left behind then.
     std::string Write(std::string_view message);
-    // Leaves the flag file that makes the next open of any process scan the folder.
-    void MarkDirty() const;
-    // Whether the flag file stands.
-    bool IsMarkedDirty() const;
 
 private:
     std::filesystem::path directory_;

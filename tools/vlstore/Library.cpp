@@ -44,6 +44,11 @@ Library LoadLibraryModule()
     Resolve(module, "StoreItem_GetProperty", library.getProperty);
     Resolve(module, "StoreItem_SetProperty", library.setProperty);
     Resolve(module, "StoreItem_FreeProperty", library.freeProperty);
+    Resolve(module, "StoreItemProperty_GetType", library.propertyType);
+    Resolve(module, "Direct_StoreIndex_InsertItem", library.insertItem);
+    Resolve(module, "Direct_StoreIndex_InsertItemEx", library.insertItemWithFlags);
+    Resolve(module, "Direct_StoreIndex_UpdateItem", library.updateItem);
+    Resolve(module, "Direct_StoreIndex_RemoveItem", library.removeItem);
     Resolve(module, "GetCachedStatus", library.getCachedStatus);
     Resolve(module, "StoreLibrary_ThreadRelease", library.threadRelease);
     return library;

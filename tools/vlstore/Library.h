@@ -18,6 +18,11 @@ struct Library {
     decltype(&::StoreItem_GetProperty) getProperty = nullptr;
     decltype(&::StoreItem_SetProperty) setProperty = nullptr;
     decltype(&::StoreItem_FreeProperty) freeProperty = nullptr;
+    decltype(&::StoreItemProperty_GetType) propertyType = nullptr;
+    decltype(&::Direct_StoreIndex_InsertItem) insertItem = nullptr;
+    decltype(&::Direct_StoreIndex_InsertItemEx) insertItemWithFlags = nullptr;
+    decltype(&::Direct_StoreIndex_UpdateItem) updateItem = nullptr;
+    decltype(&::Direct_StoreIndex_RemoveItem) removeItem = nullptr;
     decltype(&::GetCachedStatus) getCachedStatus = nullptr;
     decltype(&::StoreLibrary_ThreadRelease) threadRelease = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "OpenFolder.h"
 
-#include <cstring>
+#include <chrono>
+#include <thread>
 
 #include "ExitCode.h"
 #include "Message.h"
@@ -14,7 +15,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kBlockFile = "_index.blk";
-constexpr uint32_t kMailKind = 0;
+constexpr std::chrono::milliseconds kMoment{1000};
+constexpr std::chrono::milliseconds kLongWait{60000};
+constexpr std::chrono::milliseconds kBetweenAttempts{5};
 
 bool IsHeld(const fs::path& directory) { return ProbeBlockFile(directory / kBlockFile) == BlockState::Held; }
 
@@ -26,25 +29,13 @@ public:
     PropertyValue(const Library& library, const char* name) : library_(library)
     {
         uint64_t status = library_.getProperty(name, &value_, &size_);
-        present_ = status != VELMORA_NO_PROPERTY && value_ != nullptr;
+        present_ = status != 0 && status != VELMORA_NO_PROPERTY && value_ != nullptr;
     }
     ~PropertyValue() { library_.freeProperty(value_); }
     PropertyValue(const PropertyValue&) = delete;
     PropertyValue& operator=(const PropertyValue&) = delete;
 
-    Cell Text() const
-    {
-        if (!present_) return {};
-        const char* text = static_cast<const char*>(value_);
-        return std::string(text, strnlen(text, size_));
-    }
-    Cell Number() const
-    {
-        int32_t number = 0;
-        if (!present_ || size_ < sizeof number) return {};
-        std::memcpy(&number, value_, sizeof number);
-        return static_cast<int64_t>(number);
-    }
+    Cell As(ValueForm form) const { return present_ ? ReadValue(form, value_, size_) : Cell(); }
 
 private:
     const Library& library_;
@@ -68,10 +59,29 @@ void RefuseIfHeld(const FolderName& name, const fs::path& directory)
     if (IsHeld(directory)) throw Failure(ExitCode::Temporary, HeldText(name));
 }
 
-OpenFolder::OpenFolder(const Store& store, const FolderName& name, LockWait wait)
-    : store_(store), library_(store.Functions()), name_(name), wait_(wait)
+void AwaitFree(const fs::path& directory)
 {
-    if (!HoldsMail(name_)) throw Failure(ExitCode::Unavailable, "not a mail folder: " + name_.Str());
+    auto end = std::chrono::steady_clock::now() + kMoment;
+    while (IsHeld(directory) && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(kBetweenAttempts);
+}
+
+void WhenFree(const FolderName& name, const fs::path& directory, LockWait wait, const std::string& what,
+              const std::function<uint64_t()>& change)
+{
+    // One that is let go between the attempt and the look at it seems free, and is tried again.
+    auto end = std::chrono::steady_clock::now() + (wait == LockWait::Wait ? kLongWait : kMoment);
+    while (change() == 0) {
+        if (std::chrono::steady_clock::now() > end) {
+            if (ProbeBlockFile(directory / kBlockFile) != BlockState::Free) throw Failure(ExitCode::Temporary, HeldText(name));
+            throw Failure(ExitCode::IoError, what + ": " + name.Str());
+        }
+        std::this_thread::sleep_for(kBetweenAttempts);
+    }
+}
+
+OpenFolder::OpenFolder(const Store& store, const FolderName& name, LockWait wait)
+    : store_(store), library_(store.Functions()), name_(name), kind_(KindOf(name)), wait_(wait)
+{
     directory_ = store_.FolderDirectory(name_);
     Open();
 }
@@ -87,9 +97,14 @@ void OpenFolder::Open()
     RequireReadAndWrite(directory_);
     if (wait_ == LockWait::Refuse) RefuseIfHeld(name_, directory_);
     NoteLeftBehind();
-    uint64_t opened =
-        library_.folderOpen(name_.postoffice.c_str(), name_.mailbox.c_str(), name_.folder.c_str(), kMailKind, VELMORA_OPEN_NORMAL);
-    if (opened != 0) return;
+    // A load takes the lock with a single attempt, which others at work in the folder can make fail.
+    auto end = std::chrono::steady_clock::now() + kMoment;
+    do {
+        uint64_t opened = library_.folderOpen(name_.postoffice.c_str(), name_.mailbox.c_str(), name_.folder.c_str(),
+                                              static_cast<uint32_t>(kind_), VELMORA_OPEN_NORMAL);
+        if (opened != 0) return;
+        std::this_thread::sleep_for(kBetweenAttempts);
+    } while (std::chrono::steady_clock::now() < end);
     // The lock may have been taken between the look and the open.
     RefuseIfHeld(name_, directory_);
     throw Failure(ExitCode::IoError, "cannot load the index of " + name_.Str());
@@ -105,10 +120,11 @@ void OpenFolder::NoteLeftBehind() const
 
 bool OpenFolder::First() { return library_.findFirstItem() == 1; }
 bool OpenFolder::Next() { return library_.findNextItem() == 1; }
+bool OpenFolder::Has(const std::string& id) { return library_.selectItem(id.c_str()) == 1; }
 
 void OpenFolder::Select(const std::string& id)
 {
-    if (library_.selectItem(id.c_str()) == 1) return;
+    if (Has(id)) return;
     // The library compares byte by byte; a person need not.
     for (bool more = First(); more; more = Next()) {
         if (EqualNoCase(CurrentId(), id)) return;
@@ -116,32 +132,43 @@ void OpenFolder::Select(const std::string& id)
     throw Failure(ExitCode::Data, "no such item: " + name_.Str() + " " + id);
 }
 
-Cell OpenFolder::Get(const MailProperty& property) const
+ValueForm OpenFolder::FormOf(std::string_view property) const
 {
-    PropertyValue value(library_, std::string(property.name).c_str());
-    return property.form == MailProperty::Form::Number ? value.Number() : value.Text();
+    return FormOfCode(library_.propertyType(std::string(property).c_str(), static_cast<uint32_t>(kind_)));
 }
 
-Cell OpenFolder::GetOfFolder(const char* name) const { return PropertyValue(library_, name).Text(); }
-
-std::string OpenFolder::CurrentId() const
+Cell OpenFolder::Get(std::string_view property) const
 {
-    Cell id = PropertyValue(library_, "VL_ITEM_ID").Text();
-    const std::string* text = std::get_if<std::string>(&id);
-    return text ? *text : std::string();
+    return PropertyValue(library_, std::string(property).c_str()).As(FormOf(property));
 }
 
-void OpenFolder::Set(const std::string& id, const MailProperty& property, const std::string& value)
+std::string OpenFolder::CurrentId() const { return TextOf(Get("VL_ITEM_ID")); }
+
+void OpenFolder::Set(const std::string& id, std::string_view property, const std::string& bytes)
 {
     Select(id);  // a set on an unknown item would make one
-    library_.setProperty(CurrentId().c_str(), std::string(property.name).c_str(), value.c_str());
+    library_.setProperty(CurrentId().c_str(), std::string(property).c_str(), bytes.c_str());
+}
+
+void OpenFolder::Reload()
+{
+    library_.folderClose();
+    AwaitFree(directory_);
+    Open();
 }
 
 void OpenFolder::SaveAndReload()
 {
     library_.folderSave(0);
-    library_.folderClose();
-    Open();
+    Reload();
+}
+
+void OpenFolder::WriteAnew(const std::vector<std::string>& ids)
+{
+    for (const std::string& id : ids) {
+        if (Has(id)) Set(id, "PR_VL_STATE", TextOf(Get("PR_VL_STATE")));
+    }
+    SaveAndReload();
 }
 
 void OpenFolder::ComplainOfSave(const std::string& what) const

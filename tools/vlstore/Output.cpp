@@ -1,7 +1,9 @@
 #include "Output.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <numeric>
 
@@ -21,16 +23,9 @@ nlohmann::ordered_json JsonOf(const Cell& cell)
 {
     if (const auto* flag = std::get_if<bool>(&cell)) return *flag;
     if (const auto* number = std::get_if<int64_t>(&cell)) return *number;
+    if (const auto* number = std::get_if<double>(&cell)) return *number;
     if (const auto* text = std::get_if<std::string>(&cell)) return ToUtf8(*text);
     return nullptr;
-}
-
-std::string TextOf(const Cell& cell)
-{
-    if (const auto* flag = std::get_if<bool>(&cell)) return *flag ? "yes" : "no";
-    if (const auto* number = std::get_if<int64_t>(&cell)) return std::to_string(*number);
-    if (const auto* text = std::get_if<std::string>(&cell)) return *text;
-    return {};
 }
 
 std::string ForTable(const Cell& cell)
@@ -109,6 +104,18 @@ size_t WidthOf(std::FILE* stream)
 }
 
 }  // namespace
+
+std::string TextOf(const Cell& cell)
+{
+    if (const auto* flag = std::get_if<bool>(&cell)) return *flag ? "yes" : "no";
+    if (const auto* number = std::get_if<int64_t>(&cell)) return std::to_string(*number);
+    if (const auto* text = std::get_if<std::string>(&cell)) return *text;
+    if (const auto* number = std::get_if<double>(&cell)) {
+        char shown[32];  // the shortest text that reads back as the same number
+        return {shown, std::to_chars(shown, std::end(shown), *number).ptr};
+    }
+    return {};
+}
 
 void Output::Put(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stream_); }
 

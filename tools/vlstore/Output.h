@@ -18,7 +18,10 @@ namespace vlstore {
 enum class Format { Table, Json, Tab };
 
 // A value: absent, yes or no, a number, or text in whatever bytes the store holds.
-using Cell = std::variant<std::monostate, bool, int64_t, std::string>;
+using Cell = std::variant<std::monostate, bool, int64_t, double, std::string>;
+
+// A value as a line of text: "yes", "12", "0.5"; empty when it is absent.
+std::string TextOf(const Cell& cell);
 using Row = std::vector<Cell>;
 
 class Output {

@@ -38,7 +38,12 @@ void AddItemList(CLI::App& noun, Session& session);
 void AddItemShow(CLI::App& noun, Session& session);
 void AddItemGet(CLI::App& noun, Session& session);
 void AddItemSet(CLI::App& noun, Session& session);
+void AddItemDeliver(CLI::App& noun, Session& session);
+void AddItemFlag(CLI::App& noun, Session& session);
+void AddItemRemove(CLI::App& noun, Session& session);
 void AddFolderStatus(CLI::App& noun, Session& session);
+void AddFolderCounts(CLI::App& noun, Session& session);
+void AddPropertyList(CLI::App& noun, Session& session);
 
 }  // namespace vlstore
 

@@ -21,6 +21,8 @@ constexpr const char* kProbeFolder = "Inbox";
 
 constexpr const char* kMailboxes = "MAILROOT";
 constexpr const char* kPublicFolders = "PUBROOT";
+constexpr const char* kFiles = "FILEROOT";
+constexpr const char* kFilesFolder = "$FILEROOT";  // one that only begins so is none that the store knows
 
 // The library cuts a longer path, and a cut path is another file. What it adds to a folder's name are the mail root, the
 // room of the mailboxes and the longest name of an item.
@@ -88,7 +90,8 @@ fs::path Store::AskMailRoot() const
 fs::path Store::FolderDirectory(const FolderName& name) const
 {
     FolderPlace place = PlaceOf(name);
-    if (place == FolderPlace::SpecialRoot) throw Failure(ExitCode::Unavailable, "not a folder that this tool opens: " + name.Str());
+    bool opened = place != FolderPlace::Contacts && (place != FolderPlace::Files || EqualNoCase(name.FolderParts().front(), kFilesFolder));
+    if (!opened) throw Failure(ExitCode::Unavailable, "not a folder that this tool opens: " + name.Str());
     const fs::path& root = MailRoot();
     if (!fs::is_directory(root)) throw Failure(ExitCode::NoInput, "no such store: the mail root " + root.string() + " is not there");
     if (root.string().size() + name.Str().size() + kRoomForNames > kLongestPath) {
@@ -100,6 +103,10 @@ fs::path Store::FolderDirectory(const FolderName& name) const
 
     std::string noFolder = "no such folder: " + name.Str();
     std::vector<std::string> parts = name.FolderParts();
+    if (place == FolderPlace::Files) {
+        directory = Require(Require(office, kFiles, noFolder), name.mailbox, noFolder);
+        parts.erase(parts.begin());
+    }
     if (place == FolderPlace::Public && SettingsFile::Load(settingsFile_).Number("Public Folders Enabled", 1) != 0) {
         directory = Require(office, kPublicFolders, noFolder);
         parts.erase(parts.begin());

@@ -61,8 +61,14 @@ std::filesystem::path MakePrivateDirectory(std::error_code& error);
 
 // The whole content of a file.
 std::error_code ReadFileContent(const std::filesystem::path& path, std::string& bytes);
+// Everything that comes on standard input, to its end.
+std::error_code ReadStandardInput(std::string& bytes);
+// Synced: on the disk, as far as the system can tell, when the call returns.
+enum class Durability { Cached, Synced };
 // Makes a file that must not exist yet and writes `bytes`; nothing is left behind on a failure.
-std::error_code WriteNewFile(const std::filesystem::path& path, std::string_view bytes);
+std::error_code WriteNewFile(const std::filesystem::path& path, std::string_view bytes, Durability durability = Durability::Cached);
+// Brings the names in a directory to the disk, where that is a step of its own.
+std::error_code SyncDirectory(const std::filesystem::path& directory);
 // Renames in one step and fails with file_exists when `to` is there.
 std::error_code MoveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to);
 // Puts `bytes` into the place of `path` in one step: readers see the old content or the new one, also after a crash.

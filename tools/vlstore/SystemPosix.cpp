@@ -51,7 +51,17 @@ std::error_code WriteAll(int descriptor, std::string_view bytes)
     return {};
 }
 
-enum class Durability { Cached, Synced };
+std::error_code ReadToEnd(int descriptor, std::string& bytes)
+{
+    char piece[1 << 16];
+    for (;;) {
+        ssize_t count = ::read(descriptor, piece, sizeof piece);
+        if (count == 0) return {};
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return LastError();
+        bytes.append(piece, static_cast<size_t>(count));
+    }
+}
 
 std::error_code CreateWith(const fs::path& path, std::string_view bytes, mode_t mode, Durability durability)
 {
@@ -149,17 +159,27 @@ std::error_code ReadFileContent(const fs::path& path, std::string& bytes)
     if (!file.Valid()) return LastError();
     struct stat info {};
     if (::fstat(file.Number(), &info) == 0 && info.st_size > 0) bytes.reserve(static_cast<size_t>(info.st_size));
-    char piece[1 << 16];
-    for (;;) {
-        ssize_t count = ::read(file.Number(), piece, sizeof piece);
-        if (count == 0) return {};
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return LastError();
-        bytes.append(piece, static_cast<size_t>(count));
-    }
+    return ReadToEnd(file.Number(), bytes);
 }
 
-std::error_code WriteNewFile(const fs::path& path, std::string_view bytes) { return CreateWith(path, bytes, 0666, Durability::Cached); }
+std::error_code ReadStandardInput(std::string& bytes)
+{
+    bytes.clear();
+    return ReadToEnd(STDIN_FILENO, bytes);
+}
+
+std::error_code WriteNewFile(const fs::path& path, std::string_view bytes, Durability durability)
+{
+    return CreateWith(path, bytes, 0666, durability);
+}
+
+std::error_code SyncDirectory(const fs::path& directory)
+{
+    Descriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.Valid()) return LastError();
+    // A file system that cannot do it for a directory says so.
+    return ::fsync(opened.Number()) == 0 || errno == EINVAL ? std::error_code() : LastError();
+}
 
 std::error_code MoveWithoutReplacing(const fs::path& from, const fs::path& to)
 {

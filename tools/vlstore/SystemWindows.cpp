@@ -77,7 +77,16 @@ std::error_code WriteAll(HANDLE file, std::string_view bytes)
     return {};
 }
 
-enum class Durability { Cached, Synced };
+std::error_code ReadToEnd(HANDLE file, std::string& bytes)
+{
+    char piece[1 << 16];
+    for (;;) {
+        DWORD count = 0;
+        if (!ReadFile(file, piece, sizeof piece, &count, nullptr)) return LastError();
+        if (count == 0) return {};
+        bytes.append(piece, count);
+    }
+}
 
 std::error_code CreateWith(const fs::path& path, std::string_view bytes, Durability durability)
 {
@@ -229,16 +238,24 @@ std::error_code ReadFileContent(const fs::path& path, std::string& bytes)
     if (!file.Valid()) return LastError();
     LARGE_INTEGER size{};
     if (GetFileSizeEx(file.Get(), &size) && size.QuadPart > 0) bytes.reserve(static_cast<size_t>(size.QuadPart));
-    char piece[1 << 16];
-    for (;;) {
-        DWORD count = 0;
-        if (!ReadFile(file.Get(), piece, sizeof piece, &count, nullptr)) return LastError();
-        if (count == 0) return {};
-        bytes.append(piece, count);
-    }
+    return ReadToEnd(file.Get(), bytes);
 }
 
-std::error_code WriteNewFile(const fs::path& path, std::string_view bytes) { return CreateWith(path, bytes, Durability::Cached); }
+std::error_code ReadStandardInput(std::string& bytes)
+{
+    bytes.clear();
+    std::error_code error = ReadToEnd(GetStdHandle(STD_INPUT_HANDLE), bytes);
+    // The end of a pipe is told as an error.
+    return error.value() == ERROR_BROKEN_PIPE ? std::error_code() : error;
+}
+
+std::error_code WriteNewFile(const fs::path& path, std::string_view bytes, Durability durability)
+{
+    return CreateWith(path, bytes, durability);
+}
+
+// The system keeps its directories by itself.
+std::error_code SyncDirectory(const fs::path&) { return {}; }
 
 std::error_code MoveWithoutReplacing(const fs::path& from, const fs::path& to)
 {

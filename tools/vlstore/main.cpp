@@ -65,7 +65,13 @@ void AddVerbs(CLI::App& app, Session& session)
     vlstore::AddItemShow(*item, session);
     vlstore::AddItemGet(*item, session);
     vlstore::AddItemSet(*item, session);
-    vlstore::AddFolderStatus(*AddNoun(app, "folder", "Folders"), session);
+    vlstore::AddItemDeliver(*item, session);
+    vlstore::AddItemFlag(*item, session);
+    vlstore::AddItemRemove(*item, session);
+    CLI::App* folder = AddNoun(app, "folder", "Folders");
+    vlstore::AddFolderStatus(*folder, session);
+    vlstore::AddFolderCounts(*folder, session);
+    vlstore::AddPropertyList(*AddNoun(app, "property", "Properties of items"), session);
 }
 
 int RunVerb(Session& session)
