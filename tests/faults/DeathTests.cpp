@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "tests/faults/Death.h"
@@ -25,16 +26,19 @@ uint32_t RunAll(Oracle& oracle, const Scenario& scenario, FaultKind kind, uint32
 {
     for (uint32_t nth = 1; nth < kEndless; ++nth) {
         oracle.Restore();
-        if (!DieAt(scenario, oracle.Folder(), kind, nth, sixteenths)) return nth - 1;
-        const bool torn = kind == FaultKind::TornDeath || oracle.IndexIsDamaged();
+        const std::optional<std::string> place = DieAt(scenario, oracle.Folder(), kind, nth, sixteenths);
+        if (!place) return nth - 1;
+        // Where it died at another file, the index is whole: as it was, or as it is now.
+        const bool torn = IsPathOf(*place, "_index.xml") && (kind == FaultKind::TornDeath || oracle.IndexIsDamaged());
         const Licence licence = Licence()
                                     .AllowTornIndex(torn || scenario.beginsTorn)
                                     .Allow(Quirk::DamageStays, torn || scenario.beginsTorn)
                                     .Allow(Quirk::FlagGone, oracle.BeginsUnlisted())
+                                    .Allow(Quirk::TornCounts, kind == FaultKind::TornDeath && IsPathOf(*place, "_FOLDER.DAT"))
                                     .Allow(Quirk::BlockStays)
                                     .Allow(Quirk::MessageUnderCopy, scenario.branding);
-        oracle.JudgeOther(licence,
-                          std::string(NameOf(kind)) + " at operation " + std::to_string(nth) + " (" + std::to_string(sixteenths) + ")");
+        oracle.JudgeOther(licence, std::string(NameOf(kind)) + " at operation " + std::to_string(nth) + " (" + std::to_string(sixteenths) +
+                                       "), at \"" + *place + "\"");
     }
     ADD_FAILURE() << "the scenario does not come to its end";
     return 0;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "common/Text.h"
+#include "tests/support/TestStore.h"
 
 namespace velmora::test {
 
@@ -43,27 +44,16 @@ constexpr std::array<KindRow, 8> kKinds = {{
 
 const KindRow& RowOf(FaultKind kind) { return kKinds[static_cast<size_t>(kind)]; }
 
-bool EndsNoCase(std::string_view text, std::string_view end)
-{
-    return text.size() >= end.size() && EqualsNoCase(text.substr(text.size() - end.size()), end);
-}
-
-constexpr const char* kOperations[] = {"open", "read", "write", "resize", "delete", "move", "copy", "make directory", "search", "none"};
+constexpr const char* kOperations[] = {"open", "read",           "write",  "resize", "delete", "move",
+                                       "copy", "make directory", "search", "seek",   "none"};
 
 }  // namespace
 
 const char* NameOf(FaultKind kind) { return RowOf(kind).name; }
 
-const char* NameOf(FaultSpan span)
+bool IsPathOf(std::string_view path, std::string_view nameEnd)
 {
-    constexpr const char* kNames[] = {"Once", "Two", "Three", "Five", "Onwards"};
-    return kNames[static_cast<size_t>(span)];
-}
-
-bool IsInSpan(FaultSpan span, uint32_t nth, uint32_t seen)
-{
-    constexpr uint32_t kLengths[] = {1, 2, 3, 5, UINT32_MAX};
-    return seen >= nth && seen - nth < kLengths[static_cast<size_t>(span)];
+    return path.size() >= nameEnd.size() && EqualsNoCase(path.substr(path.size() - nameEnd.size()), nameEnd);
 }
 
 FaultSeam::FaultSeam(FaultKind kind, uint32_t nth, FaultSpan span, uint32_t sixteenths)
@@ -79,10 +69,15 @@ FaultSeam::~FaultSeam()
 
 bool FaultSeam::AppliesTo(FileOperation operation, std::string_view path, uint64_t bytes) const
 {
-    if (kind_ == FaultKind::IndexHeld && !EndsNoCase(path, "_index.xml")) return false;
+    if (kind_ == FaultKind::IndexHeld && !IsPathOf(path, "_index.xml")) return false;
     // One byte is written or not; there is no half of it.
     const bool halves = kind_ == FaultKind::ShortWrite || kind_ == FaultKind::TornDeath;
     return (RowOf(kind_).operations & Bit(operation)) != 0 && (!halves || bytes > 1);
+}
+
+void FaultSeam::NoteDeath() const
+{
+    if (!note_.empty()) WriteFileBytes(note_, firstPath_);
 }
 
 FileVerdict FaultSeam::Before(FileOperation operation, const char* path, uint64_t bytes)
@@ -100,8 +95,9 @@ FileVerdict FaultSeam::Before(FileOperation operation, const char* path, uint64_
         firstPath_ = file;
     }
     all_.emplace_back(operation, file);
-    if (kind_ == FaultKind::Death) std::_Exit(kStoppedByFault);
     dying_ = kind_ == FaultKind::TornDeath;
+    if (dying_ || kind_ == FaultKind::Death) NoteDeath();
+    if (kind_ == FaultKind::Death) std::_Exit(kStoppedByFault);
     verdict.fail = RowOf(kind_).error;
     if (verdict.fail == 0) verdict.writeLimit = bytes * sixteenths_ / 16;
     return verdict;
@@ -109,8 +105,7 @@ FileVerdict FaultSeam::Before(FileOperation operation, const char* path, uint64_
 
 bool FaultSeam::HitAny(FileOperation operation, std::string_view nameEnd) const
 {
-    return std::any_of(all_.begin(), all_.end(),
-                       [&](const auto& hit) { return hit.first == operation && EndsNoCase(hit.second, nameEnd); });
+    return std::any_of(all_.begin(), all_.end(), [&](const auto& hit) { return hit.first == operation && IsPathOf(hit.second, nameEnd); });
 }
 
 std::string FaultSeam::Describe() const

@@ -3,12 +3,14 @@
 #define VELMORA_TESTS_FAULTS_FAULTSEAM_H
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/FileSeam.h"
+#include "tests/support/FaultSpan.h"
 
 namespace velmora::test {
 
@@ -23,19 +25,10 @@ enum class FaultKind {
     IndexHeld,   // SharingViolation on the index file alone, as when another program has it open for a while
 };
 
-// How many operations in a row fail, each of them one that the kind applies to.
-enum class FaultSpan {
-    Once,
-    Two,
-    Three,
-    Five,
-    Onwards,  // this operation and every later one
-};
-// Whether the `seen`-th is among those that fail from the `nth` on.
-bool IsInSpan(FaultSpan span, uint32_t nth, uint32_t seen);
-
 const char* NameOf(FaultKind kind);
-const char* NameOf(FaultSpan span);
+
+// Whether the path ends in this name, whatever its case.
+bool IsPathOf(std::string_view path, std::string_view nameEnd);
 
 // How a process ends that a fault stopped.
 inline constexpr int kStoppedByFault = 77;
@@ -51,6 +44,9 @@ public:
 
     platform::FileVerdict Before(platform::FileOperation operation, const char* path, uint64_t bytes) override;
 
+    // The deaths write the path of the operation that they happen at into this file.
+    void NoteDeathIn(const std::filesystem::path& note) { note_ = note; }
+
     // The operations that went wrong.
     uint32_t Hits() const { return hits_; }
     // Whether any of them was one of these, and on a name with that end, whatever its case. What is done to a handle counts for
@@ -60,6 +56,7 @@ public:
     std::string Describe() const;
 
 private:
+    void NoteDeath() const;
     bool AppliesTo(platform::FileOperation operation, std::string_view path, uint64_t bytes) const;
 
     const FaultKind kind_;
@@ -71,6 +68,7 @@ private:
     bool dying_ = false;
     platform::FileOperation firstOperation_ = platform::FileOperation::Count_;
     std::string firstPath_;
+    std::filesystem::path note_;
     std::string opened_;  // the path of the last open
     std::vector<std::pair<platform::FileOperation, std::string>> all_;
     platform::FileSeam* before_;

@@ -42,6 +42,9 @@ std::string BytesOf(const Look& look)
     std::string bytes;
     Put(bytes, std::to_string(look.opened));
     Put(bytes, std::to_string(look.scanned ? 1 : 0));
+    Put(bytes, std::to_string(look.counts ? 1 : 0));
+    if (look.counts)
+        for (const uint32_t word : *look.counts) Put(bytes, std::to_string(word));
     Put(bytes, std::to_string(look.listing.size()));
     for (const auto& [id, columns] : look.listing) {
         Put(bytes, id);
@@ -60,6 +63,8 @@ Look LookOf(const std::string& bytes)
     Look look;
     look.opened = pieces.NextNumber();
     look.scanned = pieces.NextNumber() != 0;
+    if (pieces.NextNumber() != 0)
+        for (uint32_t& word : look.counts.emplace()) word = static_cast<uint32_t>(pieces.NextNumber());
     for (size_t items = pieces.NextNumber(); items != 0; --items) {
         Columns& columns = look.listing[pieces.Next()];
         for (size_t left = pieces.NextNumber(); left != 0; --left) {
@@ -80,6 +85,7 @@ Look LookHere()
     look.listing = ListingOfOpenFolder();
     LeaveEverything();
     look.scanned = watch.Scans() != 0;
+    look.counts = ReadCounts();
     return look;
 }
 

@@ -1,12 +1,14 @@
-// An undisturbed open of the folder, by this process or by a new one, and what it lists.
+// An undisturbed open of the folder, by this process or by a new one, what it lists, and the cached counts behind it.
 #ifndef VELMORA_TESTS_FAULTS_LOOK_H
 #define VELMORA_TESTS_FAULTS_LOOK_H
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/faults/Counts.h"
 #include "tests/faults/Listing.h"
 
 namespace velmora::test {
@@ -17,6 +19,7 @@ struct Look {
     uint64_t opened = 0;  // the answer of the open
     bool scanned = false;
     Listing listing;
+    std::optional<Counts> counts;
 };
 
 // The folder is closed again, and nothing of it is left in this process's memory.

@@ -56,8 +56,8 @@ Columns Repaired(const Columns& columns, Columns fresh)
     return fresh;
 }
 
-constexpr const char* kQuirkNames[] = {"ReadAgain", "TornIndex",  "TornElement",     "DamageStays",
-                                       "FlagGone",  "BlockStays", "MessageUnderCopy"};
+constexpr const char* kQuirkNames[] = {"ReadAgain", "TornIndex",  "TornElement", "DamageStays",     "FlagGone",
+                                       "OldCounts", "TornCounts", "BlockStays",  "MessageUnderCopy"};
 static_assert(std::size(kQuirkNames) == static_cast<size_t>(Quirk::Count_));
 
 bool Loads(const fs::path& folder)
@@ -84,6 +84,7 @@ Oracle::Oracle(const Scenario& scenario, bool backup) : scenario_(scenario), bac
     if (scenario_.prepare) scenario_.prepare(folder_);
     initial_ = ReadFolder(folder_);
     if (!initial_.contains("_index.xml")) before_.clear();
+    countsBefore_ = ReadCounts();
     store_.SetNumber("Backup Index", backup_ ? 1 : 0);
     store_.SetNumber("UID Branding Enabled", scenario_.branding ? 1 : 0);
     Learn();
@@ -95,8 +96,11 @@ void Oracle::Learn()
     const Report report = Act();
     EXPECT_EQ(report.results, scenario_.allowed.back()) << scenario_.name;
     LeaveEverything();
-    after_ = Open().listing;
+    const Look look = Open();
+    after_ = look.listing;
+    countsAfter_ = look.counts;
     EXPECT_FALSE(after_.empty());
+    EXPECT_TRUE(countsAfter_ && AreCountsOf(*countsAfter_, after_));
     finished_ = ReadFolder(folder_);
 
     fresh_.push_back(ListingWithoutIndex(initial_));
@@ -155,13 +159,37 @@ bool Oracle::HasWholeBackup()
     return Loads(place);
 }
 
-void Oracle::Judge(const Report& report, const Licence& licence, const std::string& what)
+void Oracle::Begin()
 {
     complaints_.clear();
+    seenBefore_ = seen_;
+    changeIsDue_ = false;
+}
+
+void Oracle::Conclude(const std::string& what)
+{
+    askNewProcess_ = false;
+    for (size_t i = 0; i < seen_.size(); ++i) runs_[i] += seen_[i] != seenBefore_[i];
+    EXPECT_EQ(complaints_, "") << what;
+}
+
+void Oracle::JudgeUndisturbed(const Report& report, const std::string& what)
+{
+    Begin();
+    if (report.results != scenario_.allowed.back()) Complain("answered " + report.results + " with no fault");
+    LeaveEverything();
+    const Look look = Open();
+    if (look.listing != after_ || look.counts != countsAfter_) Complain("is not what it was when nothing went wrong");
+    if (FileExists(folder_ / "_index.blk")) Complain("the block is left behind");
+    Conclude(what);
+}
+
+void Oracle::Judge(const Report& report, const Licence& licence, const std::string& what)
+{
+    Begin();
     if (std::find(scenario_.allowed.begin(), scenario_.allowed.end(), report.results) == scenario_.allowed.end())
         Complain("answered " + report.results);
     scanned_ = report.scanned;
-    changeIsDue_ = false;
     // What could not be found out for now is asked for again by a flag.
     if (report.listed) CheckListing(ListingOfOpenFolder(), !HasFlag() && !licence.Allows(Quirk::FlagGone), licence, "at once");
     LeaveEverything();
@@ -172,19 +200,16 @@ void Oracle::Judge(const Report& report, const Licence& licence, const std::stri
     Licence narrowed = licence;
     JudgeSave(report, narrowed);
     JudgeNextOpen(narrowed);
-    askNewProcess_ = false;
-    EXPECT_EQ(complaints_, "") << what;
+    Conclude(what);
 }
 
-void Oracle::JudgeOther(const Licence& licence, const std::string& what)
+void Oracle::JudgeOther(const Licence& licence, const std::string& what, bool scanned)
 {
-    complaints_.clear();
-    // Nobody saw what the other one did.
-    scanned_ = initial_.contains("_CHANGE.DTY") || scenario_.backupOnly;
-    changeIsDue_ = false;
+    Begin();
+    // Nobody else saw what the other one did.
+    scanned_ = scanned || initial_.contains("_CHANGE.DTY") || scenario_.backupOnly;
     JudgeNextOpen(licence);
-    askNewProcess_ = false;
-    EXPECT_EQ(complaints_, "") << what;
+    Conclude(what);
 }
 
 // A change that is told to be saved is on the disk, and one that is not asks for a scan by a flag.
@@ -214,6 +239,8 @@ void Oracle::JudgeNextOpen(const Licence& given)
     // The backup knows the flags.
     if (damaged && HasWholeBackup()) licence.Forbid(Quirk::TornIndex).Forbid(Quirk::TornElement);
 
+    const std::optional<Counts> counts = ReadCounts();
+    const bool scanIsDue = HasFlag() || damaged;
     Look look = Open();
     if (look.opened == 0) {
         // With "Backup Index" the damaged file has been put aside now; without, somebody has to ask for the mending.
@@ -229,10 +256,14 @@ void Oracle::JudgeNextOpen(const Licence& given)
         if (look.opened != 1) Complain("the folder does not open for a scan");
     }
     CheckListing(look.listing, true, licence, "next");
+    if (!scanIsDue && !(counts && AreCountsOf(*counts, look.listing)) && !AreKnownCounts(counts, look.listing, licence))
+        Complain("the counts in front of the next open are " + (counts ? Text(*counts) : "gone") + " for " + Text(CountsOf(look.listing)));
+    CheckCounts(look, licence, "next");
     // It is on the disk and not in memory alone.
     if (IndexIsDamaged() || !FileExists(folder_ / "_index.xml")) Complain("the index is damaged behind a good open");
     const Look second = Open();
     if (second.opened == 0 || second.listing != look.listing) Complain("the second open lists something else");
+    CheckCounts(second, licence, "second");
 }
 
 void Oracle::CheckMessagesKept(const Licence& licence)
@@ -285,6 +316,28 @@ void Oracle::CheckUids(const Listing& listing, const Licence& licence, const std
         if (!before_.empty() && !before_.contains(id) && uid <= lastUid_ && !licence.Allows(Quirk::TornIndex))
             Complain(id + " is listed " + when + " with an old UID");
     }
+}
+
+// They are a cache: those of the listing, or with no scan behind them, older ones.
+void Oracle::CheckCounts(const Look& look, const Licence& licence, const std::string& when)
+{
+    if (look.counts && AreCountsOf(*look.counts, look.listing)) return;
+    if (!look.scanned && AreKnownCounts(look.counts, look.listing, licence)) return;
+    Complain("the counts behind the " + when + " open are " + (look.counts ? Text(*look.counts) : "gone") + " for " +
+             Text(CountsOf(look.listing)) + (look.scanned ? ", behind a scan" : ""));
+}
+
+bool Oracle::AreKnownCounts(const std::optional<Counts>& counts, const Listing& listing, const Licence& licence)
+{
+    if (counts == countsAfter_ || (counts == countsBefore_ && (!changeIsDue_ || Use(Quirk::OldCounts, licence)))) return true;
+    if (!counts || !licence.Allows(Quirk::TornCounts)) return false;
+    const Counts present = CountsOf(listing);
+    for (size_t word = 0; word < counts->size(); ++word) {
+        const uint32_t value = (*counts)[word];
+        const bool isBefore = value == (countsBefore_ ? (*countsBefore_)[word] : 0);
+        if (!isBefore && value != (*countsAfter_)[word] && value != present[word]) return false;
+    }
+    return Use(Quirk::TornCounts, licence);
 }
 
 std::vector<const Listing*> Oracle::Known() const

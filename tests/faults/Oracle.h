@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ enum class Quirk : uint32_t {
     TornElement,       // the same, and the file is well-formed: one element is a mixture, or of no message
     DamageStays,       // without backups, a damaged index does not load until a flag asks for a scan
     FlagGone,          // no flag asks for the scan that is due: it went in front of one that came to no end, or could not be set
+    OldCounts,         // a saved change is not in the cached counts, which could not be counted or written, until a scan or a save
+    TornCounts,        // a write of the cached counts stopped half-way: each of them is an older or a newer one until a scan or a save
     BlockStays,        // nobody could delete the block file; the next open waits for it and breaks it
     MessageUnderCopy,  // a message is rewritten by delete and move, and stands under the name of its copy
     Count_
@@ -63,6 +66,9 @@ public:
     // How often each quirk was seen, for the reader of the output: "TornIndex 3, BlockStays 1".
     std::string QuirksSeen() const;
 
+    // The number of judgements in which the quirk was seen.
+    uint32_t Runs(Quirk quirk) const { return runs_[static_cast<size_t>(quirk)]; }
+
     // The folder as it is before the scenario.
     void Restore();
     // Whether there is an index file that does not load.
@@ -71,8 +77,10 @@ public:
     Report Act();
     // Behind a run, with no fault installed any more.
     void Judge(const Report& report, const Licence& licence, const std::string& what);
-    // The same behind a run in another process.
-    void JudgeOther(const Licence& licence, const std::string& what);
+    // Behind a run that no fault has met: it leaves the state behind the scenario, and no quirk is seen.
+    void JudgeUndisturbed(const Report& report, const std::string& what);
+    // The same as Judge behind a run in another process. `scanned`: as in Report, where that process told it.
+    void JudgeOther(const Licence& licence, const std::string& what, bool scanned = false);
     // The next judgement has the folder opened by a new process.
     void AskANewProcess() { askNewProcess_ = true; }
 
@@ -88,6 +96,8 @@ private:
     void CheckMessagesKept(const Licence& licence);
     bool ListsAllMessages(const Listing& listing) const;
     void CheckListing(const Listing& listing, bool complete, const Licence& licence, const std::string& when);
+    void CheckCounts(const Look& look, const Licence& licence, const std::string& when);
+    bool AreKnownCounts(const std::optional<Counts>& counts, const Listing& listing, const Licence& licence);
     void CheckUids(const Listing& listing, const Licence& licence, const std::string& when);
     bool MayBeListed(const std::string& id, const Columns& columns, const Licence& licence);
     // The states that the present judgement takes an item from.
@@ -96,6 +106,8 @@ private:
     bool Use(Quirk quirk, const Licence& licence);
     void Note(Quirk quirk);
     void Complain(const std::string& text);
+    void Begin();
+    void Conclude(const std::string& what);
 
     const Scenario& scenario_;
     const bool backup_;
@@ -107,6 +119,8 @@ private:
     FolderImage finished_;
     Listing before_;
     Listing after_;
+    std::optional<Counts> countsBefore_;
+    std::optional<Counts> countsAfter_;
     std::vector<Listing> fresh_;  // of folders that have lost their index
     uint32_t handles_ = 0;        // open when nobody has the folder open
     uint32_t lastUid_ = 0;        // the highest of `before_`
@@ -114,7 +128,10 @@ private:
     bool scanned_ = false;
     bool changeIsDue_ = false;  // the state behind the scenario is the only right one
     bool askNewProcess_ = false;
-    std::array<uint32_t, static_cast<size_t>(Quirk::Count_)> seen_{};
+    using Tally = std::array<uint32_t, static_cast<size_t>(Quirk::Count_)>;
+    Tally seen_{};
+    Tally seenBefore_{};  // when the present judgement began
+    Tally runs_{};
     std::string complaints_;
 };
 

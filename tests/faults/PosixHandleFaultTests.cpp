@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "platform/win32.h"
-#include "tests/faults/Allocations.h"
 #include "tests/support/TestStore.h"
+#include "tests/support/memory/Allocations.h"
 
 namespace velmora::test {
 namespace {

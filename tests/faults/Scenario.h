@@ -49,6 +49,10 @@ struct Scenario {
     bool branding = false;
     // Whether the index is damaged to begin with, and no backup tells the flags.
     bool beginsTorn = false;
+    // Whether it counts by loading the index that it has just saved. Kept: the saved change stands when that load fails.
+    bool countsByALoad = false;
+    // Of a hundred places at which memory runs out for good, how many may leave a due scan without its flag.
+    uint32_t unmarkedPercent = 0;
     // How often the scenario lists the messages itself, which is no scan.
     uint32_t ownListings = 0;
     // Whether it leaves what it does not change in the index where it stands: a write that does nothing then costs nothing.

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "frame/Settings.h"
@@ -40,6 +41,12 @@ protected:
     uint64_t Scan(uint32_t mode = kScanTakesBlock, uint32_t verify = 0)
     {
         return ScanFoldersOrdered(nullptr, table_, Path(), mode, verify);
+    }
+    // A scan while operations on files go the way that the hook says.
+    uint64_t ScanUnder(HookedSeam::Hook hook)
+    {
+        const HookedSeam seam(std::move(hook));
+        return Scan();
     }
 
     Names Ids()
