@@ -126,6 +126,7 @@ our_sources() {
     for directory in "$@"; do
         [ -d "$directory" ] && found+=("$directory")
     done
+    [ ${#found[@]} -gt 0 ] || return 0
     find "${found[@]}" -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) | LC_ALL=C sort
 }
 all_source_directories=(include common platform SERVICES tools tests bench fuzz)

@@ -43,8 +43,40 @@ forbidden_includes() {
     public_sources | xargs -r grep -HnE '#[[:space:]]*include[[:space:]]*"' | grep -v '"velmora/' || true
 }
 
-posix_headers='(windows|winsock2|io|direct|process|unistd|strings|fcntl|dirent|pthread|sched|semaphore|dlfcn|syslog|poll|signal|termios|pwd|grp|netdb|spawn|utime|glob|fnmatch|ftw|(sys|linux|netinet|arpa|net)/[a-z_]+)\.h'
-system_macros='\b(_?WIN32|_WIN64|_MSC_VER|__MINGW[0-9A-Z_]*|__linux(__)?|__unix(__)?)\b'
+system_macros='\b(_?WIN(32|64)|_MSC_VER|__MINGW[0-9A-Z_]*|__CYGWIN__|__linux(__)?|__unix(__)?|__APPLE__|__ANDROID__|__[A-Za-z]+BSD__|__sun)\b'
+
+# What the language itself has, in C++20 and as C spells it, but for what only one system gives a full sense to.
+standard_headers='algorithm any array atomic barrier bit bitset cassert ccomplex cctype cfenv cfloat charconv chrono cinttypes
+climits clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp cstdalign cstdarg cstdbool cstddef
+cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution forward_list fstream functional future
+initializer_list iomanip ios iosfwd iostream istream iterator latch limits list locale map memory memory_resource mutex new
+numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore set shared_mutex source_location
+span sstream stack stdexcept stop_token streambuf string string_view strstream syncstream system_error thread tuple
+type_traits typeindex typeinfo unordered_map unordered_set utility valarray variant vector version
+assert.h ctype.h float.h inttypes.h limits.h locale.h math.h setjmp.h stdalign.h stdarg.h stdbool.h stddef.h stdint.h stdio.h
+stdlib.h string.h time.h uchar.h wchar.h wctype.h'
+# Of the packages that tests, benchmarks and fuzz targets are built with.
+package_headers='gtest/gtest.h gmock/gmock.h benchmark/benchmark.h nlohmann/json.hpp pugixml.hpp fuzzer/FuzzedDataProvider.h'
+
+# foreign_includes HEADER...: FILE:LINE: TEXT for every include in the files on standard input that is neither one of these nor
+# the language's own nor of this tree.
+foreign_includes() {
+    local files file place included room
+    mapfile -t files
+    [ ${#files[@]} -gt 0 ] || return 0
+    grep -HnE '^[[:space:]]*#[[:space:]]*include' "${files[@]}" | awk -v allowed="$standard_headers $*" '
+        BEGIN { for (count = split(allowed, names, /[ \n]+/); count > 0; --count) known["<" names[count] ">"] = 1 }
+        { included = $0; sub(/^[^#]*#[ \t]*include[ \t]*/, "", included); sub(/[ \t\r]*(\/[\/*].*)?$/, "", included) }
+        !(included in known)' | while IFS= read -r place; do
+        included=${place#*[<\"]}
+        included=${included%%[>\"]*}
+        room=${included%/*}
+        [ "$room" != "$included" ] && { [ -d "$room" ] || [ -d "include/$room" ] || [ -d "SERVICES/Library/$room" ]; } && continue
+        file=${place%%:*}
+        [ -f "${file%/*}/$included" ] && continue
+        say "$place"
+    done
+}
 
 # FILE:LINE: TEXT for the lines of the files on standard input that match, comments left out.
 code_lines() {
@@ -57,27 +89,34 @@ code_lines() {
 # The operating system belongs to platform/. Comments may name what they explain, and one public header says how an export
 # is marked on each system.
 platform_names() {
-    { our_sources common SERVICES/Library; public_sources | grep -vx include/velmora/api.h; } | code_lines \
-        "$system_macros|\\berrno\\b|std *:: *filesystem|#[[:space:]]*include[[:space:]]*<($posix_headers|errno\\.h|cerrno|csignal|filesystem)>"
+    { our_sources common SERVICES/Library; public_sources | grep -vx include/velmora/api.h; } |
+        code_lines "$system_macros|\\berrno\\b|std *:: *filesystem"
+    # What stands in quotes is looked at above, as an include that runs upwards or nowhere.
+    { our_sources common SERVICES/Library; public_sources; } | foreign_includes | { grep -E 'include[[:space:]]*<' || true; }
 }
 
-# Tests and benchmarks may use what the language has, and say in a file's name that it is for one system alone.
+# Tests, benchmarks and fuzz targets may use what the language has, and say in a file's name that it is for one system alone.
 is_for_one_system='(^|/)(Posix|Windows)[^/]*$|(Posix|Windows)\.(cpp|h)$'
 system_names_in_tests() {
-    our_sources tests bench | { grep -vE "$is_for_one_system" || true; } | code_lines \
-        "$system_macros|#[[:space:]]*include[[:space:]]*<$posix_headers>"
+    local files
+    files=$(our_sources tests bench fuzz | { grep -vE "$is_for_one_system" || true; })
+    [ -n "$files" ] || return 0
+    code_lines "$system_macros" <<<"$files"
+    # The file system, and the errors that it answers with, are there everywhere.
+    foreign_includes filesystem cerrno errno.h $package_headers <<<"$files"
 }
 
 # The sources that a configured build directory compiles.
 built_sources() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" "$1/compile_commands.json"; }
 
-# Every source is in some target: of the release build, of the Windows build when it is for Windows alone, of the fuzz build
-# when it is a fuzz target. The last two are looked at where they are configured, as they are behind their own steps.
+# Every source is in some target: of the release build unless it is for Windows alone, of the Windows build unless it is for
+# Linux alone or a benchmark, of the fuzz build when it is a fuzz target. The last two are looked at where they are configured,
+# as they are behind their own steps.
 unbuilt_sources() {
-    local windows='^platform/windows/|/Windows[^/]*$|Windows\.cpp$' all
+    local windows='^platform/windows/|/Windows[^/]*$|Windows\.cpp$' linux='^platform/posix/|/Posix[^/]*$|Posix\.cpp$' all
     all=$(our_sources platform common SERVICES tools tests bench fuzz | grep -E '\.(cpp|c)$')
     unbuilt_in release < <(grep -vE "$windows|^fuzz/" <<<"$all")
-    unbuilt_in windows < <(grep -E "$windows" <<<"$all")
+    unbuilt_in windows < <(grep -vE "$linux|^(bench|fuzz)/" <<<"$all")
     unbuilt_in fuzz < <(grep '^fuzz/' <<<"$all")
 }
 unbuilt_in() {

@@ -18,7 +18,9 @@ disabled_tests() { our_sources tests | xargs -r grep -HnE 'DISABLED_|GTEST_SKIP\
 # A decision without its test is a promise that nobody keeps.
 missing_decision_tests() {
     local suite name
-    sed -n 's/.*| `\([A-Za-z0-9_]*\.[A-Za-z0-9_]*\)` |$/\1/p' docs/decisions.md | while IFS=. read -r suite name; do
+    # Every name in the last column.
+    sed -n 's/.*|\([^|]*\)|[[:space:]]*$/\1/p' docs/decisions.md | { grep -oE '`[A-Za-z0-9_]+\.[A-Za-z0-9_]+`' || true; } | tr -d '`' |
+        LC_ALL=C sort -u | while IFS=. read -r suite name; do
         grep -rqE "^TEST(_F|_P)?\($suite, *$name\)" tests || say "$suite.$name"
     done
 }

@@ -1,4 +1,6 @@
 // Settings through the registry's functions, from the files that the environment names.
+#include <array>
+#include <atomic>
 #include <thread>
 
 #include "tests/platform/SettingsFiles.h"
@@ -123,15 +125,29 @@ TEST_F(Registry, AFileOfMoreThan16MBIsReportedAndHasNoValues)
 
 TEST_F(Registry, ManyThreadsReadWhileTheFileChanges)
 {
-    WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:1\r\n");
+    // By a rename, so that there is a whole file at every moment. Where a reader has it open it cannot be replaced for now.
+    const auto replace = [&](DWORD number) {
+        WriteSettings("machine.new", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:" + std::to_string(number) + "\r\n");
+        return MoveFileExA(At("machine.new").c_str(), At("machine.reg").c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+    };
+    ASSERT_TRUE(replace(1));
+    constexpr int kThreads = 3;
+    std::atomic<int> reading = kThreads;
+    std::array<std::array<DWORD, 200>, kThreads> read{};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([] {
-            for (int i = 0; i < 200; ++i) NumberAt(HKEY_LOCAL_MACHINE, "K", "V");
+    for (auto& numbers : read) {
+        threads.emplace_back([&] {
+            for (DWORD& number : numbers) number = NumberAt(HKEY_LOCAL_MACHINE, "K", "V");
+            --reading;
         });
     }
-    for (int i = 0; i < 20; ++i) WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:2\r\n");
+    uint32_t replaced = 0;
+    for (DWORD number = 2; reading > 0; number = 3 - number) replaced += replace(number);
     for (std::thread& thread : threads) thread.join();
+    EXPECT_GT(replaced, 0u);
+    for (const auto& numbers : read)
+        for (const DWORD number : numbers) EXPECT_TRUE(number == 1 || number == 2) << number;
+    EXPECT_TRUE(replace(2));
     EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 2u);
 }
 
