@@ -108,7 +108,8 @@ void BenchDeliverByFour(benchmark::State& state, uint32_t size)
         std::vector<std::thread> children;
         for (uint32_t child = 0; child < kProcesses; ++child)
             children.emplace_back([&, child] {
-                const std::string output = OutputOfSelf(kDeliverOption, DataDirectory().string() + "|" + folder + "|" + std::to_string(child));
+                const std::string output =
+                    OutputOfSelf(kDeliverOption, DataDirectory().string() + "|" + folder + "|" + std::to_string(child));
                 const size_t at = output.find(kSecondsLine);
                 if (at != std::string::npos) seconds[child] = std::strtod(output.c_str() + at + sizeof kSecondsLine - 1, nullptr);
             });
