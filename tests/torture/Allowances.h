@@ -14,15 +14,17 @@ enum class Allowance {
     FlagUnderOlderLoad,
     FlagReloadedAway,
     FlagLostWithDamage,
+    FlagOfAScannedMessage,
     ReadTakenFromTheFile,
     NewUidAfterOlderLoad,
-    UidAfterDamage,
+    NewUidAfterDamage,
     FileWithoutMark,
     MarkDiedWithItsTaker,
     FileUnlistedByDamage,
     OpenFailsOnDamage,
     ItemOfAFileThatWent,
     ItemBroughtBack,
+    UpdateThatLostItsBlock,
     kCount
 };
 
@@ -39,11 +41,14 @@ inline constexpr std::array<AllowanceText, static_cast<size_t>(Allowance::kCount
      "a shared record is loaded anew by another thread's open, and what was set and not saved is gone"},
     {Allowance::FlagLostWithDamage, "flag lost with a damaged index",
      "a process died while it wrote in place; the backup is older, and without one the index is made from the files"},
+    {Allowance::FlagOfAScannedMessage, "flag of a scanned message",
+     "a scan may find a message between its file and the call that delivers it; the call's item is a second one, and goes"},
     {Allowance::ReadTakenFromTheFile, "READ taken from the file",
      "a save stamps MODIFIEDDATE, so the next scan reads the message again, and its file says unread"},
     {Allowance::NewUidAfterOlderLoad, "new UID after an older load",
      "the same save leaves out messages that were indexed since; the scan that it asks for gives them UIDs again, new ones"},
-    {Allowance::UidAfterDamage, "UID given again after damage", "a restored or remade index does not know which UIDs its successor gave"},
+    {Allowance::NewUidAfterDamage, "new UID after damage",
+     "a restored or remade index does not know what the damaged one listed; its messages get new UIDs, which nobody has had"},
     {Allowance::FileWithoutMark, "file without a mark", "a delivery died between its file and the mark on the folder"},
     {Allowance::MarkDiedWithItsTaker, "mark died with its taker",
      "an open takes the mark away before it scans, and its process died before the index was saved"},
@@ -53,6 +58,8 @@ inline constexpr std::array<AllowanceText, static_cast<size_t>(Allowance::kCount
      "the load that finds an index damaged, with no backup, fails; the next one mends it"},
     {Allowance::ItemOfAFileThatWent, "item of a file that went", "an item whose file is gone stays until a rebuild"},
     {Allowance::ItemBroughtBack, "item brought back", "a save of an older load brings back what was removed since, until a rebuild"},
+    {Allowance::UpdateThatLostItsBlock, "update that lost its block",
+     "an update holds the block by its name alone, and who has waited for it to the end takes it away; two write at once then"},
 }};
 
 // How often each was used.

@@ -16,6 +16,7 @@
 #include "tests/torture/FolderOracle.h"
 #include "tests/torture/HastyClock.h"
 #include "tests/torture/OwnRecord.h"
+#include "tests/torture/Tally.h"
 #include "tests/torture/Worker.h"
 
 namespace velmora::torture {
@@ -52,7 +53,7 @@ private:
     void LetGo();
     void EndAll();
     void Check(bool last);
-    void CountBlocks();
+    void LookAtBlocks(const std::map<uint32_t, History>& histories);
     void Report();
     void KeepStore();
     void Fault(const std::string& text)
@@ -69,9 +70,9 @@ private:
     std::vector<JournalReader> journals_;
     std::vector<FolderOracle> oracles_;
     AllowanceCounts counts_;
+    Tally tally_;
     std::map<uint64_t, int64_t> deaths_;  // when each was killed
-    uint64_t killedSinceCheck_ = 0;
-    uint64_t started_ = 0, killed_ = 0, deeds_ = 0, checks_ = 0, faults_ = 0;
+    uint64_t started_ = 0, killed_ = 0, checks_ = 0, faults_ = 0;
     Time::duration fought_{};
 };
 
@@ -83,15 +84,15 @@ Driver::Driver(const Plan& plan) : plan_(plan), dice_(plan.seed)
 
 void Driver::MakeStore()
 {
-    // A block that is left behind costs a second and not a minute.
-    store_.SetNumber("Index Unblock Mode", 1, kProviders);
+    // With it, a block that is left behind costs a second and not a minute.
+    store_.SetNumber("Index Unblock Mode", static_cast<uint32_t>(plan_.unblock), kProviders);
     store_.SetNumber("Backup Index", static_cast<uint32_t>(plan_.backup));
     store_.SetNumber("Backup Index Interval", 0);
     store_.SetNumber("Index Garbage Collection Threshold", 20);
     fs::create_directory(store_.Directory().Path() / "journals");
     for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
         store_.MakeFolder(FolderName(folder), kMailbox, kPostoffice);
-        oracles_.emplace_back(plan_.mailRoot, folder, plan_.backup != 0, counts_);
+        oracles_.emplace_back(plan_, folder, counts_);
     }
     store_.Attach();
     clock_ = std::make_unique<HastyClock>(plan_.haste);
@@ -134,7 +135,6 @@ void Driver::KillOne()
     const size_t which = dice_.Below(fighters_.size());
     fighters_[which].process->KillNow();
     deaths_[fighters_[which].number] = TimeNow();
-    ++killedSinceCheck_;
     fighters_.erase(fighters_.begin() + static_cast<std::ptrdiff_t>(which));
     ++killed_;
 }
@@ -186,27 +186,28 @@ void Driver::EndAll()
     fighters_.clear();
 }
 
-// All that live stand between two deeds, and hold nothing. Each thread that was killed may have left one block.
-void Driver::CountBlocks()
+// All that live stand between two deeds, and hold nothing. A thread that was killed may have left the block of the folder
+// at which it was.
+void Driver::LookAtBlocks(const std::map<uint32_t, History>& histories)
 {
-    uint64_t blocks = 0;
-    for (uint32_t folder = 0; folder < plan_.folders; ++folder)
-        if (fs::exists(FolderDirectory(plan_.mailRoot, folder) / "_index.blk")) ++blocks;
-    if (blocks > killedSinceCheck_ * plan_.threads)
-        Fault("store: no block is left that nobody holds: " + std::to_string(blocks) + " of them, and " +
-              std::to_string(killedSinceCheck_) + " processes were killed");
+    for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
+        const fs::path block = FolderDirectory(plan_.mailRoot, folder) / "_index.blk";
+        if (!fs::exists(block)) continue;
+        const auto history = histories.find(folder);
+        if (history == histories.end() || history->second.cutDeeds == 0)
+            Fault(FolderName(folder) + ": no block is left that nobody holds: no thread was killed at this folder");
+        else if (plan_.unblock == 0)
+            fs::remove(block);  // the checks do not wait for it as an open would
+    }
 }
 
 void Driver::Check(bool last)
 {
     std::vector<Record> records;
     for (JournalReader& journal : journals_) journal.ReadOn(records);
-    deeds_ += static_cast<uint64_t>(std::count_if(records.begin(), records.end(), [](const Record& record) {
-        return record.deed == Deed::Close || record.deed == Deed::HoldEnd || record.deed == Deed::DropEnd ||
-               record.deed == Deed::RemoveEnd || record.deed == Deed::SaveEnd || record.deed == Deed::Mark;
-    }));
+    tally_.Take(records);
     const std::map<uint32_t, History> histories = MakeHistories(records, deaths_);
-    CountBlocks();
+    LookAtBlocks(histories);
     const History nothing;
     for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
         const auto history = histories.find(folder);
@@ -215,7 +216,8 @@ void Driver::Check(bool last)
             Fault(fault);
     }
     ++checks_;
-    killedSinceCheck_ = 0;
+    if (!last || faults_ != 0) return;
+    for (const std::string& fault : tally_.TooLittle(plan_, std::chrono::duration<double>(fought_).count())) Fault("store: " + fault);
 }
 
 void Driver::Report()
@@ -223,8 +225,9 @@ void Driver::Report()
     const double seconds = std::chrono::duration<double>(fought_).count();
     std::printf("torture: %.0f seconds, %llu processes, %llu killed, %llu steps told (%.0f a second), %llu checks, %llu faults\n", seconds,
                 static_cast<unsigned long long>(started_), static_cast<unsigned long long>(killed_),
-                static_cast<unsigned long long>(deeds_), static_cast<double>(deeds_) / std::max(seconds, 0.001),
+                static_cast<unsigned long long>(tally_.Done()), static_cast<double>(tally_.Done()) / std::max(seconds, 0.001),
                 static_cast<unsigned long long>(checks_), static_cast<unsigned long long>(faults_));
+    std::printf("torture: what succeeded, of what was tried: %s\n", tally_.Report().c_str());
     std::printf("torture: what was allowed, how often and why\n%s", counts_.Report().c_str());
 }
 
@@ -263,11 +266,13 @@ int RunDriver(Plan plan)
 {
     if (plan.seed == 0) plan.seed = std::random_device()() + 1u;
     std::printf(
-        "torture: --seed=%llu --seconds=%llu --processes=%llu --threads=%llu --folders=%llu --kills=%llu --haste=%llu --backup=%llu\n",
+        "torture: --seed=%llu --seconds=%llu --processes=%llu --threads=%llu --folders=%llu --kills=%llu --haste=%llu --backup=%llu "
+        "--unblock=%llu\n",
         static_cast<unsigned long long>(plan.seed), static_cast<unsigned long long>(plan.seconds),
         static_cast<unsigned long long>(plan.processes), static_cast<unsigned long long>(plan.threads),
         static_cast<unsigned long long>(plan.folders), static_cast<unsigned long long>(plan.kills),
-        static_cast<unsigned long long>(plan.haste), static_cast<unsigned long long>(plan.backup));
+        static_cast<unsigned long long>(plan.haste), static_cast<unsigned long long>(plan.backup),
+        static_cast<unsigned long long>(plan.unblock));
     std::fflush(stdout);
     return Driver(plan).Run();
 }

@@ -41,7 +41,7 @@ void FolderOracle::CheckFlags()
             if (!save || !save->told || (presentIsASet && set == *present)) continue;
             // Written over by what is there now, which may have come later.
             if (presentIsASet && presentEnd > set->time) continue;
-            if (!LostFlagIsAllowed(*set))
+            if (!LostFlagIsAllowed(*set, item.flags))
                 Fault("a flag that a save was told of is there",
                       name + " was given " + set->flags + " by process " + std::to_string(history_->sessions[set->session].process) +
                           " at " + std::to_string(set->time) + ", saved until " + std::to_string(save->end) + ", and has " + item.flags);
@@ -50,27 +50,56 @@ void FolderOracle::CheckFlags()
     }
 }
 
-bool FolderOracle::LostFlagIsAllowed(const FlagSet& set)
+// Whether a save of the session may have left these flags: the message had them when it was loaded, or was given them in it.
+// A message that the load did not know is indexed anew, by the scan that the save asks for.
+bool FolderOracle::MayHaveLeft(const Session& session, const std::string& id, const std::string& flags) const
+{
+    if (!session.hasLoaded) return true;
+    const auto loaded = session.loaded.find(id);
+    if (FlagsMark(flags) == (loaded == session.loaded.end() ? FlagsMark(kFlagsAsDelivered) : loaded->second)) return true;
+    return std::any_of(history_->sets.begin(), history_->sets.end(), [&](const FlagSet& set) {
+        return &history_->sessions[set.session] == &session && set.id == id && set.flags == flags;
+    });
+}
+
+bool FolderOracle::LostFlagIsAllowed(const FlagSet& set, const std::string& flagsNow)
 {
     const Session& own = history_->sessions[set.session];
     const Save* const save = SaveOf(set);
     for (const Session& other : history_->sessions) {
-        if (&other == &own || other.underBlock || other.saves.empty()) continue;
-        if (other.loadBegin < save->end && other.LastWrite() > set.time) {
+        if (&other == &own || other.underBlock) continue;
+        if (other.loadBegin < save->end && other.LastWrite() > set.time && MayHaveLeft(other, set.id, flagsNow)) {
             Allow(Allowance::FlagUnderOlderLoad);
             return true;
         }
     }
     for (const Session& other : history_->sessions) {
-        const bool shares = own.process % 4 == 3 && other.process == own.process && other.thread != own.thread;
+        const bool shares =
+            own.process % 4 == 3 && !own.underBlock && !other.underBlock && other.process == own.process && other.thread != own.thread;
         if (shares && other.loadBegin < save->end && other.loadEnd > set.time) {
             Allow(Allowance::FlagReloadedAway);
             return true;
         }
     }
-    if (!DamageExcuses(save->begin)) return false;
-    Allow(Allowance::FlagLostWithDamage);
+    if (DamageExcuses(save->begin)) {
+        Allow(Allowance::FlagLostWithDamage);
+        return true;
+    }
+    if (!WasScannedBeforeItsDelivery(set)) return false;
+    Allow(Allowance::FlagOfAScannedMessage);
     return true;
+}
+
+// Whether a scan may have indexed the message between its file and the direct call that brought these flags.
+bool FolderOracle::WasScannedBeforeItsDelivery(const FlagSet& set) const
+{
+    const auto delivery =
+        std::find_if(history_->deliveries.begin(), history_->deliveries.end(), [&](const Delivery& d) { return d.id == set.id; });
+    if (delivery == history_->deliveries.end() || !history_->sessions[set.session].delivers) return false;
+    const int64_t end = SaveOf(set)->end;
+    return std::any_of(history_->sessions.begin(), history_->sessions.end(), [&](const Session& session) {
+        return (session.scans || session.IsCutInOpen()) && session.loadBegin < end && session.OpenEnd() > delivery->begin;
+    });
 }
 
 // Every set of flags made the message read as well; `written`: when the present ones were saved, or 0 before the last check.

@@ -36,8 +36,13 @@ std::set<std::string> MessageFiles(const fs::path& directory)
 
 }  // namespace
 
-FolderOracle::FolderOracle(const std::string& mailRoot, uint32_t folder, bool hasBackups, AllowanceCounts& counts)
-    : mailRoot_(mailRoot), folder_(folder), hasBackups_(hasBackups), directory_(FolderDirectory(mailRoot, folder)), counts_(counts)
+FolderOracle::FolderOracle(const Plan& plan, uint32_t folder, AllowanceCounts& counts)
+    : folder_(folder),
+      hasBackups_(plan.backup != 0),
+      nobodyDies_(plan.kills == 0),
+      spoilsCounts_(plan.sabotage == "spoil-counts"),
+      directory_(FolderDirectory(plan.mailRoot, folder)),
+      counts_(counts)
 {
 }
 
@@ -54,6 +59,8 @@ std::vector<std::string> FolderOracle::Check(const History& history, bool rebuil
     for (const FlagSet& set : history.sets) everSet_[set.id].insert(set.flags);
     FollowFiles();
     CheckHolds();
+    CheckBlocks();
+    CheckRefusals();
     CheckWrites();
     PeekAtIndex();
     OpenByTheRules();
@@ -108,16 +115,65 @@ void FolderOracle::CheckHolds()
                                                 std::to_string(holds[i].process) + " at " + std::to_string(holds[i].begin));
 }
 
-// Only a death in the middle of a write damages an index.
+// Two have the block only when somebody has taken it away from one of them.
+void FolderOracle::CheckBlocks()
+{
+    blocks_ = history_->blocks;
+    std::sort(blocks_.begin(), blocks_.end(), [](const BlockSpan& a, const BlockSpan& b) { return a.surelyFrom < b.surelyFrom; });
+    for (size_t i = 0; i < blocks_.size(); ++i)
+        for (size_t j = i + 1; j < blocks_.size() && blocks_[j].surelyFrom < blocks_[i].surelyTo; ++j) {
+            BlockSpan& first = blocks_[i];
+            BlockSpan& second = blocks_[j];
+            first.sharedUntil = second.sharedUntil = std::max({first.sharedUntil, second.sharedUntil, first.surelyTo, second.surelyTo});
+            const bool broken =
+                std::any_of(history_->breaks.begin(), history_->breaks.end(), [&](int64_t time) { return time < second.surelyFrom; });
+            if (!broken)
+                Fault("a block has one holder", "processes " + std::to_string(first.process) + " and " + std::to_string(second.process) +
+                                                    " at " + std::to_string(second.surelyFrom));
+        }
+}
+
+int64_t FolderOracle::WasSharedUntil(const IndexWrite& write) const
+{
+    const auto own = std::find_if(blocks_.begin(), blocks_.end(), [&](const BlockSpan& block) {
+        return block.process == write.process && block.thread == write.thread && block.begin < write.end && block.end > write.begin;
+    });
+    return own == blocks_.end() ? 0 : own->sharedUntil;
+}
+
+// Who is refused has somebody to blame: while nobody dies, a thread that has the block.
+void FolderOracle::CheckRefusals()
+{
+    if (!nobodyDies_) return;
+    for (const Refusal& refusal : history_->refusals) {
+        const bool held = std::any_of(history_->blocks.begin(), history_->blocks.end(), [&](const BlockSpan& block) {
+            return (block.process != refusal.process || block.thread != refusal.thread) && block.begin < refusal.end &&
+                   block.end > refusal.begin;
+        });
+        if (!held)
+            Fault("a block that nobody has can be had",
+                  "it was refused to process " + std::to_string(refusal.process) + " at " + std::to_string(refusal.begin));
+    }
+}
+
+// Only a death in the middle of a write damages an index, and a direct call whose block was taken away.
 void FolderOracle::CheckWrites()
 {
     int64_t firstCut = kNever;
     damagedUntil_ = 0;
-    for (const IndexWrite& write : history_->writes)
-        if (write.end == kNever) {
-            firstCut = std::min(firstCut, write.begin);
-            damagedUntil_ = std::max(damagedUntil_, write.begin);
-        }
+    const auto firstBreak = std::min_element(history_->breaks.begin(), history_->breaks.end());
+    for (const int64_t theft : history_->thefts)
+        if (firstBreak == history_->breaks.end() || *firstBreak > theft)
+            Fault("who writes the index holds its block", "it was gone at " + std::to_string(theft) + ", and nobody had deleted it");
+    for (const IndexWrite& write : history_->writes) {
+        const int64_t sharedUntil = write.byName && write.end != kNever ? WasSharedUntil(write) : 0;
+        if (write.end == kNever && write.died == kNever)
+            Fault("a write comes to its end", "process " + std::to_string(write.process) + " at " + std::to_string(write.begin));
+        if (sharedUntil != 0) Allow(Allowance::UpdateThatLostItsBlock);
+        if (sharedUntil == 0 && (write.end != kNever || write.died == kNever)) continue;
+        firstCut = std::min(firstCut, write.begin);
+        damagedUntil_ = std::max(damagedUntil_, std::max(write.begin, sharedUntil));
+    }
     for (const IndexWrite& write : history_->writes)
         if (!write.whole && firstCut > write.end)
             Fault("a write leaves a whole index", "process " + std::to_string(write.process) + " at " + std::to_string(write.end));
@@ -258,11 +314,11 @@ void FolderOracle::CheckGhosts()
     }
 }
 
-// Whether an index was saved from a load that was no longer the newest state of the folder.
+// Whether an index was saved, and really written, from a load that was no longer the newest state of the folder.
 bool FolderOracle::AnyOlderLoadSaved() const
 {
     for (const Session& session : history_->sessions) {
-        if (session.underBlock || session.saves.empty()) continue;
+        if (session.underBlock || session.LastWrite() == kNotAtAll) continue;
         for (const Session& other : history_->sessions)
             if (&other != &session && other.loadBegin < session.LastWrite() && other.close > session.loadBegin) return true;
     }
@@ -273,25 +329,17 @@ bool FolderOracle::AnyOlderLoadSaved() const
 
 void FolderOracle::CheckUids()
 {
-    if (headerUid_ < lastUid_) {
-        if (Damaged())
-            Allow(Allowance::UidAfterDamage);
-        else
-            Fault("LASTUID never falls", std::to_string(lastUid_) + " before, " + std::to_string(headerUid_) + " now");
-    }
+    // Also behind damage: the header that tells it is written first, and in one piece.
+    if (headerUid_ < lastUid_) Fault("LASTUID never falls", std::to_string(lastUid_) + " before, " + std::to_string(headerUid_) + " now");
     lastUid_ = headerUid_;
-    // What the damage took back may be given again at any later time.
-    if (Damaged()) uids_.erase(uids_.upper_bound(headerUid_), uids_.end());
 
     const auto take = [&](uint32_t uid, const std::string& name, const std::string& witness) {
         const auto [known, added] = uids_.emplace(uid, name);
         if (added || known->second == name) return;
-        if (Damaged())
-            Allow(Allowance::UidAfterDamage);
-        else
-            Fault("no UID is given twice", std::to_string(uid) + " was " + known->second + " and is " + name + " for " + witness);
+        Fault("no UID is given twice", std::to_string(uid) + " was " + known->second + " and is " + name + " for " + witness);
         known->second = name;
     };
+    // What a process saw in its own memory alone and took with it is known to nobody.
     for (const Sighting& sighting : history_->sightings)
         if (!Damaged() || sighting.uid <= headerUid_) take(sighting.uid, sighting.id, "process " + std::to_string(sighting.process));
     for (const auto& [name, item] : items_) take(item.uid, name, "the index file");
@@ -300,7 +348,7 @@ void FolderOracle::CheckUids()
         const auto now = items_.find(name);
         if (now == items_.end() || now->second.uid == item.uid) continue;
         if (Damaged())
-            Allow(Allowance::UidAfterDamage);
+            Allow(Allowance::NewUidAfterDamage);
         else
             Fault("a message keeps its UID", name + " had " + std::to_string(item.uid) + " and has " + std::to_string(now->second.uid));
     }
@@ -309,7 +357,7 @@ void FolderOracle::CheckUids()
     for (auto& [name, uids] : uidsOf) {
         if (uids.size() < 2) continue;
         if (Damaged())
-            Allow(Allowance::UidAfterDamage);
+            Allow(Allowance::NewUidAfterDamage);
         else if (AnyOlderLoadSaved())
             Allow(Allowance::NewUidAfterOlderLoad);
         else
@@ -336,10 +384,19 @@ void FolderOracle::Rebuild()
         if (known != listed.end() && (known->second.uid != item.uid || known->second.flags != item.flags))
             Fault("a rebuild keeps UIDs and flags", name);
     }
+    if (spoilsCounts_) SpoilCounts();
     CheckCounts();
     if (fs::exists(directory_ / "_CHANGE.DTY")) Fault("a rebuild takes the mark away", "_CHANGE.DTY");
     if (headerUid_ < lastUid_) Fault("LASTUID never falls", std::to_string(lastUid_) + " before the rebuild");
     before_ = items_;
+}
+
+// A sabotage of the driver's own: no worker is there when the counts are looked at.
+void FolderOracle::SpoilCounts()
+{
+    uint32_t details[VELMORA_STATUS_WORDS] = {};
+    details[VELMORA_STATUS_ITEMS] = static_cast<uint32_t>(items_.size()) + 1;
+    SetCachedStatus(kPostoffice, kMailbox, FolderName(folder_).c_str(), details);
 }
 
 // The cached counts are those of the listing whenever the listing is made from the files.
@@ -348,11 +405,19 @@ void FolderOracle::CheckCounts()
     uint32_t details[VELMORA_STATUS_WORDS] = {};
     if (GetCachedStatus(kPostoffice, kMailbox, FolderName(folder_).c_str(), details) != 1)
         return Fault("a rebuild leaves cached counts", "none there");
-    const auto read = std::count_if(items_.begin(), items_.end(), [](const auto& item) { return item.second.read; });
-    if (details[VELMORA_STATUS_ITEMS] != items_.size() || details[VELMORA_STATUS_SEEN] != static_cast<uint64_t>(read))
-        Fault("a rebuild leaves cached counts", std::to_string(details[VELMORA_STATUS_ITEMS]) + " items and " +
-                                                    std::to_string(details[VELMORA_STATUS_SEEN]) + " read for " +
-                                                    std::to_string(items_.size()) + " and " + std::to_string(read));
+    uint32_t expected[VELMORA_STATUS_WORDS] = {};
+    expected[VELMORA_STATUS_LAST_UID] = headerUid_;
+    for (const auto& [name, item] : items_) {
+        ++expected[VELMORA_STATUS_ITEMS];
+        if (item.read || item.flags.find("\\SEEN") != std::string::npos) ++expected[VELMORA_STATUS_SEEN];
+        if (item.flags.find("\\RECENT") != std::string::npos) ++expected[VELMORA_STATUS_RECENT];
+    }
+    // Where the first seen message stands is not followed here.
+    expected[VELMORA_STATUS_FIRST_SEEN] = details[VELMORA_STATUS_FIRST_SEEN];
+    for (unsigned word = 0; word < VELMORA_STATUS_WORDS; ++word)
+        if (details[word] != expected[word])
+            Fault("a rebuild leaves cached counts",
+                  "word " + std::to_string(word) + " is " + std::to_string(details[word]) + " and not " + std::to_string(expected[word]));
 }
 
 }  // namespace velmora::torture

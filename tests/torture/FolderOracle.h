@@ -11,6 +11,7 @@
 
 #include "tests/torture/Allowances.h"
 #include "tests/torture/History.h"
+#include "tests/torture/Plan.h"
 
 namespace velmora::torture {
 
@@ -23,8 +24,8 @@ struct ListedItem {
 
 class FolderOracle {
 public:
-    // `mailRoot` and `folder` say where it is. `hasBackups`: whether the store keeps backups of its indexes.
-    FolderOracle(const std::string& mailRoot, uint32_t folder, bool hasBackups, AllowanceCounts& counts);
+    // `folder` of the plan's store.
+    FolderOracle(const Plan& plan, uint32_t folder, AllowanceCounts& counts);
 
     // Checks the folder, with one open by the rules and, if asked for, a rebuild. The faults that were found, one text each.
     std::vector<std::string> Check(const History& history, bool rebuild);
@@ -34,9 +35,12 @@ private:
 
     void FollowFiles();
     void CheckHolds();
+    void CheckBlocks();
+    void CheckRefusals();
     void CheckWrites();
     void PeekAtIndex();
     void CheckCounts();
+    void SpoilCounts();
     void OpenByTheRules();
     void OpenMarked();
     bool ReadIndex();
@@ -47,8 +51,12 @@ private:
     void CheckRead(const std::string& id, int64_t written);
     void Rebuild();
 
-    bool LostFlagIsAllowed(const FlagSet& set);
+    bool LostFlagIsAllowed(const FlagSet& set, const std::string& flagsNow);
+    bool MayHaveLeft(const Session& session, const std::string& id, const std::string& flags) const;
+    bool WasScannedBeforeItsDelivery(const FlagSet& set) const;
     const Save* SaveOf(const FlagSet& set) const;
+    // Until when somebody else had the block as well in which this was written; 0 for nobody.
+    int64_t WasSharedUntil(const IndexWrite& write) const;
     bool AnyOlderLoadSaved() const;
     bool AnyCutOpen() const;
     // Whether a death in the middle of a write may be why something of that time is gone.
@@ -57,9 +65,10 @@ private:
     void Allow(Allowance allowance) { counts_.Use(allowance); }
     void Fault(const std::string& rule, const std::string& evidence);
 
-    const std::string mailRoot_;
     const uint32_t folder_;
     const bool hasBackups_;
+    const bool nobodyDies_;
+    const bool spoilsCounts_;
     const std::filesystem::path directory_;
     AllowanceCounts& counts_;
 
@@ -72,6 +81,7 @@ private:
 
     // One check.
     const History* history_ = nullptr;
+    std::vector<BlockSpan> blocks_;
     std::vector<std::string> faults_;
     std::set<std::string> files_;
     std::map<std::string, ListedItem> items_;

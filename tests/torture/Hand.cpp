@@ -26,6 +26,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr uint32_t kRescanning = 2, kRebuilding = 3;  // modes of StoreIndex_Open
+
 // What the library's log said on this thread.
 struct Heard {
     bool failedSave = false;
@@ -74,6 +76,24 @@ void ListenToTheLibrary()
     Hooks().debugTrace = HearTrace;
 }
 
+namespace {
+
+class WatchedDeed {
+public:
+    WatchedDeed(IndexWatch& watch, uint32_t thread, uint32_t folder, const fs::path& directory) : watch_(watch)
+    {
+        watch_.BeginDeed(thread, folder, directory);
+    }
+    ~WatchedDeed() { watch_.EndDeed(); }
+    WatchedDeed(const WatchedDeed&) = delete;
+    WatchedDeed& operator=(const WatchedDeed&) = delete;
+
+private:
+    IndexWatch& watch_;
+};
+
+}  // namespace
+
 Hand::Hand(const Plan& plan, uint32_t thread, Journal& journal, IndexWatch& watch)
     : plan_(plan), thread_(thread), journal_(journal), watch_(watch), dice_(plan.seed * 1000003 + plan.process * 131 + thread)
 {
@@ -83,33 +103,56 @@ void Hand::DoSomething()
 {
     static constexpr struct {
         void (Hand::*deed)();
-        uint32_t weight;
+        uint32_t weight;    // of most processes
+        uint32_t ofAgents;  // and of those that deliver
     } kMix[] = {
-        {&Hand::WorkInOpenFolder, 34},   {&Hand::WorkOnRecord, 24}, {&Hand::Drop, 10},      {&Hand::DeliverInTransaction, 8},
-        {&Hand::RemoveInTransaction, 6}, {&Hand::RemoveFile, 2},    {&Hand::Rescan, 4},     {&Hand::Mark, 2},
-        {&Hand::ReadCounts, 8},          {&Hand::HoldBlock, 3},     {&Hand::HoldByName, 1}, {&Hand::BreakBlock, 2},
+        {&Hand::WorkInOpenFolder, 34, 8},
+        {&Hand::WorkOnRecord, 24, 8},
+        {&Hand::Drop, 10, 2},
+        {&Hand::DeliverInTransaction, 8, 2},
+        {&Hand::RemoveInTransaction, 6, 2},
+        {&Hand::DeliverDirectly, 4, 36},
+        {&Hand::UpdateDirectly, 4, 20},
+        {&Hand::RemoveDirectly, 2, 14},
+        {&Hand::RemoveFile, 2, 1},
+        {&Hand::Rescan, 4, 1},
+        {&Hand::Mark, 2, 1},
+        {&Hand::ReadCounts, 8, 4},
+        {&Hand::HoldBlock, 3, 0},
+        {&Hand::HoldByName, 1, 0},
+        {&Hand::BreakBlock, 2, 0},
     };
+    const auto weightOf = [&](const auto& entry) { return Delivers() ? entry.ofAgents : entry.weight; };
     uint32_t total = 0;
-    for (const auto& entry : kMix) total += entry.weight;
+    for (const auto& entry : kMix) total += weightOf(entry);
     // Half of the time everybody is after the same folder.
     folder_ = dice_.OneIn(2) ? 0 : dice_.Below(plan_.folders);
-    watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
-    if (++deeds_ > 20 && dice_.OneIn(15)) Sabotage();
-    uint32_t chance = dice_.Below(total);
-    for (const auto& entry : kMix) {
-        if (chance < entry.weight) {
-            (this->*entry.deed)();
-            break;
+    {
+        const WatchedDeed watched(watch_, thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
+        if (++deeds_ > 20 && dice_.OneIn(15)) Sabotage();
+        uint32_t chance = dice_.Below(total);
+        for (const auto& entry : kMix) {
+            if (chance < weightOf(entry)) {
+                (this->*entry.deed)();
+                break;
+            }
+            chance -= weightOf(entry);
         }
-        chance -= entry.weight;
+        HeardFailure();
     }
-    HeardFailure();
     if (dice_.OneIn(3)) Pause(4);
 }
 
 void Hand::Write(Deed deed, const std::string& id, uint32_t number, const std::string& text)
 {
     journal_.Write(thread_, deed, folder_, id, number, text);
+}
+
+void Hand::Told(const char* what, bool done)
+{
+    Write(Deed::Told, what, done);
+    if (!done && plan_.kills == 0 && !watch_.WasRefused())
+        Fault(std::string("what nobody stands in the way of is done: ") + what + " was not, and no block was refused");
 }
 
 bool Hand::HeardFailure()
@@ -127,13 +170,20 @@ void Hand::Pause(uint32_t mostMs) { std::this_thread::sleep_for(std::chrono::mic
 
 std::string Hand::NewFlags(const std::string& name) { return LetterFlags(name, plan_.process, thread_, ++flags_); }
 
+std::string Hand::NewFlagsSeen(const std::string& name) { return LetterFlagsSeen(name, plan_.process, thread_, ++flags_); }
+
+std::string Hand::NewName() { return LetterName(plan_.process, thread_, ++letters_); }
+
 void Hand::WorkInOpenFolder()
 {
     Write(Deed::OpenBegin);
-    const bool opened = StoreFolder_Open(kPostoffice, kMailbox, Name().c_str(), 0, 0) == 1;
+    watch_.BeginCall();
+    // 2: another thread has it open already, and nothing is loaded anew.
+    const uint64_t opened = StoreFolder_Open(kPostoffice, kMailbox, Name().c_str(), 0, 0);
     HeardFailure();
-    Write(Deed::OpenEnd, {}, opened);
-    if (!opened) {
+    Told("open", opened != 0);
+    Write(Deed::OpenEnd, {}, static_cast<uint32_t>(opened));
+    if (opened == 0) {
         Write(Deed::Close);
         return;
     }
@@ -152,6 +202,7 @@ std::vector<std::string> Hand::WalkOpenFolder()
 {
     std::vector<std::string> names;
     std::set<std::string> distinct;
+    loaded_.clear();
     for (uint64_t more = StoreFolder_FindFirstItem(); more == 1; more = StoreFolder_FindNextItem()) {
         const std::string name = PropertyOfCurrentItem("VL_ITEM_ID");
         const std::string subject = PropertyOfCurrentItem("PR_SUBJECT");
@@ -161,7 +212,10 @@ std::vector<std::string> Hand::WalkOpenFolder()
         if (name.empty() || subject.empty()) continue;
         CheckSubject(name, subject);
         // The threads of a shared folder may have moved on to another item between the two questions.
-        if (!SharesFolders()) CheckFlags(name, flags);
+        if (!SharesFolders()) {
+            CheckFlags(name, flags);
+            loaded_[name] = FlagsMark(flags);
+        }
         if (!distinct.insert(name).second) Fault("a walk comes by " + name + " twice");
         names.push_back(name);
     }
@@ -196,13 +250,21 @@ size_t Hand::SetFlagsInOpenFolder(const std::vector<std::string>& names)
 
 void Hand::BeginSave()
 {
+    if (!loaded_.empty()) {
+        std::string text;
+        for (const auto& [name, mark] : loaded_) text.append(text.empty() ? "" : ",").append(name).append("=").append(mark);
+        Write(Deed::Loaded, {}, 0, text);
+        loaded_.clear();
+    }
     Write(Deed::SaveBegin);
+    watch_.BeginCall();
     watch_.BeginSave();
 }
 
 void Hand::EndSave(bool told, size_t changes)
 {
     Write(Deed::SaveEnd, {}, told);
+    Told("save", told);
     if (told && changes != 0 && !watch_.EndSave())
         Fault("a save that succeeds has written the index: " + std::to_string(changes) + " changes and no write");
 }
@@ -220,8 +282,10 @@ void Hand::SaveOpenFolder(size_t changes)
 bool Hand::OpenRecord(STOREINDEXTYPE& record, uint32_t mode)
 {
     Write(Deed::OpenBegin);
+    watch_.BeginCall();
     const bool opened = StoreIndex_Open(&record, mode) == 1;
     HeardFailure();
+    Told(mode == kRescanning ? "rescan" : mode == kRebuilding ? "rebuild" : "open", opened);
     Write(Deed::OpenEnd, {}, opened);
     return opened;
 }
@@ -232,6 +296,7 @@ std::vector<std::string> Hand::WalkRecord(STOREINDEXTYPE& record)
     ListByUID(record.Table, items);
     std::vector<std::string> names;
     uint32_t before = 0;
+    loaded_.clear();
     for (const IndexItemPropertyContainer* const item : items) {
         const std::string name(item->Id());
         std::string subject;
@@ -240,6 +305,7 @@ std::vector<std::string> Hand::WalkRecord(STOREINDEXTYPE& record)
         std::string flags;
         item->GetText(kFlagStatus, flags);
         CheckFlags(name, flags);
+        loaded_[name] = FlagsMark(flags);
         if (item->Uid() <= before) Fault("the UID of " + name + " does not rise");
         before = item->Uid();
         if (seen_.emplace(Name() + name, before).second) Write(Deed::Seen, name, before);
@@ -251,7 +317,7 @@ std::vector<std::string> Hand::WalkRecord(STOREINDEXTYPE& record)
 
 void Hand::WorkOnRecord()
 {
-    static constexpr uint32_t kModes[] = {1, 1, 1, 4, 5, 6};
+    static constexpr uint32_t kModes[] = {1, 1, 1, 1, 1, 1, 4, 4, 5, 5, 6, 6, kRebuilding};
     OwnRecord record(Name());
     if (OpenRecord(record, kModes[dice_.Below(std::size(kModes))])) {
         const std::vector<std::string> names = WalkRecord(record);
@@ -276,7 +342,7 @@ void Hand::WorkOnRecord()
 void Hand::Rescan()
 {
     OwnRecord record(Name());
-    if (OpenRecord(record, 2)) WalkRecord(record);
+    if (OpenRecord(record, kRescanning)) WalkRecord(record);
     Write(Deed::Close);
 }
 
@@ -320,7 +386,7 @@ void Hand::MarkChanged()
 void Hand::Drop()
 {
     if (IsFull()) return RemoveFile();
-    const std::string name = LetterName(plan_.process, thread_, ++letters_);
+    const std::string name = NewName();
     Write(Deed::DropBegin, name);
     PutFile(name);
     MarkChanged();
@@ -348,16 +414,25 @@ void Hand::Mark() { MarkChanged(); }
 bool Hand::BeginTransaction(STOREINDEXTYPE& record, int32_t level)
 {
     Write(Deed::OpenBegin);
+    watch_.BeginCall();
     const bool begun = StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, Name().c_str(), 1, transaction_, level) == 1;
     HeardFailure();
-    if (begun) Write(Deed::HoldBegin);
+    Told("transaction", begun);
+    if (begun) BeginHold();
     Write(Deed::OpenEnd, {}, begun);
     if (!begun) Write(Deed::Close);
     return begun;
 }
 
+void Hand::BeginHold()
+{
+    Write(Deed::HoldBegin);
+    if (!watch_.HasBlock()) Fault("who is told to have the block has it: it was refused");
+}
+
 bool Hand::EndTransaction(STOREINDEXTYPE& record)
 {
+    loaded_.clear();
     BeginSave();
     Write(Deed::HoldEnd);
     StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
@@ -372,7 +447,7 @@ void Hand::DeliverInTransaction()
     if (IsFull()) return RemoveInTransaction();
     OwnRecord record(Name());
     if (!BeginTransaction(record, 1)) return;
-    const std::string name = LetterName(plan_.process, thread_, ++letters_);
+    const std::string name = NewName();
     Write(Deed::DropBegin, name);
     PutFile(name);
     const std::string path = record.Path;
@@ -391,7 +466,7 @@ void Hand::RemoveInTransaction()
     std::string name;
     if (names.size() > kMostFiles / 2) {
         name = names[dice_.Below(names.size())];
-        Write(Deed::RemoveBegin, name, 0, "item");
+        Write(Deed::RemoveBegin, name, 0, kItemToo);
         std::error_code error;
         const bool gone = fs::remove(FolderDirectory(plan_.mailRoot, folder_) / name, error) || !error;
         if (gone) RemoveItems(record.Table, name.c_str());

@@ -3,6 +3,8 @@
 #define VELMORA_TESTS_TORTURE_HAND_H
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -30,6 +32,9 @@ private:
     void Drop();
     void DeliverInTransaction();
     void RemoveInTransaction();
+    void DeliverDirectly();
+    void UpdateDirectly();
+    void RemoveDirectly();
     void RemoveFile();
     void Rescan();
     void Mark();
@@ -46,18 +51,41 @@ private:
     void ForgetFlag();
     void SaveWithoutBlock();
     void LeaveBlock();
+    void InEveryFolder(void (Hand::*deed)());
     void ResetRead();
     void ResetReadInFolder();
     void LowerLastUid();
     void MakeUpFlag();
     void ListGhost();
     void CutIndex();
+    void WriteWhenRefused();
+    void HoldTwice();
+    void RefuseOpen();
+    void ForgetDelivery();
+    void ForgetDeliveryInFolder();
+    void ForgetUpdate();
+    void ForgetRemoval();
+    void ForgetFlagsOf(const std::string& session);
 
     void Write(Deed deed, const std::string& id = {}, uint32_t number = 0, const std::string& text = {});
     void Fault(const std::string& text) { Write(Deed::Fault, {}, 0, text); }
+    // Whether something was done; without it, and with nobody dying, the block must have been refused.
+    void Told(const char* what, bool done);
     // What the library's log said on this thread since the last call goes into the journal; true when a save failed.
     bool HeardFailure();
     void Pause(uint32_t mostMs);
+
+    // A direct call with all that is written down of it. `sets`: the flags that it gives, by message. `call` makes it, and
+    // gives what it was told and whether it has to have written the index if that is true.
+    struct DirectAnswer {
+        bool told = false;
+        bool mustWrite = false;
+    };
+    using MessageFlags = std::vector<std::pair<std::string, std::string>>;
+    // Whether it was told to have been done, and has.
+    bool CallDirectly(const char* what, const char* session, const MessageFlags& sets, const std::function<DirectAnswer()>& call);
+    // At most three.
+    std::vector<std::string> SomeOf(const std::vector<std::string>& names);
 
     std::vector<std::string> WalkOpenFolder();
     // How many were set.
@@ -72,13 +100,18 @@ private:
     void CheckFlags(const std::string& name, const std::string& flags);
     bool BeginTransaction(STOREINDEXTYPE& record, int32_t level);
     bool EndTransaction(STOREINDEXTYPE& record);
+    void BeginHold();
     bool TakeBlock(uint32_t keepHandle, void*& handle);
     // The message files of the folder.
     std::vector<std::string> Files();
     bool IsFull() { return Files().size() >= kMostFiles; }
     std::string NewFlags(const std::string& name);
+    std::string NewFlagsSeen(const std::string& name);
+    std::string NewName();
     void PutFile(const std::string& name);
     void MarkChanged();
+    // Whether this process is a delivery agent.
+    bool Delivers() const { return plan_.process % 2 == 0; }
     // Whether the threads of this process share what they open.
     bool SharesFolders() const { return plan_.process % 4 == 3; }
     std::string Path() const { return FolderDirectory(plan_.mailRoot, folder_).string(); }
@@ -97,6 +130,7 @@ private:
     uint32_t flags_ = 0;
     uint32_t deeds_ = 0;
     void* transaction_ = nullptr;
+    std::map<std::string, std::string> loaded_;        // flags by message, as the last walk has found them; see FlagsMark
     std::set<std::pair<std::string, uint32_t>> seen_;  // what is in the journal already
 };
 

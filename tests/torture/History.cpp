@@ -1,6 +1,8 @@
 #include "tests/torture/History.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -14,10 +16,17 @@ constexpr size_t kNone = std::numeric_limits<size_t>::max();
 struct Loose {
     size_t session = kNone;
     size_t hold = kNone;
-    size_t removal = kNone;
-    size_t delivery = kNone;
     size_t write = kNone;
+    std::map<std::string, size_t> removals, deliveries;  // by message
+    std::optional<uint32_t> folder;                      // of the deed
 };
+
+// The times of the text, as many as there are.
+void ReadTimes(const Record& record, std::initializer_list<int64_t*> times)
+{
+    std::istringstream text(record.text);
+    for (int64_t* const time : times) text >> *time;
+}
 
 class Scribe {
 public:
@@ -28,10 +37,15 @@ public:
         History& history = histories_[record.folder];
         Loose& loose = loose_[{record.process, record.thread}];
         switch (record.deed) {
+            case Deed::Begin:
+                loose.folder = record.folder;
+                break;
+            case Deed::End:
+                loose.folder.reset();
+                break;
             case Deed::OpenBegin:
                 loose.session = history.sessions.size();
-                history.sessions.push_back(
-                    {record.process, record.thread, record.time, kNever, kNever, false, false, DeathOf(record.process), {}});
+                BeginSession(history.sessions, record);
                 break;
             case Deed::HoldBegin:
                 loose.hold = history.holds.size();
@@ -42,23 +56,20 @@ public:
                 if (loose.hold != kNone) history.holds[loose.hold].end = record.time;
                 break;
             case Deed::DropBegin:
-                loose.delivery = history.deliveries.size();
+                loose.deliveries[record.id] = history.deliveries.size();
                 history.deliveries.push_back({record.id, false, record.time, kNever});
                 break;
             case Deed::DropEnd:
-                if (loose.delivery == kNone) break;
-                history.deliveries[loose.delivery].ended = true;
-                history.deliveries[loose.delivery].end = record.time;
+                if (loose.deliveries.count(record.id) == 0) break;
+                history.deliveries[loose.deliveries[record.id]].ended = true;
+                history.deliveries[loose.deliveries[record.id]].end = record.time;
                 break;
             case Deed::RemoveBegin:
-                loose.removal = history.removals.size();
-                history.removals.push_back({record.id, record.text == "item", false, false, record.time, kNever});
+                loose.removals[record.id] = history.removals.size();
+                history.removals.push_back({record.id, record.text == kItemToo, false, false, record.time, kNever});
                 break;
             case Deed::RemoveEnd:
-                if (loose.removal == kNone) break;
-                history.removals[loose.removal].ended = true;
-                history.removals[loose.removal].told = record.number == 1;
-                history.removals[loose.removal].end = record.time;
+                if (loose.removals.count(record.id) != 0) EndRemoval(history.removals[loose.removals[record.id]], record);
                 break;
             case Deed::Seen:
                 history.sightings.push_back({record.id, record.number, record.process});
@@ -74,20 +85,47 @@ public:
                 break;
             case Deed::WriteBegin:
                 loose.write = history.writes.size();
-                history.writes.push_back({record.process, record.thread, record.time, kNever, true});
+                BeginWrite(history, loose, history.writes.emplace_back(), record);
                 break;
             case Deed::WriteEnd:
-                if (loose.write != kNone) EndWrite(history.writes[loose.write], record);
+                if (loose.write != kNone) EndWrite(history, loose, history.writes[loose.write], record);
                 loose.write = kNone;
                 // A load writes when it has made the index from the files: for a mark that it need not have taken away.
                 if (loose.session != kNone && history.sessions[loose.session].loadEnd == kNever && record.text != "0 0")
                     history.sessions[loose.session].scans = true;
+                break;
+            case Deed::Block:
+                TakeBlock(history.blocks.emplace_back(), record);
+                break;
+            case Deed::Refused: {
+                Refusal& refusal = history.refusals.emplace_back(Refusal{record.process, record.thread, 0, 0});
+                ReadTimes(record, {&refusal.begin, &refusal.end});
+                break;
+            }
+            case Deed::Break:
+                history.breaks.push_back(record.time);
+                break;
+            case Deed::Stolen:
+                history.thefts.push_back(record.time);
+                break;
+            case Deed::Told:
                 break;
             case Deed::Fault:
                 history.faults.push_back("process " + std::to_string(record.process) + " saw: " + record.text);
                 break;
             default:
                 if (loose.session != kNone) TakeInSession(history, loose, record);
+        }
+    }
+
+    // What was cut by a death, when all records have been taken.
+    void End()
+    {
+        for (const auto& [who, loose] : loose_) {
+            if (!loose.folder || DeathOf(who.first) == kNever) continue;
+            History& history = histories_[*loose.folder];
+            ++history.cutDeeds;
+            if (Save* const save = PresentSave(history, loose); save && loose.write != kNone) save->wroteUntil = DeathOf(who.first);
         }
     }
 
@@ -98,11 +136,68 @@ private:
         return death == deaths_.end() ? kNever : death->second;
     }
 
-    static void EndWrite(IndexWrite& write, const Record& record)
+    void BeginSession(std::vector<Session>& sessions, const Record& record)
     {
-        std::istringstream times(record.text);
-        times >> write.begin >> write.end;
+        Session session;
+        for (const Session& other : sessions)
+            if (other.process == record.process && other.IsCut()) session.sharedSince = std::min(session.sharedSince, other.loadBegin);
+        session.process = record.process;
+        session.thread = record.thread;
+        session.loadBegin = record.time;
+        session.died = DeathOf(record.process);
+        session.delivers = record.text == kDirectInsert;
+        session.byName = record.text == kDirectUpdate;
+        session.underBlock = session.delivers || session.byName || record.text == kDirectRemove;
+        sessions.push_back(std::move(session));
+    }
+
+    static void EndRemoval(Removal& removal, const Record& record)
+    {
+        removal.ended = true;
+        removal.told = record.number == 1;
+        removal.withItem = removal.withItem || record.text == kItemToo;
+        removal.end = record.time;
+    }
+
+    // The save in whose course it is, if any.
+    static Save* PresentSave(History& history, const Loose& loose)
+    {
+        if (loose.session == kNone) return nullptr;
+        std::vector<Save>& saves = history.sessions[loose.session].saves;
+        return saves.empty() || saves.back().end != kNever ? nullptr : &saves.back();
+    }
+
+    void BeginWrite(const History& history, const Loose& loose, IndexWrite& write, const Record& record) const
+    {
+        write.process = record.process;
+        write.thread = record.thread;
+        write.begin = record.time;
+        write.died = DeathOf(record.process);
+        write.byName = loose.session != kNone && history.sessions[loose.session].byName;
+    }
+
+    static void EndWrite(History& history, const Loose& loose, IndexWrite& write, const Record& record)
+    {
+        ReadTimes(record, {&write.begin, &write.end});
         write.whole = record.number == 1;
+        if (Save* const save = PresentSave(history, loose); save && write.end != 0) save->wroteUntil = write.end;
+    }
+
+    static void TakeBlock(BlockSpan& block, const Record& record)
+    {
+        block.process = record.process;
+        block.thread = record.thread;
+        ReadTimes(record, {&block.begin, &block.end, &block.surelyFrom, &block.surelyTo});
+    }
+
+    static void TakeLoaded(Session& session, const std::string& text)
+    {
+        session.hasLoaded = true;
+        std::istringstream entries(text);
+        for (std::string entry; std::getline(entries, entry, ',');) {
+            const size_t equals = entry.find('=');
+            if (equals != entry.npos) session.loaded[entry.substr(0, equals)] = entry.substr(equals + 1);
+        }
     }
 
     void TakeInSession(History& history, Loose& loose, const Record& record)
@@ -111,12 +206,16 @@ private:
         switch (record.deed) {
             case Deed::OpenEnd:
                 session.loadEnd = record.time;
+                if (record.number == 2) session.loadBegin = std::min(session.loadBegin, session.sharedSince);
+                break;
+            case Deed::Loaded:
+                TakeLoaded(session, record.text);
                 break;
             case Deed::Set:
                 history.sets.push_back({record.id, record.text, record.time, loose.session, session.saves.size()});
                 break;
             case Deed::SaveBegin:
-                session.saves.push_back({record.time, kNever, false});
+                session.saves.push_back({record.time, kNever, false, kNotAtAll});
                 break;
             case Deed::SaveEnd:
                 if (session.saves.empty()) break;
@@ -144,6 +243,7 @@ std::map<uint32_t, History> MakeHistories(const std::vector<Record>& records, co
     std::map<uint32_t, History> histories;
     Scribe scribe(histories, deaths);
     for (const Record& record : records) scribe.Take(record);
+    scribe.End();
     for (auto& [folder, history] : histories)
         for (const Session& session : history.sessions)
             if (session.scans || session.IsCutInOpen()) history.scans.push_back(session.OpenEnd());

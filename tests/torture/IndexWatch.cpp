@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "common/Text.h"
+#include "platform/win32.h"
 
 namespace velmora::torture {
 
@@ -26,14 +27,26 @@ struct Watched {
     uint32_t folder = 0;
     fs::path directory;
     bool active = false;
-    bool hasBlock = false;     // its last step at the block file was to make one, and not to delete it
+    bool attempts = false;     // its last operation was an attempt at the block, and nobody has looked what came of it
+    bool deletes = false;      // the same for a deletion of the block
+    bool hasBlock = false;     // and has not begun to delete it
+    bool lettingGo = false;    // has begun to delete its own
+    bool refused = false;      // the last attempt
+    bool refusedOnce = false;  // since the call began
+    bool byName = false;       // the call holds the block by its name alone
+    bool accused = false;      // of a write without the block, in this deed
     bool mayWrite = false;     // it saves, or has seen a mark
     bool atIndex = false;      // the file that it opened last is the index
+    bool atMark = false;       // and behind that a mark
     bool noted = false;        // that it may write is in the journal
     bool replaced = false;     // the index was put aside or restored, and is another one
     bool wroteInSave = false;  // since the save began
     int64_t firstWrite = 0;    // under this block; 0 for none
     int64_t lastWrite = 0;
+    int64_t attemptAt = 0;
+    int64_t blockSince = 0;  // at the earliest
+    int64_t blockSeen = 0;   // at the latest
+    int64_t blockLet = 0;    // not before
     std::optional<uint32_t> uidBefore;
 };
 thread_local Watched watched;
@@ -68,6 +81,11 @@ std::string IndexBytesAtRest()
     return bytes;
 }
 
+// What an attempt at a block fails with when somebody has it.
+bool IsRefusal(uint32_t error) { return error == ERROR_FILE_EXISTS || error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION; }
+
+std::string SpanText(int64_t begin, int64_t end) { return std::to_string(begin) + ' ' + std::to_string(end); }
+
 }  // namespace
 
 std::optional<uint32_t> HeaderUid(std::string_view bytes)
@@ -79,14 +97,17 @@ std::optional<uint32_t> HeaderUid(std::string_view bytes)
 platform::FileVerdict IndexWatch::Before(FileOperation operation, const char* path, uint64_t)
 {
     if (!watched.active) return {};
+    Resolve();
     const std::string_view leaf = LeafOf(path);
     switch (operation) {
         case FileOperation::Open:
             BeforeOpen(leaf);
+            if (watched.attempts && refusesBlocks_) return {.fail = ERROR_FILE_EXISTS};
             break;
         case FileOperation::Write:
         case FileOperation::Resize:
-            if (watched.atIndex) TakeWrite();
+            if (watched.atIndex && !watched.atMark) TakeWrite();
+            watched.atMark = false;
             break;
         case FileOperation::Delete:
             BeforeDelete(leaf);
@@ -102,12 +123,39 @@ platform::FileVerdict IndexWatch::Before(FileOperation operation, const char* pa
 
 void IndexWatch::BeginDeed(uint32_t thread, uint32_t folder, const fs::path& directory)
 {
-    if (watched.noted) LetGo();
     watched = {};
     watched.thread = thread;
     watched.folder = folder;
     watched.directory = directory;
     watched.active = true;
+    journal_.Write(thread, Deed::Begin, folder);
+}
+
+void IndexWatch::EndDeed()
+{
+    Resolve();
+    if (watched.noted) LetGo();
+    watched.active = false;
+    journal_.Write(watched.thread, Deed::End, watched.folder);
+}
+
+void IndexWatch::BeginCall(bool byName)
+{
+    Resolve();
+    watched.refusedOnce = false;
+    watched.byName = byName;
+}
+
+bool IndexWatch::WasRefused()
+{
+    Resolve();
+    return watched.refusedOnce;
+}
+
+bool IndexWatch::HasBlock()
+{
+    Resolve();
+    return watched.hasBlock;
 }
 
 void IndexWatch::BeginSave()
@@ -122,15 +170,17 @@ const fs::path& IndexWatch::Directory() { return watched.directory; }
 
 void IndexWatch::BeforeOpen(std::string_view leaf)
 {
-    watched.atIndex = EqualsNoCase(leaf, "_index.xml");
-    if (watched.atIndex) LookAtIndex();
+    // A mark may be set in the middle of a save, while the index is open; it is one write.
+    watched.atMark = EqualsNoCase(leaf, "_change.dty");
+    if (!watched.atMark) watched.atIndex = EqualsNoCase(leaf, "_index.xml");
+    if (watched.atIndex && !watched.atMark) LookAtIndex();
     if (EqualsNoCase(leaf, "_index.blk")) TakeBlock();
     if (EqualsNoCase(leaf, "_change.dty")) watched.mayWrite = true;
 }
 
 void IndexWatch::BeforeDelete(std::string_view leaf)
 {
-    if (EqualsNoCase(leaf, "_index.blk")) LetGo();
+    if (EqualsNoCase(leaf, "_index.blk")) DeleteBlock();
     if (EqualsNoCase(leaf, "_change.dty")) TakeMark();
     if (EqualsNoCase(leaf, "_index.xml")) {
         watched.replaced = true;
@@ -147,12 +197,55 @@ void IndexWatch::BeforeMove(std::string_view leaf)
     }
 }
 
+void IndexWatch::Resolve()
+{
+    if (watched.attempts) ResolveAttempt();
+    if (watched.deletes) ResolveDelete();
+}
+
 void IndexWatch::TakeBlock()
 {
+    watched.attempts = true;
+    watched.attemptAt = TimeNow();
+    SetLastError(ERROR_SUCCESS);
+}
+
+void IndexWatch::ResolveAttempt()
+{
+    watched.attempts = false;
+    watched.refused = IsRefusal(GetLastError());
+    if (watched.refused) {
+        watched.refusedOnce = true;
+        journal_.Write(watched.thread, Deed::Refused, watched.folder, {}, 0, SpanText(watched.attemptAt, TimeNow()));
+        return;
+    }
     watched.hasBlock = true;
+    watched.lettingGo = false;
+    watched.blockSince = watched.attemptAt;
+    watched.blockSeen = TimeNow();
     watched.replaced = false;
     watched.firstWrite = watched.lastWrite = 0;
     watched.uidBefore.reset();
+}
+
+void IndexWatch::DeleteBlock()
+{
+    if (watched.hasBlock)
+        LetGo();
+    else if (!watched.lettingGo)
+        journal_.Write(watched.thread, Deed::Break, watched.folder);
+    watched.deletes = true;
+    SetLastError(ERROR_SUCCESS);
+}
+
+// Somebody who looks at the file keeps it from being deleted on some systems; then it is tried again.
+void IndexWatch::ResolveDelete()
+{
+    watched.deletes = false;
+    if (!watched.lettingGo || IsRefusal(GetLastError())) return;
+    watched.lettingGo = false;
+    journal_.Write(watched.thread, Deed::Block, watched.folder, {}, 0,
+                   SpanText(watched.blockSince, TimeNow()) + ' ' + SpanText(watched.blockSeen, watched.blockLet));
 }
 
 // An open may empty the file before the first write of it is seen.
@@ -168,22 +261,33 @@ void IndexWatch::TakeWrite()
 {
     watched.wroteInSave = true;
     watched.lastWrite = TimeNow();
-    if (watched.firstWrite == 0) {
-        watched.firstWrite = watched.lastWrite;
-        std::error_code none;
-        if (!watched.hasBlock)
-            Fault("who writes the index holds its block: it was not taken");
-        else if (!fs::exists(watched.directory / "_index.blk", none))
-            Fault("who writes the index holds its block: it is not there");
-    }
+    if (watched.firstWrite == 0) watched.firstWrite = watched.lastWrite;
+    if (!watched.accused) LookAtBlock();
     if (watched.noted) return;
     watched.noted = true;
     journal_.Write(watched.thread, Deed::WriteBegin, watched.folder);
 }
 
+// At every write: a block that was lost in the middle is as bad as none.
+void IndexWatch::LookAtBlock()
+{
+    std::error_code none;
+    const bool there = watched.hasBlock && fs::exists(watched.directory / "_index.blk", none);
+    watched.accused = !there;
+    if (there) return;
+    if (!watched.hasBlock)
+        Fault(std::string("who writes the index holds its block: it was ") + (watched.refused ? "refused" : "not taken"));
+    else if (watched.byName)
+        journal_.Write(watched.thread, Deed::Stolen, watched.folder);
+    else
+        Fault("who writes the index holds its block: it is not there");
+}
+
 void IndexWatch::LetGo()
 {
+    watched.lettingGo = watched.hasBlock;
     watched.hasBlock = false;
+    watched.blockLet = TimeNow();
     if (watched.noted) {
         const bool wrote = watched.firstWrite != 0;
         const std::string bytes = wrote && !watched.replaced ? IndexBytesAtRest() : "";
@@ -191,8 +295,7 @@ void IndexWatch::LetGo()
         const std::optional<uint32_t> uid = HeaderUid(bytes);
         if (whole && uid && watched.uidBefore && *uid < *watched.uidBefore)
             Fault("LASTUID never falls: " + std::to_string(*watched.uidBefore) + " before a write, " + std::to_string(*uid) + " behind it");
-        journal_.Write(watched.thread, Deed::WriteEnd, watched.folder, {}, whole,
-                       std::to_string(watched.firstWrite) + ' ' + std::to_string(watched.lastWrite));
+        journal_.Write(watched.thread, Deed::WriteEnd, watched.folder, {}, whole, SpanText(watched.firstWrite, watched.lastWrite));
     }
     watched.noted = false;
     watched.firstWrite = watched.lastWrite = 0;

@@ -1,9 +1,14 @@
 // Watches the library at work in a worker: every write of an index happens with its block held by the thread that writes,
 // leaves a whole file behind and never a lower LASTUID. What is written, and from when to when, goes into the journal, so
-// that the oracle knows which death was one in the middle of a write, and which writes ran into each other.
+// that the oracle knows which death was one in the middle of a write, and which writes ran into each other; and so do the
+// times at which the thread had the block, and those at which it was refused.
+//
+// Whether an attempt at the block was refused is in the thread's last error, which is looked at when its next operation
+// begins.
 #ifndef VELMORA_TESTS_TORTURE_INDEXWATCH_H
 #define VELMORA_TESTS_TORTURE_INDEXWATCH_H
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -26,9 +31,18 @@ public:
 
     // What the calling thread is about, for all that it does from now on.
     void BeginDeed(uint32_t thread, uint32_t folder, const std::filesystem::path& directory);
+    // It has nothing to do with the folder any more.
+    void EndDeed();
+    // A call that takes the block begins. `byName`: it holds the block by its name alone, where others may take it away.
+    void BeginCall(bool byName = false);
+    // Whether the block was refused to the calling thread since then, and whether it has it now.
+    bool WasRefused();
+    bool HasBlock();
     void BeginSave();
     // Whether the calling thread has written the index since the save began.
     bool EndSave();
+    // From now on no thread of the process gets any block.
+    void RefuseBlocks() { refusesBlocks_ = true; }
     // Where the calling thread works.
     static const std::filesystem::path& Directory();
 
@@ -36,15 +50,21 @@ private:
     void BeforeOpen(std::string_view leaf);
     void BeforeDelete(std::string_view leaf);
     void BeforeMove(std::string_view leaf);
+    void Resolve();
+    void ResolveAttempt();
+    void ResolveDelete();
     void TakeBlock();
+    void DeleteBlock();
     void LetGo();
     void LookAtIndex();
     void TakeWrite();
+    void LookAtBlock();
     void TakeMark();
     void Fault(const std::string& text);
 
     Journal& journal_;
     platform::FileSeam* const before_;
+    std::atomic<bool> refusesBlocks_ = false;
 };
 
 // The LASTUID of an index file as it stands; none when its first bytes are not a header.

@@ -14,6 +14,13 @@ uint32_t NumberOf(const std::string& name)
     return hash;
 }
 
+// Of different lengths as well, and the length is a part of the proof.
+std::string Flags(const std::string& before, const std::string& name, uint64_t process, uint32_t thread, uint32_t number)
+{
+    const std::string head = before + " \\V" + std::to_string(process) + "-" + std::to_string(thread) + "-" + std::to_string(number);
+    return head + std::string(NumberOf(head + name) % 60, 'v');
+}
+
 }  // namespace
 
 std::string LetterName(uint64_t process, uint32_t thread, uint32_t number)
@@ -39,12 +46,20 @@ std::string LetterBytes(const std::string& name)
     return bytes;
 }
 
-// Of different lengths as well, and the length is a part of the proof.
 std::string LetterFlags(const std::string& name, uint64_t process, uint32_t thread, uint32_t number)
 {
-    const std::string head =
-        std::string(kFlagsAsDelivered) + " \\V" + std::to_string(process) + "-" + std::to_string(thread) + "-" + std::to_string(number);
-    return head + std::string(NumberOf(head + name) % 60, 'v');
+    return Flags(kFlagsAsDelivered, name, process, thread, number);
+}
+
+std::string LetterFlagsSeen(const std::string& name, uint64_t process, uint32_t thread, uint32_t number)
+{
+    return Flags(std::string(kFlagsAsDelivered) + " \\SEEN", name, process, thread, number);
+}
+
+std::string FlagsMark(const std::string& flags)
+{
+    const size_t begin = flags.find("\\V");
+    return begin == flags.npos ? "-" : flags.substr(begin + 2, flags.find('v', begin) - begin - 2);
 }
 
 bool AreFlagsOf(const std::string& name, const std::string& flags)

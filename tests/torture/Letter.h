@@ -20,6 +20,10 @@ std::string LetterFlags(const std::string& name, uint64_t process, uint32_t thre
 // Whether somebody may have given these to the message, or it has them since it was delivered.
 bool AreFlagsOf(const std::string& name, const std::string& flags);
 inline constexpr char kFlagsAsDelivered[] = "\\RECENT";
+// The same as LetterFlags for a direct call, whose flags alone say that the message was read.
+std::string LetterFlagsSeen(const std::string& name, uint64_t process, uint32_t thread, uint32_t number);
+// A short text that flags given by nobody else and to no other message have; for those as delivered it is "-".
+std::string FlagsMark(const std::string& flags);
 
 }  // namespace velmora::torture
 

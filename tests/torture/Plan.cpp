@@ -24,6 +24,7 @@ constexpr struct {
     {"kills", &Plan::kills, 0, 6000, "of processes a minute"},
     {"haste", &Plan::haste, 1, 1000, "divides the library's waits"},
     {"backup", &Plan::backup, 0, 1, "whether indexes have backups"},
+    {"unblock", &Plan::unblock, 0, 1, "whether an orphaned block goes at once; with 0 items are updated directly as well"},
     {"keep", &Plan::keep, 0, 1, "keeps the store, whatever the result"},
     {"process", &Plan::process, 0, UINT32_MAX, nullptr},
 };
@@ -38,9 +39,10 @@ constexpr struct {
     {"mail-root", &Plan::mailRoot, nullptr},
 };
 
-constexpr std::string_view kSabotages[] = {"lose-file",          "duplicate-uid", "tear-element", "forget-flag",
-                                           "save-without-block", "leave-block",   "reset-read",   "lower-last-uid",
-                                           "make-up-flag",       "list-ghost",    "cut-index"};
+constexpr std::string_view kSabotages[] = {"lose-file",       "duplicate-uid",      "tear-element",   "forget-flag",   "save-without-block",
+                                           "leave-block",     "reset-read",         "lower-last-uid", "make-up-flag",  "list-ghost",
+                                           "cut-index",       "write-when-refused", "refuse-open",    "refuse-blocks", "spoil-counts",
+                                           "forget-delivery", "forget-update",      "forget-removal", "hold-twice"};
 
 uint64_t NumberOf(const std::string& name, const std::string& text, uint64_t least, uint64_t most)
 {

@@ -18,6 +18,7 @@ struct Plan {
     uint64_t kills = 60;     // a minute; 0 for none
     uint64_t haste = 1;      // the library's waits are divided by this
     uint64_t backup = 1;     // whether the store keeps backups of its indexes
+    uint64_t unblock = 1;    // the setting "Index Unblock Mode"; with 0 there are direct updates as well
     uint64_t keep = 0;       // 1: the store stays, whatever the result
     std::string sabotage;    // a fault that one worker commits on purpose, for the oracle to find
     std::string worker;      // not empty in a worker: where its journal goes

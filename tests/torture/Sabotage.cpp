@@ -1,6 +1,7 @@
 // Faults that a worker commits on purpose, without a word in its journal: each is one that the oracle has to find.
 #include <filesystem>
 
+#include "common/FileStream.h"
 #include "index/CachedDetails.h"
 #include "index/IndexItem.h"
 #include "index/IndexPersistence.h"
@@ -19,6 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::string_view kDigits = "<BASEELEMENT LASTUID=\"x";  // stand behind it
 constexpr std::string_view kElement = "<ELEMENT ID=\"";
 constexpr std::string_view kElementEnd = "</ELEMENT>";
 
@@ -121,6 +123,12 @@ void Hand::Sabotage()
         {"make-up-flag", &Hand::MakeUpFlag},
         {"list-ghost", &Hand::ListGhost},
         {"cut-index", &Hand::CutIndex},
+        {"write-when-refused", &Hand::WriteWhenRefused},
+        {"hold-twice", &Hand::HoldTwice},
+        {"refuse-open", &Hand::RefuseOpen},
+        {"forget-delivery", &Hand::ForgetDelivery},
+        {"forget-update", &Hand::ForgetUpdate},
+        {"forget-removal", &Hand::ForgetRemoval},
     };
     // Where processes are killed, each of them does it: the first one may not live to.
     if (plan_.sabotage.empty() || thread_ != 0 || (plan_.kills == 0 && plan_.process != 1)) return;
@@ -152,27 +160,75 @@ void Hand::SaveWithoutBlock()
     SaveIndex(record.Table, record.Path, record.IndexKind);
 }
 
-// As a save that has forgotten which UIDs were given.
+// As a save that has forgotten which UIDs were given, and does not look at what the file knows.
 void Hand::LowerLastUid()
 {
-    OwnRecord record(Name());
-    if (StoreIndex_BeginTransaction(record, kPostoffice, kMailbox, Name().c_str(), 1, transaction_, 3) != 1) return;
+    void* handle = nullptr;
+    if (WaitForAccessToIndexFileEx(BlockPath().c_str(), 1, &handle) != 1) return;
     watch_.BeginSave();
-    record.Table.LastUID /= 2;
-    record.Table.RewriteRequired = 1;
-    StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
+    FileStream file;
+    if (file.OpenUpdate(Path() + "\\_index.xml", FileStream::Sharing::None)) {
+        file.SeekTo(kDigits.size());
+        file.Write("00000000");
+        file.Close();
+    }
+    UnBlockIndexFileAccessEx(BlockPath().c_str(), 1, &handle);
+}
+
+// As a save that has not looked at the answer when it asked for its block.
+void Hand::WriteWhenRefused()
+{
+    OwnRecord record(Name());
+    if (StoreIndex_Open(&record, 1) != 1) return;
+    test::WriteFileBytes(FolderDirectory(plan_.mailRoot, folder_) / "_index.blk", "");
+    void* handle = nullptr;
+    if (WaitForAccessToIndexFileEx(BlockPath().c_str(), 1, &handle) != 1) {
+        watch_.BeginSave();
+        record.Table.RewriteRequired = 1;
+        SaveIndex(record.Table, record.Path, record.IndexKind);
+    }
+    UnBlockIndexFileAccessEx(BlockPath().c_str(), handle ? 1 : 0, &handle);
+}
+
+// As a library that lets two in at once.
+void Hand::HoldTwice()
+{
+    void* handle = nullptr;
+    if (WaitForAccessToIndexFileEx(BlockPath().c_str(), 1, &handle) != 1) return;
+    watch_.HasBlock();
+    const std::string begin = std::to_string(TimeNow());
+    Pause(4);
+    const std::string end = std::to_string(TimeNow());
+    journal_.Write(thread_ + 100, Deed::Block, folder_, {}, 0, begin + ' ' + end + ' ' + begin + ' ' + end);
+    UnBlockIndexFileAccessEx(BlockPath().c_str(), 1, &handle);
+}
+
+// As an open that answers before it has asked.
+void Hand::RefuseOpen()
+{
+    Write(Deed::OpenBegin);
+    watch_.BeginCall();
+    Told("open", false);
+    Write(Deed::OpenEnd, {}, 0);
+    Write(Deed::Close);
 }
 
 // As a save of flags that has forgotten that the messages were read.
-void Hand::ResetRead()
+void Hand::ResetRead() { InEveryFolder(&Hand::ResetReadInFolder); }
+
+void Hand::InEveryFolder(void (Hand::*deed)())
 {
     const uint32_t folder = folder_;
-    for (folder_ = 0; folder_ < plan_.folders; ++folder_) {
+    const auto moveTo = [&](uint32_t next) {
+        watch_.EndDeed();
+        folder_ = next;
         watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
-        ResetReadInFolder();
+    };
+    for (uint32_t next = 0; next < plan_.folders; ++next) {
+        moveTo(next);
+        (this->*deed)();
     }
-    folder_ = folder;
-    watch_.BeginDeed(thread_, folder_, FolderDirectory(plan_.mailRoot, folder_));
+    moveTo(folder);
 }
 
 void Hand::ResetReadInFolder()
@@ -213,10 +269,35 @@ void Hand::ListGhost()
     StoreIndex_SaveAndClose(record, true, 1, transaction_, nullptr);
 }
 
-// A success of which nothing is true.
-void Hand::ForgetFlag()
+// As a direct call that puts nothing into the index and does not mark the folder.
+void Hand::ForgetDelivery() { InEveryFolder(&Hand::ForgetDeliveryInFolder); }
+
+void Hand::ForgetDeliveryInFolder()
 {
-    Write(Deed::OpenBegin);
+    const std::string name = NewName();
+    Write(Deed::DropBegin, name);
+    PutFile(name);
+    Write(Deed::DropEnd, name);
+}
+
+// As a direct call that leaves the item of a file that is gone.
+void Hand::ForgetRemoval()
+{
+    const std::vector<std::string> names = Files();
+    if (names.empty()) return;
+    Write(Deed::RemoveBegin, names.front(), 0, "file");
+    fs::remove(FolderDirectory(plan_.mailRoot, folder_) / names.front());
+    Write(Deed::RemoveEnd, names.front(), 1, kItemToo);
+}
+
+void Hand::ForgetUpdate() { ForgetFlagsOf(kDirectUpdate); }
+
+void Hand::ForgetFlag() { ForgetFlagsOf({}); }
+
+// A success of which nothing is true.
+void Hand::ForgetFlagsOf(const std::string& session)
+{
+    Write(Deed::OpenBegin, {}, 0, session);
     Write(Deed::OpenEnd, {}, 1);
     for (const std::string& name : Files()) Write(Deed::Set, name, 0, NewFlags(name));
     Write(Deed::SaveBegin);

@@ -85,6 +85,7 @@ int RunWorker(const Plan& plan)
     StoreLibrary_SetAffinity(plan.process % 4 == 3 ? 0 : 1);
     Journal journal(plan.worker);
     IndexWatch watch(journal);
+    if (plan.sabotage == "refuse-blocks") watch.RefuseBlocks();
     Gate gate(plan.threads);
     std::vector<std::thread> threads;
     for (uint32_t i = 0; i < plan.threads; ++i) threads.emplace_back([&, i] { RunThread(plan, i, journal, watch, gate); });

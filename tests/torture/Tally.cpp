@@ -1,0 +1,77 @@
+#include "tests/torture/Tally.h"
+
+#include <algorithm>
+
+namespace velmora::torture {
+
+namespace {
+
+// Far below what a slow machine does that has other work as well: as often as this in a second, and of what was tried
+// often enough to tell, this part.
+struct Floor {
+    const char* what;
+    double aSecond;
+    double part;
+    bool onlyWithUpdates = false;
+};
+constexpr Floor kFloors[] = {
+    {"open", 1, 0.25},
+    {"save", 0.5, 0.25},
+    {"rescan", 0.05, 0.1},
+    {"transaction", 0.1, 0.1},
+    {"block", 0.03, 0.1},
+    {"drop", 0.5, 0.5},
+    {"removal", 0.1, 0.2},
+    {"insert", 0.3, 0.1},
+    {"insert-written", 0.3, 0.5},
+    {"remove", 0.05, 0.1},
+    {"remove-written", 0.05, 0.5},
+    {"update", 0.2, 0.1, true},
+    {"update-written", 0.2, 0.5, true},
+};
+constexpr uint64_t kOftenEnough = 20;
+}  // namespace
+
+void Tally::Take(const std::vector<Record>& records)
+{
+    for (const Record& record : records) {
+        const bool isDrop = record.deed == Deed::DropBegin || record.deed == Deed::DropEnd;
+        if (!isDrop && record.deed != Deed::RemoveEnd && record.deed != Deed::Told) continue;
+        Count& count = counts_[isDrop ? "drop" : record.deed == Deed::RemoveEnd ? "removal" : record.id];
+        if (record.deed != Deed::DropEnd) ++count.tried;
+        if (record.deed == Deed::DropEnd || (!isDrop && record.number == 1)) ++count.done;
+    }
+}
+
+uint64_t Tally::Done() const
+{
+    uint64_t done = 0;
+    for (const auto& [what, count] : counts_) done += count.done;
+    return done;
+}
+
+std::vector<std::string> Tally::TooLittle(const Plan& plan, double seconds) const
+{
+    std::vector<std::string> faults;
+    for (const Floor& floor : kFloors) {
+        if (floor.onlyWithUpdates && plan.unblock != 0) continue;
+        const auto found = counts_.find(floor.what);
+        const Count count = found == counts_.end() ? Count() : found->second;
+        const bool seldom = count.done < static_cast<uint64_t>(floor.aSecond * seconds);
+        const bool refused = count.tried >= kOftenEnough && static_cast<double>(count.done) < floor.part * static_cast<double>(count.tried);
+        if (seldom || refused)
+            faults.push_back(std::string("enough of everything succeeds: ") + floor.what + " " + std::to_string(count.done) + " times of " +
+                             std::to_string(count.tried));
+    }
+    return faults;
+}
+
+std::string Tally::Report() const
+{
+    std::string report;
+    for (const auto& [what, count] : counts_)
+        report += (report.empty() ? "" : ", ") + what + " " + std::to_string(count.done) + "/" + std::to_string(count.tried);
+    return report;
+}
+
+}  // namespace velmora::torture
