@@ -1,11 +1,13 @@
-// Dates, offsets and durations of calendars, and the times of headers: any text is read or refused within its bounds; dates
-// made up of the input come out as the calendar has them, and what is written is read back.
+// Dates, offsets and durations of calendars, and the times of headers, on machines of several zones: any text is read or
+// refused within its bounds; dates made up of the input come out as the calendar has them, and what is written is read back.
+// Any zone has one of its own offsets at any moment.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -14,6 +16,7 @@
 #include "items/CalendarDates.h"
 #include "items/DateForms.h"
 #include "items/HeaderTimes.h"
+#include "items/TimeZones.h"
 
 using namespace velmora;
 using namespace velmora::test;
@@ -21,6 +24,7 @@ using namespace velmora::test;
 namespace {
 
 constexpr size_t kLongestField = 64;
+constexpr const char* kMachineZones[] = {"UTC0", "EST5EDT,M3.2.0,M11.1.0", "NZST-12NZDT,M9.5.0,M4.1.0/3"};
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 bool IsLeap(uint32_t year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
@@ -104,7 +108,9 @@ void MadeUpHeaderTime(Choices& choices)
 {
     const uint32_t year = 1970 + choices.Below(130);
     const uint32_t month = 1 + choices.Below(12);
-    const uint32_t day = 1 + choices.Below(28);
+    // East of Greenwich the first day of 1970 is not in the calendar as a local one.
+    const uint32_t firstDay = year == 1970 && month == 1 ? 2 : 1;
+    const uint32_t day = firstDay + choices.Below(29 - firstDay);
     const uint32_t hour = choices.Below(24), minute = choices.Below(60);
     const uint32_t second = choices.OneIn(2) ? 0 : choices.Below(60);
     char text[80];
@@ -129,13 +135,49 @@ void AnyMonth(int32_t year, int32_t month, int32_t weekday, int32_t n)
     if (day == 0 && weekday >= 0 && weekday <= 6 && month >= 1 && month <= 12) Require("a month without that weekday");
 }
 
+void UseMachineZone(Choices& choices)
+{
+    setenv("TZ", kMachineZones[choices.Below(std::size(kMachineZones))], 1);
+    tzset();
+}
+
+// A change on a day, by weekday or not at all, with numbers that mostly have their place in a date.
+void MakeUpChange(Choices& choices, CalendarZoneBlock& block)
+{
+    const bool inPlace = !choices.OneIn(4);
+    const auto number = [&](uint32_t bound) { return static_cast<int32_t>(choices.Below(inPlace ? bound : UINT32_MAX)); };
+    const auto part = [&](uint32_t bound) { return static_cast<WORD>(choices.Below(inPlace ? bound : 0x10000)); };
+    block.Rule.RecurrenceType = number(8);
+    block.Rule.MonthOfYear = number(14);
+    block.Rule.FixedDay = number(32);
+    block.Rule.DayOfWeekMask = number(8);
+    block.Rule.Instance = choices.OneIn(4) ? -1 : number(7);
+    block.Start.wYear = part(3000);
+    block.Start.wHour = part(24);
+    block.Start.wMinute = part(60);
+    block.Start.wSecond = part(60);
+    block.Start.wMilliseconds = part(1000);
+}
+
+void MadeUpZone(Choices& choices)
+{
+    CalendarZone zone;
+    MakeUpChange(choices, zone.Standard);
+    MakeUpChange(choices, zone.Daylight);
+    const uint64_t seconds = uint64_t{choices.Below(UINT32_MAX)} * (choices.OneIn(8) ? UINT32_MAX : 1);
+    const char* const offset = SelectZoneOffset(zone, UnixTimeToFileTime(static_cast<int64_t>(seconds)));
+    if (offset != zone.Standard.OffsetFrom && offset != zone.Standard.OffsetTo && offset != zone.Daylight.OffsetFrom &&
+        offset != zone.Daylight.OffsetTo) {
+        Require("an offset that is not the zone's");
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    setenv("TZ", "UTC", 1);
-    tzset();
-    return 0;
+    // Zones without changes say so on standard output; the fuzzer itself speaks on the other one.
+    return std::freopen("/dev/null", "w", stdout) ? 0 : 1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -152,7 +194,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int32_t weekday = nearMonth ? static_cast<int32_t>(choices.Below(9)) : number();
     AnyMonth(year, month, weekday, number());
     MadeUpCalendarDate(choices);
+    UseMachineZone(choices);
     MadeUpHeaderTime(choices);
+    MadeUpZone(choices);
     const std::string text = choices.Bytes(1000);
     const std::string offset = withOffset ? choices.Bytes(40) : std::string();
     AnyTextAsCalendarDate(text, withOffset ? offset.c_str() : nullptr);

@@ -1,5 +1,5 @@
 // Flag texts of any bytes: lists that flags are added to, changes of lists, the line of a message that brings flags, what an
-// index item keeps of them and what a folder's counts make of them. The rules stand here a second time, in the plainest form.
+// index item keeps of them and what a full count makes of them. The rules stand here a second time, in the plainest form.
 #include <cstddef>
 #include <cstdint>
 #include <string>

@@ -38,6 +38,9 @@ VELMORA_API uint64_t StoreIndex_Release(STOREINDEXTYPE* index);
  * left the items that were read before the fault, which are not to be used. After 1 and after 0 every item pointer from
  * before is invalid and unsaved changes are lost. May wait for minutes, see vlaisp.h.
  *
+ * A message that was scanned before its delivery was told stands twice in the file and is one item; an open that loads such
+ * a file writes it anew, with the folder's counts (status.h), unless somebody else is at it.
+ *
  * Throws: an exception from below is reported to the event log and goes on to the caller. A host that is not written in
  * C++ uses StoreFolder_Open, which answers 0 in that case. */
 VELMORA_API uint64_t StoreIndex_Open(STOREINDEXTYPE* index, uint32_t mode);
@@ -65,32 +68,37 @@ VELMORA_API uint64_t StoreIndex_Save(STOREINDEXTYPE* index);
  * writes it.
  *
  * A message: with `readHeaders` 1 its header is read, any other value makes an item of its ID and UID alone and looks at no
- * file. An "X-VLTempFlags: " line that begins with "SIZE=" and a decimal gives the size in bytes in place of the file's own.
- * A group: the first line may give the group's name ("NAME:..."), which becomes a column; the file is rewritten without that
- * line. Any other kind: an item of its ID alone; contacts, calendar entries and tasks are not read from their files yet, and
- * the files stay as they are.
+ * file. An "X-VLTempFlags: " line that begins with "SIZE=" and a decimal gives the size in bytes in place of the file's
+ * own. A group: the first line may give the group's name ("NAME:..."), which becomes a column; the save that writes the
+ * item rewrites the file without that line, if it still begins with it. Any other kind: an item of its ID alone; contacts,
+ * calendar entries and tasks are not read from their files yet, and the files stay as they are.
  *
  * The directory is that of InsertItem, taken from the record's names when it is empty; LoadedLastUID follows, and InsertItem
- * has the new item until the next load. 1, also for a null or empty ID, which does nothing, and for an ID that is in the
- * index already: then nothing is inserted. 0 when a message, or a group's file that is there, cannot be read, for a message
- * with a name of more than 63 bytes, for a null record, with a line printed, and after an exception from below, which is
- * reported. */
+ * has the new item until the next load. 1, also for a null or empty ID, which does nothing, and when nothing is inserted
+ * because the ID is in the index already, no index file can hold it, or the folder has no UID left. 0 when a message, or a
+ * group's file that is there, cannot be read or is no plain file, for a message with a name of more than 63 bytes, with a
+ * separator in it, or with "_" or "." in front, as the folder's own files have it; for a null record, with a line printed; and
+ * after an exception from below, which is reported. */
 VELMORA_API uint64_t StoreIndex_InsertItem(STOREINDEXTYPE* index, const char* itemId, uint32_t readHeaders);
 
 /* Removes the items of a comma-separated list of IDs from a record in memory, all of them with "*"; their files stay.
  * `reserved` is ignored. IDs that are not there are passed over. Pointers to a removed item stay good until the next load.
- * 1; 0 when the index cannot be loaded, for a null record, with a line printed, and after an exception, which is reported. */
+ * 1; 0 when the index is not loaded and cannot be, for a null record, with a line printed, and after an exception, which is
+ * reported. */
 VELMORA_API uint64_t StoreIndex_RemoveItem(STOREINDEXTYPE* index, const char* idList, uint32_t reserved);
 
 /* StoreItem_GetProperty (velmora/item.h) for a handle that a host holds for itself; its Class says which names are known.
  * VELMORA_NO_PROPERTY with `*value` null as well for a null handle and after an exception from below, which is reported. 0
- * with null for a class above 4. The place in the store (VL_FOLDER and its like) is read from the handle's own names. */
+ * with null for a class above 4, groups among them. The place in the store (VL_FOLDER and its like) is read from the
+ * handle's own names. */
 VELMORA_API uint64_t StoreIndex_GetItemPropertyItem(STOREITEMTYPE* item, const char* name, void** value, uint64_t* size);
 
-/* Writes a property of the item in a handle that a host holds for itself; `value` as for StoreItem_SetProperty. `itemId` does
- * not select: no item is made or looked for, and no record is marked as changed. 1 stored. 0 for an unknown name of mail or
- * contacts, without an item, for a null handle or value, and after an exception from below, which is reported; an unknown
- * name of calendars and tasks may answer VELMORA_NO_PROPERTY. */
+/* Writes a property of the item in a handle that a host holds for itself; `value` as for StoreItem_SetProperty. `itemId`
+ * does not select: no item is made or looked for, and no record is marked as changed. Another ID (VL_ITEM_ID) moves the
+ * item to it in the index, when the whole folder is in memory and the ID is free; its file stays where it is, and the next
+ * save writes the whole index file. 1 stored. 0 for an unknown name of mail or contacts, without an item, for a null handle
+ * or value, and after an exception from below, which is reported; an unknown name of calendars and tasks may answer
+ * VELMORA_NO_PROPERTY. */
 VELMORA_API uint64_t StoreIndex_SetItemPropertyItem(STOREITEMTYPE* item, const char* itemId, const char* name, const void* value);
 
 #ifdef __cplusplus

@@ -24,8 +24,9 @@ extern "C" {
  * A status of the back-end: 2 with a new allocation in `*value`, which the caller gives back through
  * StoreItem_FreeProperty, and its size in bytes in `*size`; the size of a text counts its terminating zero.
  * VELMORA_NO_PROPERTY with `*value` null when there is no current item, no such name, or no such column in the item. 0
- * without an open folder; `*value` and `*size` are then left alone. 0 with `*value` null as well in a folder of a kind that
- * the library does not know, and in a folder that stayed open behind a calendar document (kind 5) once that is closed.
+ * without an open folder; `*value` and `*size` are then left alone. 0 with `*value` null as well among groups, in a folder
+ * of a kind that the library does not know, and in a folder that stayed open behind a calendar document (kind 5) once that
+ * is closed.
  *
  * Four names are answered from the folder itself, with or without a current item and in any case of letters: VL_POSTOFFICE,
  * VL_MAILBOX, VL_FOLDER and VL_FOLDER_PATH, the folder's directory. */
@@ -54,9 +55,11 @@ VELMORA_API uint64_t StoreFolder_SelectItem(const char* itemId);
 
 /* Makes the first item, in ascending order of UID, current whose index column `field` is `value`: 1, or 0 when there is none,
  * and then the current item stays. `field` is the name of a column ("SUBJECT") and not of a property; an item that has no
- * such column is passed over. StoreFolder_SelectItemByField compares in any case of letters; so does the other with `exact`
- * 0, and byte by byte with any other value. Null texts answer 0. Reads the whole folder in the worst case. */
+ * such column is passed over. Compares in any case of letters. Null texts answer 0. Reads the whole folder in the worst
+ * case. */
 VELMORA_API uint64_t StoreFolder_SelectItemByField(const char* field, const char* value);
+
+/* The same; with `exact` other than 0 it compares byte by byte. */
 VELMORA_API uint64_t StoreFolder_SelectItemByField_Ex(const char* field, const char* value, uint32_t exact);
 
 /* Makes the item `itemId` current, and makes it if the folder has none: with the next UID and no other column, in memory
@@ -65,9 +68,10 @@ VELMORA_API uint64_t StoreFolder_SelectItemByField_Ex(const char* field, const c
 VELMORA_API uint64_t StoreFolder_CreateItem(const char* itemId);
 
 /* Deletes an item: its file first, then the item in memory; StoreFolder_Save writes the index. In folders of mail and
- * contacts the file is deleted, of an ID with a separator in it none; calendar entries and tasks lose their item alone for
- * now, and their files stay. A file that cannot be deleted keeps nothing from going on: the next scan finds it again, as a
- * new item. Other folders lose nothing, and the item becomes the current one.
+ * contacts the file is deleted if it is a plain one of exactly that name: not of an ID with a separator in it, with "_" or
+ * "." in front, as the folder's own files have it, or one that is another spelling of a file's name; calendar entries and
+ * tasks lose their item alone for now, and their files stay. A file that cannot be deleted keeps nothing from going on: the
+ * next scan finds it again, as a new item. Other folders lose nothing, and the item becomes the current one.
  *
  * 1 deleted, and no item is current; 1 as well for an ID that is null or empty, which deletes nothing. 0 when the folder has
  * no such item. In every case the folder counts as changed, so that the next StoreFolder_Save runs. */

@@ -27,8 +27,10 @@ extern "C" {
  *
  * 1 when anything was read, 0 otherwise; words that the file does not have keep what the caller put there. In both cases
  * words 1, 3, 7, 8 and 9 are lowered to word 6 where they are above it, compared as signed numbers. Takes no lock: the
- * counts are a cache, and may be older than the index. They are kept by every save of a whole folder and by the direct calls
- * (direct.h), whose changes of flags may let words 3, 4 and 7 drift, also below zero, until the next full count. */
+ * counts are a cache, and may be older than the index. Every save of a whole folder counts in full; the direct calls
+ * (direct.h) go on from the words that are there. Until the next full count words 3, 4 and 7 may then drift, also below
+ * zero, by changes of flags; words 6, 9 and 10 by insertions that failed or were made twice and by groups, whose LastUID
+ * also becomes word 11; word 5 by removals; and all of them by the removal of everything. */
 VELMORA_API uint64_t GetCachedStatus(const char* postoffice, const char* mailbox, const char* folder, uint32_t* details);
 
 /* Writes the counts of a folder; `details` as above. A null pointer and an empty name answer 0 and change nothing. Else the

@@ -5,9 +5,9 @@
 #include <ctime>
 #include <string>
 
+#include "platform/Clock.h"
 #include "platform/posix/Errors.h"
 #include "platform/posix/FileTimes.h"
-#include "platform/shared/SystemClock.h"
 
 namespace velmora::platform {
 
@@ -33,6 +33,7 @@ std::string NameOrDigits(const char* name, int value, size_t run)
     return run == kShortName ? std::string(name, kShortName) : std::string(name);
 }
 
+// A single letter has two digits as well, leading zero and all.
 std::string YearText(int year, size_t run)
 {
     if (run <= 2) return Digits(year % 100, 2);
@@ -146,7 +147,7 @@ using namespace velmora::platform;
 void GetLocalTime(SYSTEMTIME* now)
 {
     tzset();
-    const timespec stamp = StampOf(SystemNow());
+    const timespec stamp = StampOf(NowFileTime());
     struct tm local {};
     localtime_r(&stamp.tv_sec, &local);
     *now = {};

@@ -5,8 +5,11 @@
 #include <ctime>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
+#include "platform/Clock.h"
+#include "platform/posix/FileTimes.h"
 #include "platform/posix/LocalTime.h"
 #include "platform/win32.h"
 
@@ -86,6 +89,69 @@ time_t YearBegin(time_t now, int yearsOn)
 
 LONG BiasMinutes(const struct tm& parts) { return static_cast<LONG>(-parts.tm_gmtoff / 60); }
 
+DWORD Describe(time_t now, const struct tm& present, TIME_ZONE_INFORMATION& zone)
+{
+    zone = {};
+    zone.Bias = BiasMinutes(present);
+    WidenName(zone.StandardName, present.tm_zone);
+    WidenName(zone.DaylightName, present.tm_zone);
+
+    // Looked at week by week: a zone may change more than twice in a year (a month of fasting); the last two changes count.
+    const time_t end = YearBegin(now, 1);
+    bool toStandard = false;
+    bool toDaylight = false;
+    struct tm winter = present;
+    struct tm summer = present;
+    time_t to = YearBegin(now, 0);
+    struct tm after = LocalParts(to);
+    while (to < end) {
+        const time_t from = to;
+        to = std::min(from + kWeek, end);
+        const struct tm before = after;
+        after = LocalParts(to);
+        if (before.tm_gmtoff == after.tm_gmtoff || before.tm_isdst == after.tm_isdst) continue;
+        const SYSTEMTIME rule = RuleOf(FindChange(from, to));
+        if (after.tm_isdst > 0) {
+            zone.DaylightDate = rule;
+            summer = after;
+            toDaylight = true;
+        } else {
+            zone.StandardDate = rule;
+            winter = after;
+            toStandard = true;
+        }
+    }
+    if (!toStandard || !toDaylight) {
+        zone.StandardDate = zone.DaylightDate = {};
+        return TIME_ZONE_ID_UNKNOWN;
+    }
+    zone.Bias = BiasMinutes(winter);
+    zone.DaylightBias = BiasMinutes(summer) - zone.Bias;
+    WidenName(zone.StandardName, winter.tm_zone);
+    WidenName(zone.DaylightName, summer.tm_zone);
+    return present.tm_isdst > 0 ? TIME_ZONE_ID_DAYLIGHT : TIME_ZONE_ID_STANDARD;
+}
+
+// What was described last and for what. A year is walked through for it, which is not done twice in an hour: the zone is
+// another one where TZ says so, or where the present clock does. A new zone file that leaves both as they are may be late.
+struct KnownZone {
+    char variable[128] = {};
+    bool named = false;
+    time_t hour = 0;
+    long offset = 0;
+    int daylight = 0;
+
+    bool known = false;
+    DWORD season = TIME_ZONE_ID_UNKNOWN;
+    TIME_ZONE_INFORMATION zone = {};
+};
+
+bool IsOf(const KnownZone& kept, const char* variable, time_t hour, const struct tm& present)
+{
+    return kept.known && kept.named == (variable != nullptr) && kept.hour == hour && kept.offset == present.tm_gmtoff &&
+           kept.daylight == present.tm_isdst && (!variable || std::strcmp(kept.variable, variable) == 0);
+}
+
 }  // namespace
 
 }  // namespace velmora::platform
@@ -94,45 +160,22 @@ using namespace velmora::platform;
 
 DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone)
 {
-    *zone = {};
     tzset();
-    const time_t now = time(nullptr);
+    const time_t now = StampOf(NowFileTime()).tv_sec;
+    const time_t hour = now / 3600;
     const struct tm present = LocalParts(now);
-    zone->Bias = BiasMinutes(present);
-    WidenName(zone->StandardName, present.tm_zone);
-    WidenName(zone->DaylightName, present.tm_zone);
+    const char* const variable = std::getenv("TZ");
 
-    // Looked at week by week: a zone may change more than twice in a year (a month of fasting); the last two changes count.
-    const time_t end = YearBegin(now, 1);
-    bool toStandard = false;
-    bool toDaylight = false;
-    struct tm winter = present;
-    struct tm summer = present;
-    time_t from = YearBegin(now, 0);
-    struct tm after = LocalParts(from);
-    for (time_t to = from; from < end; from = to) {
-        to = std::min(from + kWeek, end);
-        const struct tm before = after;
-        after = LocalParts(to);
-        if (before.tm_gmtoff == after.tm_gmtoff || before.tm_isdst == after.tm_isdst) continue;
-        const SYSTEMTIME rule = RuleOf(FindChange(from, to));
-        if (after.tm_isdst > 0) {
-            zone->DaylightDate = rule;
-            summer = after;
-            toDaylight = true;
-        } else {
-            zone->StandardDate = rule;
-            winter = after;
-            toStandard = true;
-        }
+    thread_local KnownZone kept;
+    if (!IsOf(kept, variable, hour, present)) {
+        kept.season = Describe(now, present, kept.zone);
+        kept.known = !variable || std::strlen(variable) < sizeof kept.variable;
+        kept.named = variable != nullptr;
+        if (variable && kept.known) std::strcpy(kept.variable, variable);
+        kept.hour = hour;
+        kept.offset = present.tm_gmtoff;
+        kept.daylight = present.tm_isdst;
     }
-    if (!toStandard || !toDaylight) {
-        zone->StandardDate = zone->DaylightDate = {};
-        return TIME_ZONE_ID_UNKNOWN;
-    }
-    zone->Bias = BiasMinutes(winter);
-    zone->DaylightBias = BiasMinutes(summer) - zone->Bias;
-    WidenName(zone->StandardName, winter.tm_zone);
-    WidenName(zone->DaylightName, summer.tm_zone);
-    return present.tm_isdst > 0 ? TIME_ZONE_ID_DAYLIGHT : TIME_ZONE_ID_STANDARD;
+    *zone = kept.zone;
+    return kept.season;
 }

@@ -1,5 +1,6 @@
 #include "tests/faults/Counts.h"
 
+#include <algorithm>
 #include <map>
 
 #include "common/Text.h"
@@ -50,12 +51,13 @@ Counts CountsOf(const Listing& listing)
     return counts;
 }
 
-bool AreCountsOf(const Counts& counts, const Listing& listing)
+bool AreCountsOf(const Counts& counts, const Listing& listing, const std::vector<uint32_t>& words)
 {
     Counts expected = CountsOf(listing);
     if (counts[VELMORA_STATUS_LAST_UID] > expected[VELMORA_STATUS_LAST_UID])
         expected[VELMORA_STATUS_LAST_UID] = counts[VELMORA_STATUS_LAST_UID];
-    return counts == expected;
+    if (words.empty()) return counts == expected;
+    return std::all_of(words.begin(), words.end(), [&](uint32_t word) { return counts[word] == expected[word]; });
 }
 
 std::string Text(const Counts& counts)

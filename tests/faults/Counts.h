@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/faults/Listing.h"
 #include "velmora/status.h"
@@ -20,8 +21,8 @@ std::optional<Counts> ReadCounts();
 // What a count of these items gives. The highest UID stands for the highest that was ever given.
 Counts CountsOf(const Listing& listing);
 
-// Whether they are the counts of the listing. A folder may have given higher UIDs than it still lists.
-bool AreCountsOf(const Counts& counts, const Listing& listing);
+// Whether they are the counts of the listing, in these words; none: in all. A folder may have given higher UIDs than it still lists.
+bool AreCountsOf(const Counts& counts, const Listing& listing, const std::vector<uint32_t>& words = {});
 
 std::string Text(const Counts& counts);
 

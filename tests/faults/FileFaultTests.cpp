@@ -25,15 +25,18 @@ Licence LicenceOf(const FaultSeam& seam, FaultKind kind, const Scenario& scenari
     const bool tears = kind == FaultKind::ShortWrite || !scenario.savesInPlace;
     const bool indexHit = seam.HitAny(FileOperation::Write, "_index.xml") || seam.HitAny(FileOperation::Resize, "_index.xml");
     const bool indexReadHit = seam.HitAny(FileOperation::Open, "_index.xml") || seam.HitAny(FileOperation::Read, "_index.xml");
-    const bool countsHit = seam.HitAny(FileOperation::Open, "_FOLDER.DAT") || seam.HitAny(FileOperation::Write, "_FOLDER.DAT");
+    const bool countsOpenHit = seam.HitAny(FileOperation::Open, "_FOLDER.DAT");
+    const bool countsHit =
+        countsOpenHit || seam.HitAny(FileOperation::Read, "_FOLDER.DAT") || seam.HitAny(FileOperation::Write, "_FOLDER.DAT");
     const bool markHit = seam.HitAny(FileOperation::Open, "_CHANGE.DTY");
     return Licence()
         .AllowTornIndex((tears && indexHit) || scenario.beginsTorn)
         .Allow(Quirk::FlagGone, markHit)
         // A save that fails asks for the mending itself.
         .Allow(Quirk::DamageStays, (tears && indexHit && markHit) || scenario.beginsTorn)
-        .Allow(Quirk::OldCounts, countsHit || (scenario.countsByALoad && indexReadHit))
-        .Allow(Quirk::TornCounts, kind == FaultKind::ShortWrite && seam.HitAny(FileOperation::Write, "_FOLDER.DAT"))
+        // Whoever keeps them under the block marks the folder, and so does whoever has written a part of them.
+        .Allow(Quirk::OldCounts, (markHit && (countsHit || indexReadHit)) || (countsOpenHit && !scenario.countsUnderBlock))
+        .Allow(Quirk::SizeGone, seam.HitAny(FileOperation::Delete, "_DIRSIZE.TMP"))
         .Allow(Quirk::BlockStays, seam.HitAny(FileOperation::Delete, "_index.blk"))
         .Allow(Quirk::MessageUnderCopy, seam.HitAny(FileOperation::Move) && seam.HitAny(FileOperation::Copy));
 }

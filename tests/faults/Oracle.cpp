@@ -56,8 +56,8 @@ Columns Repaired(const Columns& columns, Columns fresh)
     return fresh;
 }
 
-constexpr const char* kQuirkNames[] = {"ReadAgain", "TornIndex",  "TornElement", "DamageStays",     "FlagGone",
-                                       "OldCounts", "TornCounts", "BlockStays",  "MessageUnderCopy"};
+constexpr const char* kQuirkNames[] = {"ReadAgain", "TornIndex",  "TornElement", "DamageStays", "FlagGone",
+                                       "OldCounts", "TornCounts", "SizeGone",    "BlockStays",  "MessageUnderCopy"};
 static_assert(std::size(kQuirkNames) == static_cast<size_t>(Quirk::Count_));
 
 bool Loads(const fs::path& folder)
@@ -100,7 +100,7 @@ void Oracle::Learn()
     after_ = look.listing;
     countsAfter_ = look.counts;
     EXPECT_FALSE(after_.empty());
-    EXPECT_TRUE(countsAfter_ && AreCountsOf(*countsAfter_, after_));
+    EXPECT_TRUE(countsAfter_ && AreCountsOf(*countsAfter_, after_, scenario_.movedCounts));
     finished_ = ReadFolder(folder_);
 
     fresh_.push_back(ListingWithoutIndex(initial_));
@@ -198,6 +198,7 @@ void Oracle::Judge(const Report& report, const Licence& licence, const std::stri
         handles_ = open;
     }
     Licence narrowed = licence;
+    CheckSizes(licence);
     JudgeSave(report, narrowed);
     JudgeNextOpen(narrowed);
     Conclude(what);
@@ -216,10 +217,34 @@ void Oracle::JudgeOther(const Licence& licence, const std::string& what, bool sc
 void Oracle::JudgeSave(const Report& report, Licence& licence)
 {
     if (report.saved == Saved::NotAsked) return;
+    if (report.saved == Saved::Nothing) {
+        if (ListingOfIndexFile() != before_) Complain("the index has other items behind a call that did nothing");
+        return;
+    }
     const bool marked = HasFlag();
-    changeIsDue_ = report.saved == Saved::Yes || (report.saved == Saved::Untold && !marked && !licence.Allows(Quirk::FlagGone));
+    changeIsDue_ = report.saved == Saved::Yes ||
+                   ((report.saved == Saved::Untold || report.saved == Saved::OrMarked) && !marked && !licence.Allows(Quirk::FlagGone));
     if (changeIsDue_) licence.Forbid(Quirk::TornIndex).Forbid(Quirk::TornElement).Forbid(Quirk::DamageStays);
     if (report.saved == Saved::No && !marked && !Use(Quirk::FlagGone, licence)) Complain("a save that failed leaves no flag");
+}
+
+Listing Oracle::ListingOfIndexFile() const
+{
+    StreamXMLStoreIndexSerialiser serialiser;
+    TestTable table;
+    serialiser.Deserialise(table, folder_.string(), 0, "", "", 3, 0, 0);
+    return ListingOf(table);
+}
+
+// A size is the old or the new one, or it is not there and computed where it is asked for.
+void Oracle::CheckSizes(const Licence& licence)
+{
+    constexpr char kSizes[] = "_DIRSIZE.TMP";
+    if (!FileExists(folder_ / kSizes)) return;
+    const std::string bytes = ReadFileBytes(folder_ / kSizes);
+    for (const FolderImage* const image : {&initial_, &finished_})
+        if (const auto found = image->find(kSizes); found != image->end() && found->second.bytes == bytes) return;
+    if (!Use(Quirk::SizeGone, licence)) Complain("the folder's size is \"" + bytes + "\"");
 }
 
 void Oracle::Complain(const std::string& text)
@@ -329,7 +354,9 @@ void Oracle::CheckCounts(const Look& look, const Licence& licence, const std::st
 
 bool Oracle::AreKnownCounts(const std::optional<Counts>& counts, const Listing& listing, const Licence& licence)
 {
-    if (counts == countsAfter_ || (counts == countsBefore_ && (!changeIsDue_ || Use(Quirk::OldCounts, licence)))) return true;
+    // A save that failed in the middle of a commit is counted all the same, and only a scan brings back what it left.
+    if (counts == countsAfter_ && (AreCountsOf(*counts, listing, scenario_.movedCounts) || Use(Quirk::FlagGone, licence))) return true;
+    if (counts == countsBefore_ && (!changeIsDue_ || Use(Quirk::OldCounts, licence))) return true;
     if (!counts || !licence.Allows(Quirk::TornCounts)) return false;
     const Counts present = CountsOf(listing);
     for (size_t word = 0; word < counts->size(); ++word) {

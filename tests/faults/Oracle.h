@@ -28,6 +28,7 @@ enum class Quirk : uint32_t {
     FlagGone,          // no flag asks for the scan that is due: it went in front of one that came to no end, or could not be set
     OldCounts,         // a saved change is not in the cached counts, which could not be counted or written, until a scan or a save
     TornCounts,        // a write of the cached counts stopped half-way: each of them is an older or a newer one until a scan or a save
+    SizeGone,          // a write of the folder's size stopped half-way, and nobody could delete the file
     BlockStays,        // nobody could delete the block file; the next open waits for it and breaks it
     MessageUnderCopy,  // a message is rewritten by delete and move, and stands under the name of its copy
     Count_
@@ -90,6 +91,9 @@ private:
     // Opens the folder undisturbed, gives it up again and keeps what that told of scans.
     Look Open();
     bool HasFlag() const;
+    void CheckSizes(const Licence& licence);
+    // What the index file has, with no open by the rules.
+    Listing ListingOfIndexFile() const;
     void JudgeSave(const Report& report, Licence& licence);
     void JudgeNextOpen(const Licence& licence);
     bool HasWholeBackup();

@@ -14,6 +14,8 @@
 #include "provider/FolderAccess.h"
 #include "provider/ThreadContext.h"
 #include "tests/support/FakeClock.h"
+#include "velmora/direct.h"
+#include "velmora/status.h"
 #include "velmora/vlaisp.h"
 
 namespace velmora::test {
@@ -122,6 +124,7 @@ void MarkQuietly(const fs::path& folder)
 
 constexpr char kIndex[] = "_index.xml";
 constexpr char kBackup[] = "_index.xml.bak";
+constexpr char kSizes[] = "_DIRSIZE.TMP";
 
 void ForgetIndex(const fs::path& folder)
 {
@@ -171,6 +174,29 @@ void DamageBesideHalfCopies(const fs::path& folder)
         WriteFileBytes(folder / (std::string(file) + ".tmp"), bytes.substr(0, bytes.size() / 3));
 }
 
+// A number that is longer behind the change. The mailbox has one as well, which is not judged.
+void PutSizes(const fs::path& folder, const char* kilobytes)
+{
+    WriteFileBytes(folder / kSizes, kilobytes);
+    WriteFileBytes(folder.parent_path() / kSizes, kilobytes);
+}
+
+void DeliverDirectly(const fs::path& folder)
+{
+    PutSizes(folder, "999");
+    PutMessage(folder, "7.MAI", "seven, " + std::string(900, '7'));
+}
+
+// One brings flags of its own.
+void DeliverSeveralDirectly(const fs::path& folder)
+{
+    PutSizes(folder, "998");
+    PutMessage(folder, "7.MAI", "seven");
+    PutMessage(folder, "8.MAI", "eight");
+    WriteFileBytes(folder / "9.MAI", "X-VLTempFlags: \\ANSWERED\r\nSubject: nine\r\n\r\nbody\r\n");
+    fs::last_write_time(folder / "9.MAI", fs::last_write_time(folder / "1.MAI"));
+}
+
 // Messages that bear private lines, to be taken out of them by the scan.
 void DeliverBranded(const fs::path& folder)
 {
@@ -216,8 +242,43 @@ void Append(const fs::path& folder, Report& report)
     try {
         StoreIndex_SaveAndClose(*record, added != 0, 1, handle, nullptr);
     } catch (const std::exception&) {
-        MarkQuietly(folder);
+        // It has marked the folder.
     }
+}
+
+// A call that answers 0 leaves its caller free to call again, so nothing of it may be in the index then.
+void AddDirectResult(Report& report, uint64_t told)
+{
+    AddResult(report, told);
+    report.saved = told != 0 ? Saved::OrMarked : Saved::Nothing;
+}
+
+void DirectInsert(const fs::path&, Report& report)
+{
+    AddDirectResult(report, Direct_StoreIndex_InsertItem(kPostoffice, kMailbox, kFolder, "7.MAI"));
+}
+
+void DirectInsertSeveral(const fs::path&, Report& report)
+{
+    AddDirectResult(report, Direct_StoreIndex_InsertItemEx(kPostoffice, kMailbox, kFolder, "7.MAI,8.MAI,9.MAI",
+                                                           "\\SEEN \\FLAGGED,SIZE=4096,\\FLAGGED"));
+}
+
+void DirectUpdate(const fs::path&, Report& report)
+{
+    AddDirectResult(report, Direct_StoreIndex_UpdateItem(kPostoffice, kMailbox, kFolder, "3.MAI", "+FLAGGED"));
+}
+
+// The message's file goes first, by the host's own hand.
+void DirectRemove(const fs::path& folder, Report& report)
+{
+    try {
+        fs::remove(folder / "3.MAI");
+    } catch (const std::bad_alloc&) {
+        AddResult(report, 0);
+        return;
+    }
+    AddDirectResult(report, Direct_StoreIndex_RemoveItem(kPostoffice, kMailbox, kFolder, "3.MAI"));
 }
 
 void ChangeFirst(const fs::path&, Report& report) { Change(report, "1.MAI", CommitAndClose); }
@@ -295,7 +356,7 @@ const std::vector<Scenario>& Scenarios()
          .prepare = Deliver,
          .act = Append,
          .allowed = {"0", "1 0", "1 1"},
-         .countsByALoad = true,
+         .countsUnderBlock = true,
          .unmarkedPercent = 75,
          .ownListings = 1,
          .savesInPlace = true},
@@ -307,6 +368,35 @@ const std::vector<Scenario>& Scenarios()
         {.name = "ChangeMiddle", .act = ChangeMiddle, .allowed = {"0", "1 0", "1 1 0", "1 1 1 1"}, .savesInPlace = true},
         {.name = "ChangeLast", .act = ChangeLast, .allowed = {"0", "1 0", "1 1 0", "1 1 1 1"}, .savesInPlace = true},
         {.name = "Remove", .act = Remove, .allowed = {"0", "1 0 1", "1 1 1"}, .removes = "3.MAI", .savesInPlace = true},
+        {.name = "DirectInsert",
+         .prepare = DeliverDirectly,
+         .act = DirectInsert,
+         .allowed = {"0", "1"},
+         .movedCounts = {VELMORA_STATUS_ITEMS, VELMORA_STATUS_SEEN, VELMORA_STATUS_LAST_UID},
+         .countsUnderBlock = true,
+         .unmarkedPercent = 85,
+         .savesInPlace = true},
+        {.name = "DirectInsertSeveral",
+         .prepare = DeliverSeveralDirectly,
+         .act = DirectInsertSeveral,
+         .allowed = {"0", "1"},
+         .movedCounts = {VELMORA_STATUS_ITEMS, VELMORA_STATUS_SEEN, VELMORA_STATUS_LAST_UID},
+         .countsUnderBlock = true,
+         .unmarkedPercent = 85,
+         .savesInPlace = true},
+        {.name = "DirectUpdate",
+         .act = DirectUpdate,
+         .allowed = {"0", "1"},
+         .movedCounts = {VELMORA_STATUS_ITEMS, VELMORA_STATUS_SEEN, VELMORA_STATUS_FLAGGED, VELMORA_STATUS_LAST_UID},
+         .countsUnderBlock = true,
+         .savesInPlace = true},
+        {.name = "DirectRemove",
+         .act = DirectRemove,
+         .allowed = {"0", "1"},
+         .removes = "3.MAI",
+         .movedCounts = {VELMORA_STATUS_ITEMS, VELMORA_STATUS_SEEN, VELMORA_STATUS_LAST_UID},
+         .countsUnderBlock = true,
+         .savesInPlace = true},
         {.name = "Rewrite", .act = RewriteInFull, .allowed = {"0", "1 0", "1 1"}, .unmarkedPercent = 35},
         {.name = "Rescan", .prepare = ChangeFiles, .act = OpenAndList, .allowed = {"0", "1"}, .unmarkedPercent = 70},
         {.name = "RescanBranded",

@@ -24,6 +24,8 @@ enum class Saved {
     Untold,  // it answers the same whatever became of it
     No,
     Yes,
+    OrMarked,  // it is on the disk or the folder is marked, also where memory has run out
+    Nothing,   // no part of it is in the index
 };
 
 // What a run of a scenario gave: the results of its calls, joined by blanks.
@@ -49,8 +51,10 @@ struct Scenario {
     bool branding = false;
     // Whether the index is damaged to begin with, and no backup tells the flags.
     bool beginsTorn = false;
-    // Whether it counts by loading the index that it has just saved. Kept: the saved change stands when that load fails.
-    bool countsByALoad = false;
+    // The words of the cached counts that follow the listing behind a change that moves them alone; none: all, by a full count.
+    std::vector<uint32_t> movedCounts = {};
+    // Whether it keeps the cached counts of a folder that it does not load.
+    bool countsUnderBlock = false;
     // Of a hundred places at which memory runs out for good, how many may leave a due scan without its flag.
     uint32_t unmarkedPercent = 0;
     // How often the scenario lists the messages itself, which is no scan.

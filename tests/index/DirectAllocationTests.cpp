@@ -47,6 +47,29 @@ protected:
         ADD_FAILURE() << "no end of allocations";
         return kMost;
     }
+
+    // An answer of 0 says that the index has nothing of the call, so whoever asks again does not get the message twice.
+    void InsertAgainAfterEach(FaultSpan span)
+    {
+        const uint32_t failures = FailEach(
+            span, [] { return InsertEx("3.MAI", "SIZE=4096"); },
+            [&](uint64_t result) {
+                const std::string element = "ID=\"3.MAI\"";
+                const size_t first = IndexBytes().find(element);
+                if (result == 0) {
+                    EXPECT_EQ(first, std::string::npos) << NameOf(span);
+                    EXPECT_EQ(Insert("3.MAI"), 1u) << NameOf(span);
+                } else if (first == std::string::npos) {
+                    EXPECT_TRUE(IsMarked()) << NameOf(span);
+                }
+                const std::string again = IndexBytes();
+                const size_t found = again.find(element);
+                if (found != std::string::npos) {
+                    EXPECT_EQ(again.find(element, found + 1), std::string::npos) << NameOf(span);
+                }
+            });
+        EXPECT_GT(failures, 10u);
+    }
 };
 
 TEST_F(DirectAllocation, AnInsertLosesNoMessage)
@@ -71,14 +94,46 @@ TEST_F(DirectAllocation, AnInsertLosesNoMessage)
     }
 }
 
-TEST_F(DirectAllocation, AnUpdateAndARemovalLeaveAFolderThatLoads)
+TEST_F(DirectAllocation, AnInsertThatIsAskedForAgainIsThereOnce)
 {
+    Insert("3.MAI");
+    for (const FaultSpan span : {FaultSpan::Once, FaultSpan::Onwards}) InsertAgainAfterEach(span);
+}
+
+// Nothing, or all of it: an answer of 0 leaves what was there, and an answer of 1 the change or a mark.
+TEST_F(DirectAllocation, AnUpdateAndARemovalAreWholeOrNotThere)
+{
+    const std::vector<std::string> both{"1.MAI", "2.MAI"};
     Update("1.MAI", "+FLAGGED");
     const uint32_t updates = FailEach(
-        FaultSpan::Once, [] { return Update("1.MAI", "+FLAGGED -SEEN"); }, [&](uint64_t) { EXPECT_GE(Ids().size(), 2u); });
+        FaultSpan::Once, [] { return Update("1.MAI", "+FLAGGED -SEEN"); },
+        [&](uint64_t result) {
+            const bool marked = IsMarked();
+            EXPECT_EQ(Ids(), both);
+            EXPECT_EQ(Column("2.MAI", kFlagStatus), "\\RECENT");
+            const std::string flags = Column("1.MAI", kFlagStatus);
+            if (result == 0) {
+                EXPECT_EQ(flags, "\\SEEN");
+            }
+            if (result == 1 && !marked) {
+                EXPECT_EQ(flags, "\\FLAGGED");
+            }
+            EXPECT_TRUE(flags == "\\SEEN" || flags == "\\FLAGGED") << flags;
+        });
     EXPECT_GT(updates, 10u);
     const uint32_t removals = FailEach(
-        FaultSpan::Once, [] { return Remove("2.MAI"); }, [&](uint64_t) { EXPECT_EQ(Ids().front(), "1.MAI"); });
+        FaultSpan::Once, [] { return Remove("2.MAI"); },
+        [&](uint64_t result) {
+            const bool marked = IsMarked();
+            const std::vector<std::string> left = Ids();
+            if (result == 0) {
+                EXPECT_EQ(left, both);
+            }
+            if (result == 1 && !marked) {
+                EXPECT_EQ(left, (std::vector<std::string>{"1.MAI"}));
+            }
+            EXPECT_TRUE(left == both || left == (std::vector<std::string>{"1.MAI"})) << left.size();
+        });
     EXPECT_GT(removals, 10u);
 }
 

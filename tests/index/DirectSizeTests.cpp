@@ -40,6 +40,19 @@ TEST_F(DirectSize, ASizeThatTheMessageGivesCountsToo)
     EXPECT_EQ(ReadFileBytes(folderFile), "11");
 }
 
+// The message is in the folder, and a scan finds it by the mark.
+TEST_F(DirectSize, EntriesInFrontOfAFailureCountWhereNothingIsCommitted)
+{
+    PutTwoItems();
+    WriteFileBytes(mailboxFile, "10");
+    WriteFileBytes(folderFile, "10");
+    PutMail(inbox, "3.MAI");
+    EXPECT_EQ(InsertEx("3.MAI,gone.MAI", "SIZE=4096,SIZE=4096"), 1u);
+    EXPECT_EQ(Ids(), (std::vector<std::string>{"1.MAI", "2.MAI"}));
+    EXPECT_EQ(ReadFileBytes(mailboxFile), "14");
+    EXPECT_EQ(ReadFileBytes(folderFile), "14");
+}
+
 TEST_F(DirectSize, KilobytesAreRoundedToTheNearest)
 {
     EXPECT_EQ(RoundedKilobytes(0), 0);
@@ -48,8 +61,8 @@ TEST_F(DirectSize, KilobytesAreRoundedToTheNearest)
     EXPECT_EQ(RoundedKilobytes(1535), 1);
     EXPECT_EQ(RoundedKilobytes(1536), 2);
     EXPECT_EQ(RoundedKilobytes(INT32_MAX), 2097152);
-    EXPECT_EQ(RoundedKilobytes(-512), 0);
-    EXPECT_EQ(RoundedKilobytes(-513), -1);
+    EXPECT_EQ(RoundedKilobytes(-513), 0);
+    EXPECT_EQ(RoundedKilobytes(INT32_MIN), 0);
 }
 
 TEST_F(DirectSize, AFileThatIsNotThereIsNotMade)

@@ -175,10 +175,13 @@ TEST_F(DirectUpdate, ASaveThatFailsLeavesAMark)
             files.fail = [&](FileOperation operation, std::string_view path) {
                 return operation == FileOperation::Open && path.ends_with("_index.xml") && ++opens > 3 ? uint32_t{5} : 0u;
             };
+            PutCounts({0, 0, 0, 0, 0, 1, 2, 1, 1, 0, 0, 2, 0});
             EXPECT_EQ(removes ? Remove("1.MAI") : Update("1.MAI", "+FLAGGED"), 1u);
         }
         EXPECT_EQ(IndexBytes(), before);
         EXPECT_TRUE(IsMarked());
+        EXPECT_EQ(FolderCounts()[kItemsWord], removes ? 1 : 2) << "the counts are written nonetheless, until a scan counts";
+        EXPECT_EQ(FolderCounts()[kFlaggedWord], removes ? 0 : 1);
         EXPECT_FALSE(FileExists(inbox / "_index.blk"));
         fs::remove(inbox / "_CHANGE.DTY");
     }
@@ -238,6 +241,52 @@ TEST_F(DirectUpdate, TheBlockIsHeldByNameAlone)
     }
     EXPECT_TRUE(deleted);
     EXPECT_EQ(Column("1.MAI", kFlagStatus), "\\SEEN \\FLAGGED");
+}
+
+TEST_F(DirectUpdate, AnInsertionAndARemovalHoldTheBlockByItsHandle)
+{
+    PutMail(inbox, "3.MAI");
+    int attempts = 0;
+    WatchedFiles files;
+    files.fail = [&](FileOperation operation, std::string_view path) {
+        if (operation == FileOperation::Open && path.ends_with("_FOLDER.DAT")) {
+            ++attempts;
+            EXPECT_FALSE(DeleteFileA((inbox / "_index.blk").string().c_str()));
+            EXPECT_TRUE(FileExists(inbox / "_index.blk"));
+        }
+        return 0u;
+    };
+    EXPECT_EQ(Insert("3.MAI"), 1u);
+    EXPECT_EQ(attempts, 2);
+    EXPECT_EQ(Remove("3.MAI"), 1u);
+    EXPECT_EQ(attempts, 5);
+    EXPECT_FALSE(FileExists(inbox / "_index.blk"));
+}
+
+TEST_F(DirectUpdate, ClientsAreToldOfAChangeAndOfARemoval)
+{
+    const NoticeLog::Notice notice{store.MailRoot().string() + "\\po\\MAILROOT\\box", "INBOX", "COMMIT", 255u};
+    const NoticeLog notices;
+    EXPECT_EQ(Update("1.MAI", "+FLAGGED"), 1u);
+    EXPECT_EQ(NoticeLog::Seen(), std::vector{notice});
+    EXPECT_EQ(Remove("1.MAI"), 1u);
+    EXPECT_EQ(NoticeLog::Seen(), (std::vector{notice, notice}));
+}
+
+TEST_F(DirectUpdate, AHostThatHasTheFolderOpenSeesTheChangeAtItsNextOpen)
+{
+    HostRecord record("INBOX");
+    ASSERT_EQ(StoreIndex_Open(&record, 1), 1u);
+    EXPECT_EQ(Update("2.MAI", "+FLAGGED"), 1u);
+    EXPECT_EQ(record.Item("2.MAI")->View(kFlagStatus), "\\RECENT");
+    EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+    EXPECT_EQ(record.Item("2.MAI")->View(kFlagStatus), "\\RECENT \\FLAGGED");
+    Age(inbox / "_index.xml");
+    EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+    EXPECT_EQ(Remove("2.MAI"), 1u);
+    EXPECT_EQ(record.Count(), 2u);
+    EXPECT_EQ(StoreIndex_Open(&record, 1), 1u);
+    EXPECT_EQ(record.Count(), 1u);
 }
 
 TEST_F(DirectRemoval, TheItemLeavesTheIndexAndItsFileStays)

@@ -7,8 +7,10 @@
 #include <memory>
 #include <utility>
 
+#include "index/IndexPersistence.h"
 #include "index/ItemBackend.h"
 #include "index/StoreIndexLife.h"
+#include "index/StoreIndexSteps.h"
 #include "tests/index/LifeFixture.h"
 #include "velmora/vlaisp.h"
 
@@ -251,6 +253,22 @@ TEST_F(Removal, AnIndexThatIsNotLoadedAnswersZero)
 }
 
 // ---- Records ----
+
+TEST_F(Removal, AnIndexThatSomebodyHoldsIsAskedForOnceForTheWholeList)
+{
+    HostRecord barely("INBOX");
+    IndexLoadArguments arguments = LoadArgumentsOf(*barely);
+    ASSERT_TRUE(OpenIndexForLoad(barely->Table, arguments, 1));
+    WatchedFiles files;
+    int attempts = 0;
+    files.fail = [&](platform::FileOperation operation, std::string_view path) {
+        if (operation != platform::FileOperation::Open || !path.ends_with("_index.blk")) return 0u;
+        ++attempts;
+        return uint32_t{80};
+    };
+    EXPECT_EQ(StoreIndex_RemoveItem(&barely, "1.MAI,2.MAI,3.MAI", 0), 0u);
+    EXPECT_EQ(attempts, 1);
+}
 
 class MessageRecord : public Insertion {
 protected:

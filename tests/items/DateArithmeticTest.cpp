@@ -35,6 +35,14 @@ TEST(DayOfWeek, AgreesWithTheSystemOnEveryDayOfFourCenturies)
 
 TEST(DayOfWeek, CountsOnBeyondTheMonth) { EXPECT_EQ(DayOfWeek(1, 32, 2012), DayOfWeek(2, 1, 2012)); }
 
+TEST(DayOfWeek, CountsOnBeyondTheYear)
+{
+    for (const int32_t year : {1999, 2000, 2011, 2012}) {
+        for (int32_t month = -9; month <= 0; ++month) EXPECT_EQ(DayOfWeek(month, 7, year), DayOfWeek(month + 12, 7, year - 1)) << month;
+        for (const int32_t month : {13, 14}) EXPECT_EQ(DayOfWeek(month, 7, year), DayOfWeek(month - 12, 7, year + 1)) << month;
+    }
+}
+
 TEST(DayOfWeek, NumbersFarOffStayInBounds)
 {
     for (const int32_t year : {INT32_MIN, -401, -1, 0, 30828, INT32_MAX}) {
@@ -43,7 +51,10 @@ TEST(DayOfWeek, NumbersFarOffStayInBounds)
             EXPECT_LE(DayOfWeek(12, day, year), 6);
         }
     }
-    for (const int32_t month : {INT32_MIN, 0, 13, INT32_MAX}) EXPECT_EQ(DayOfWeek(month, 1, 2011), 0);
+    for (const int32_t month : {INT32_MIN, -10, 15, INT32_MAX - 12, INT32_MAX}) {
+        EXPECT_GE(DayOfWeek(month, 1, 2011), 0) << month;
+        EXPECT_LE(DayOfWeek(month, 1, 2011), 6) << month;
+    }
 }
 
 TEST(DaysInMonth, AreThoseOfACommonYear)

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "tests/support/Wine.h"
+
 namespace velmora {
 namespace {
 
@@ -55,6 +57,15 @@ TEST(DateForms, IsoTextThatIsNoDateIsRefused)
         EXPECT_FALSE(ParseIsoDateTime(text, fileTime)) << text;
     }
     EXPECT_EQ(fileTime, 7u);
+}
+
+TEST(DateForms, The29thOfFebruaryIsOneOfALeapYear)
+{
+    uint64_t fileTime = 7;
+    EXPECT_TRUE(ParseIsoDateTime("2012-02-29T10:30:59", fileTime));
+    EXPECT_EQ(TextOf(fileTime), "2012-02-29T10:30:59");
+    if (test::RunsUnderWine()) GTEST_SKIP() << "Wine gives every February 29 days";
+    EXPECT_FALSE(ParseIsoDateTime("2011-02-29T10:30:59", fileTime));
 }
 
 TEST(DateForms, IsoTextIsReadByPositionAlone)

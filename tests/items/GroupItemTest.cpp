@@ -86,6 +86,8 @@ protected:
         InsertionHeader header;
         return InsertItemFromFile(index_, name, 1, false, header);
     }
+    // What a save does behind itself.
+    void Save() { RunStepsAfterSave(index_.Table); }
     std::string Name(const char* id)
     {
         std::string text = "(no item)";
@@ -110,6 +112,8 @@ TEST_F(GroupItem, GetsItsNameAndItsFileKeepsTheRest)
 {
     EXPECT_EQ(Insert("a.GRP"), 1u);
     EXPECT_EQ(Name("a.GRP"), "Board");
+    EXPECT_EQ(File(), kFile) << "until the index file has the name";
+    Save();
     EXPECT_EQ(File(), kRest);
     EXPECT_EQ(Files(), onlyItself_);
     EXPECT_EQ(index_.InsertItem.Class, kKindGroups);
@@ -121,6 +125,7 @@ TEST_F(GroupItem, ThroughTheExportIsTheSame)
 {
     EXPECT_EQ(StoreIndex_InsertItem(&index_, "a.GRP", 0), 1u);
     EXPECT_EQ(Name("a.GRP"), "Board");
+    Save();
     EXPECT_EQ(File(), kRest);
 }
 
@@ -128,6 +133,7 @@ TEST_F(GroupItem, WithoutANameKeepsItsFile)
 {
     WriteFileBytes(folder_ / "a.GRP", kRest);
     EXPECT_EQ(Insert("a.GRP"), 1u);
+    Save();
     EXPECT_EQ(Name("a.GRP"), "(no column)");
     EXPECT_EQ(File(), kRest);
 }
@@ -135,6 +141,7 @@ TEST_F(GroupItem, WithoutANameKeepsItsFile)
 TEST_F(GroupItem, WithoutAFileIsItsIdAndNoFileIsMade)
 {
     EXPECT_EQ(Insert("gone.GRP"), 1u);
+    Save();
     EXPECT_EQ(Name("gone.GRP"), "(no column)");
     EXPECT_EQ(Files(), onlyItself_);
 }
@@ -142,8 +149,10 @@ TEST_F(GroupItem, WithoutAFileIsItsIdAndNoFileIsMade)
 TEST_F(GroupItem, KeepsItsFileWhenTheIndexDoesNotTakeIt)
 {
     ASSERT_EQ(Insert("a.GRP"), 1u);
+    Save();
     WriteFileBytes(folder_ / "a.GRP", "NAME:Other\r\nc@example.org\r\n");
     EXPECT_EQ(Insert("a.GRP"), 1u);
+    Save();
     EXPECT_EQ(Name("a.GRP"), "Board");
     EXPECT_EQ(File(), "NAME:Other\r\nc@example.org\r\n") << "the name stands nowhere else";
 }
@@ -169,6 +178,7 @@ TEST_F(GroupItem, WhoseFileCannotBeWrittenAnewKeepsItWhole)
         {
             const HookedSeam seam(std::move(hook));
             EXPECT_EQ(Insert("a.GRP"), 1u);
+            Save();
         }
         EXPECT_EQ(Name("a.GRP"), "Board");
         EXPECT_EQ(File(), kFile);
@@ -189,8 +199,37 @@ TEST_F(GroupItem, InAnotherDirectoryIsNotTouched)
     const auto sent = store_.MakeFolder("Sent");
     WriteFileBytes(sent / "b.GRP", kFile);
     EXPECT_EQ(Insert("../Sent/b.GRP"), 1u);
+    Save();
     EXPECT_EQ(ReadFileBytes(sent / "b.GRP"), kFile);
     EXPECT_EQ(Name("../Sent/b.GRP"), "(no column)");
+}
+
+TEST_F(GroupItem, WithANameThatTheFolderItselfUsesIsNotTouched)
+{
+    for (const char* const name : {"_index.xml", "_groups.xml", ".GRP"}) {
+        WriteFileBytes(folder_ / name, kFile);
+        EXPECT_EQ(Insert(name), 1u);
+        Save();
+        EXPECT_EQ(File(name), kFile) << name;
+        EXPECT_EQ(Name(name), "(no column)") << name;
+    }
+}
+
+TEST_F(GroupItem, OfADirectoryIsNone)
+{
+    std::filesystem::create_directory(folder_ / "d.GRP");
+    EXPECT_EQ(Insert("d.GRP"), 0u);
+    EXPECT_EQ(ItemCountOf(index_.Table), 0u);
+}
+
+TEST_F(GroupItem, ThatIsRenamedInFrontOfTheSaveTakesItsNameAlong)
+{
+    ASSERT_EQ(Insert("a.GRP"), 1u);
+    ASSERT_TRUE(RenameItem(index_.Table, *FindLoadedItem(index_.Table, "a.GRP"), "z.GRP"));
+    std::filesystem::rename(folder_ / "a.GRP", folder_ / "z.GRP");
+    Save();
+    EXPECT_EQ(Name("z.GRP"), "Board");
+    EXPECT_EQ(Files(), (std::vector<std::string>{"z.GRP"})) << "nothing is made under the old name";
 }
 
 }  // namespace

@@ -149,7 +149,7 @@ TEST_F(MessageDate, TheMomentMayNotLieBehindTheYear3000)
 {
     if (test::RunsUnderWine()) GTEST_SKIP() << "Wine's calendar goes on behind the year 3000";
     UseZone("UTC0");
-    EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 -0100"), "untouched");
+    EXPECT_EQ(Parsed("31 Dec 3000 23:59:59 -500000"), "untouched");
 }
 
 TEST_F(MessageDate, ABlankAtTheEndIsAnEmptyZone)

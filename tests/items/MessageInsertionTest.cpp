@@ -107,7 +107,7 @@ TEST_F(MessageInsertion, WithASizeBehindAFlagHasTheSizeOfItsFile)
     EXPECT_EQ(Column("1.MAI", "FLAGSTATUS"), "\\SEEN SIZE=123 \\RECENT");
 }
 
-TEST_F(MessageInsertion, TakesTheSizeOfItsDelivererInPlaceOfALookAtTheFile)
+TEST_F(MessageInsertion, TakesTheSizeOfItsDelivererInPlaceOfTheFilesOwn)
 {
     Put("1.MAI");
     header_.TempFlags = "SIZE=77";
@@ -139,12 +139,10 @@ TEST_F(MessageInsertion, HandsReadAndItsFlagsOnToTheNextEntryAndNothingElse)
 {
     Put("1.MAI", "To: t\r\nSubject: first\r\nX-Priority: 1\r\nX-VLTempFlags: \\FLAGGED\r\nX-Read: 1\r\n");
     Put("2.MAI", "From: second\r\n");
-    header_.FolderUid = 5;
     ASSERT_EQ(Insert("1.MAI"), 1u);
     EXPECT_EQ(header_.Read, 1);
     EXPECT_EQ(header_.TempFlags, "\\FLAGGED \\SEEN");
     ASSERT_EQ(Insert("2.MAI"), 1u);
-    EXPECT_EQ(header_.FolderUid, 5u);
     EXPECT_EQ(Column("2.MAI", "SUBJECT"), "");
     EXPECT_EQ(Column("2.MAI", "TO"), "");
     EXPECT_EQ(Column("2.MAI", "IMPORTANCE"), "3");
@@ -161,7 +159,6 @@ TEST_F(MessageInsertion, GetsTheNextUidOfTheFolderWhateverItsFileSays)
     Put("1.MAI", branded);
     const std::string before = ReadFileBytes(folder_ / "1.MAI");
     index_.Table.LastUID = 40;
-    header_.FolderUid = folderUid;
     ASSERT_EQ(Insert("1.MAI", true), 1u);
     EXPECT_EQ(Column("1.MAI", "UID"), "41");
     EXPECT_EQ(index_.LoadedLastUID, 41u);
@@ -223,6 +220,15 @@ TEST_F(MessageInsertion, WithANameThatAnItemCannotHaveIsRefused)
     EXPECT_EQ(ItemCountOf(index_.Table), 0u);
     EXPECT_EQ(Insert(longest), 1u);
     EXPECT_EQ(Column(longest, "ID"), longest);
+}
+
+TEST_F(MessageInsertion, WithANameThatTheFolderItselfUsesIsRefused)
+{
+    for (const char* const name : {"_index.xml", "_FOLDER.DAT", "_1.MAI", ".1.MAI"}) {
+        Put(name);
+        EXPECT_EQ(Insert(name), 0u) << name;
+    }
+    EXPECT_EQ(ItemCountOf(index_.Table), 0u);
 }
 
 TEST_F(MessageInsertion, ThatLiesInAnotherDirectoryIsRefused)

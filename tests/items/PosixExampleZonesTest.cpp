@@ -56,8 +56,10 @@ TEST_F(PosixExampleZones, AreADozenAtLeastAndAllCanBeLoaded)
 
 TEST_F(PosixExampleZones, HaveTheRulesOfTheSystemsZoneData)
 {
+    int compared = 0;
     for (const ExampleZone& zone : ExampleZones(kZonesKey)) {
-        if (!FileExists("/usr/share/zoneinfo/" + zone.systemName)) GTEST_SKIP() << "no zone data here";
+        if (!FileExists("/usr/share/zoneinfo/" + zone.systemName)) continue;
+        ++compared;
         TimeZoneRecord record;
         ASSERT_TRUE(LoadRegistryTimeZone(zone.name.c_str(), record)) << zone.name;
         UseZone(zone.systemName.c_str());
@@ -69,6 +71,7 @@ TEST_F(PosixExampleZones, HaveTheRulesOfTheSystemsZoneData)
         ExpectSameRule(record.StandardDate, system.StandardDate, zone.name);
         ExpectSameRule(record.DaylightDate, system.DaylightDate, zone.name);
     }
+    if (compared == 0) GTEST_SKIP() << "no zone data here";
 }
 
 }  // namespace

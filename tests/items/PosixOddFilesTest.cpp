@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "common/Text.h"
+#include "index/ItemInsertion.h"
 #include "items/MessageBranding.h"
 #include "tests/items/MailScanFixture.h"
 #include "tests/support/Captured.h"
+#include "velmora/index.h"
 
 namespace velmora::test {
 namespace {
@@ -44,6 +47,20 @@ TEST_F(MailScan, TheFolderIdOfALongPathIsThatOfItsFirst1023Bytes)
     path += std::string(40, 'x');  // names nothing
     EXPECT_EQ(GetFolderUniqueId(path), GetFolderUniqueId(Path()));
     EXPECT_NE(GetFolderUniqueId(path), 0u);
+}
+
+TEST_F(MailScan, ADeviceIsNoGroup)
+{
+    std::filesystem::create_symlink("/dev/zero", folder_ / "a.GRP");
+    STOREINDEXTYPE index;
+    StoreIndex_Init(&index);
+    index.IndexKind = kKindGroups;
+    index.Table.LoadLevel = 3;
+    CopyBounded(index.InsertItem.FolderPath, folder_.string());
+    InsertionHeader header;
+    EXPECT_EQ(InsertItemFromFile(index, "a.GRP", 1, false, header), 0u);
+    EXPECT_EQ(ItemCountOf(index.Table), 0u);
+    StoreIndex_Release(&index);
 }
 
 TEST_F(BrandedScan, DevicesAndPipesAreNeitherIndexedNorCopied)

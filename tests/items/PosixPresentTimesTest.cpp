@@ -5,9 +5,11 @@
 #include <ctime>
 #include <string>
 
+#include "items/DateForms.h"
 #include "items/HeaderTimes.h"
 #include "items/MessageDate.h"
 #include "items/PresentTime.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/TimeZone.h"
 
 namespace velmora {
@@ -65,6 +67,27 @@ TEST_F(PosixPresentTimes, TheDateOfAMessageHasTheZone)
     EXPECT_EQ(FormatRfc822Now().substr(FormatRfc822Now().size() - 6), " +0530");
     UseZone(SummerToday("EST5EDT").c_str());
     EXPECT_EQ(FormatRfc822Now().substr(FormatRfc822Now().size() - 6), " -0400");
+}
+
+TEST_F(PosixPresentTimes, TheDateOfAMessageIsThatOfTheClock)
+{
+    test::FakeClock clock;
+    const auto dateAt = [&clock](const char* zone, int64_t seconds) {
+        UseZone(zone);
+        clock.SetNow(UnixTimeToFileTime(seconds));
+        return FormatRfc822Now();
+    };
+    constexpr char kEastern[] = "EST5EDT,M3.2.0,M11.1.0";
+    EXPECT_EQ(dateAt("UTC0", 1297072800), "Mon, 7 Feb 2011 10:00:00 +0000");
+    EXPECT_EQ(dateAt(kEastern, 1297072800), "Mon, 7 Feb 2011 05:00:00 -0500");
+    EXPECT_EQ(dateAt(kEastern, 1310032800), "Thu, 7 Jul 2011 06:00:00 -0400");
+    EXPECT_EQ(dateAt("AMT0:45", 1297072800), "Mon, 7 Feb 2011 09:15:00 -0045");
+    EXPECT_EQ(dateAt("IST-5:30", 1325375999), "Sun, 1 Jan 2012 05:29:59 +0530");
+    // The clocks go forward on 13 March 2011 at seven hours UTC, and back on 6 November at six.
+    EXPECT_EQ(dateAt(kEastern, 1299999599), "Sun, 13 Mar 2011 01:59:59 -0500");
+    EXPECT_EQ(dateAt(kEastern, 1299999600), "Sun, 13 Mar 2011 03:00:00 -0400");
+    EXPECT_EQ(dateAt(kEastern, 1320559199), "Sun, 6 Nov 2011 01:59:59 -0400");
+    EXPECT_EQ(dateAt(kEastern, 1320559200), "Sun, 6 Nov 2011 01:00:00 -0500");
 }
 
 TEST_F(PosixPresentTimes, TheDateOfAMessageIsTheSameMomentInEveryZone)

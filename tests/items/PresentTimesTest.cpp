@@ -9,6 +9,7 @@
 #include "items/PresentTime.h"
 #include "platform/Clock.h"
 #include "tests/support/FakeClock.h"
+#include "tests/support/TimeZone.h"
 
 namespace velmora {
 namespace {
@@ -23,8 +24,30 @@ std::string IsoOf(uint64_t fileTime)
     return text;
 }
 
+std::string DateOf(WORD day, int32_t zone)
+{
+    SYSTEMTIME local = {};
+    local.wYear = 2011;
+    local.wMonth = 2;
+    local.wDay = day;
+    local.wHour = 9;
+    local.wMinute = 5;
+    return FormatRfc822(local, zone);
+}
+
+TEST(PresentTime, TheDateOfAMessageHasASignAndFourDigitsOfZone)
+{
+    EXPECT_EQ(DateOf(7, 1000), "Mon, 7 Feb 2011 09:05:00 +1000");
+    EXPECT_EQ(DateOf(7, 530), "Mon, 7 Feb 2011 09:05:00 +0530");
+    EXPECT_EQ(DateOf(7, 0), "Mon, 7 Feb 2011 09:05:00 +0000");
+    EXPECT_EQ(DateOf(7, -45), "Mon, 7 Feb 2011 09:05:00 -0045");
+    EXPECT_EQ(DateOf(7, -500), "Mon, 7 Feb 2011 09:05:00 -0500");
+    EXPECT_EQ(DateOf(17, -1100), "Thu, 17 Feb 2011 09:05:00 -1100");
+}
+
 TEST(PresentTime, TheDateOfAMessageIsOneThatCanBeReadBack)
 {
+    test::UseZone("UTC0");
     const uint64_t before = platform::NowFileTime();
     const std::string now = FormatRfc822Now();
     const uint64_t after = platform::NowFileTime();
@@ -32,6 +55,7 @@ TEST(PresentTime, TheDateOfAMessageIsOneThatCanBeReadBack)
     ASSERT_TRUE(ParseMessageDate(now, moment, sizeof moment)) << now;
     EXPECT_GE(moment, IsoOf(before)) << now;
     EXPECT_LE(moment, IsoOf(after)) << now;
+    test::UseZone(nullptr);
 }
 
 TEST(PresentTime, TheDateOfAMessageHasItsDayName)
@@ -49,9 +73,11 @@ TEST(PresentTime, TheDateOfAMessageHasItsDayName)
 
 TEST(PresentTime, TheZoneIsThatOfTheDateOfAMessage)
 {
+    test::UseZone("UTC0");
     const int32_t zone = CurrentZoneMinutes();
     const std::string now = FormatRfc822Now();
     EXPECT_EQ(std::stoi(now.substr(now.size() - 5)), zone) << now;
+    test::UseZone(nullptr);
 }
 
 TEST(PresentTime, AgesCountMinutes)

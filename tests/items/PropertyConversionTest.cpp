@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -259,10 +260,16 @@ TEST(PropertyConversion, TextToAnAmountIsReadAsAtofDoes)
     EXPECT_EQ(amount("\t\r\n\v\f +1.5e2%"), 150.0);
     EXPECT_EQ(amount("-.5"), -0.5);
     EXPECT_EQ(amount("7."), 7.0);
-    // A comma is no point, whatever the host's language is.
+    // A comma is no point; CommaLocaleTest.cpp asks under a host's language that has one.
     EXPECT_EQ(amount("0,5"), 0.0);
-    for (const char* text : {"", "none", "--5", "+-5", "-+5", ".", "e5"}) EXPECT_EQ(amount(text), 0.0) << text;
-    EXPECT_TRUE(std::signbit(amount("-0")));
+    for (const char* text : {"", "none", "-", "-none", "--5", "+-5", "-+5", "++5", ".", "-.", "e5"}) {
+        EXPECT_EQ(amount(text), 0.0) << text;
+        EXPECT_FALSE(std::signbit(amount(text))) << text;
+    }
+    for (const char* text : {"-0", "-0.0", "-0x", "-0xg", "-1e-999"}) {
+        EXPECT_EQ(amount(text), 0.0) << text;
+        EXPECT_TRUE(std::signbit(amount(text))) << text;
+    }
     EXPECT_EQ(amount("1e999"), HUGE_VAL);
     EXPECT_EQ(amount("-1e999"), -HUGE_VAL);
     EXPECT_EQ(amount((std::string(400, '9') + "x").c_str()), HUGE_VAL);
@@ -270,6 +277,50 @@ TEST(PropertyConversion, TextToAnAmountIsReadAsAtofDoes)
     EXPECT_EQ(amount("1e-999"), 0.0);
     EXPECT_EQ(amount(("0." + std::string(400, '0') + "1").c_str()), 0.0);
     EXPECT_EQ(amount(("1" + std::string(400, '0') + "e-900").c_str()), 0.0);
+    // What stands behind the number says nothing about it.
+    EXPECT_EQ(amount((std::string(400, '9') + "e -900").c_str()), HUGE_VAL);
+    EXPECT_EQ(amount((std::string(400, '9') + "e").c_str()), HUGE_VAL);
+    EXPECT_EQ(amount(("0." + std::string(400, '0') + "1e 900").c_str()), 0.0);
+}
+
+TEST(PropertyConversion, TextToAnAmountKnowsHexadecimalNumbers)
+{
+    const auto amount = [](const std::string& text) {
+        double value = -99;
+        std::memcpy(&value, Convert(1, 9, Text(text), sizeof value).bytes.data(), sizeof value);
+        return value;
+    };
+    EXPECT_EQ(amount("0x10"), 16.0);
+    EXPECT_EQ(amount(" -0X1.8P1x"), -3.0);
+    EXPECT_EQ(amount("+0x1p3"), 8.0);
+    EXPECT_EQ(amount("0xfF"), 255.0);
+    EXPECT_EQ(amount("0x.8"), 0.5);
+    EXPECT_EQ(amount("0x1p-1074"), std::numeric_limits<double>::denorm_min());
+    // Without a digit the number is the "0", and without one behind the mark it has no exponent.
+    for (const char* text : {"0x", "0xg", "0x.", "0x.g", "0x-1", "0x 1", "00x1"}) EXPECT_EQ(amount(text), 0.0) << text;
+    EXPECT_EQ(amount("0x3p"), 3.0);
+    EXPECT_EQ(amount("0x1p99999"), HUGE_VAL);
+    EXPECT_EQ(amount("-0x1p1024"), -HUGE_VAL);
+    EXPECT_EQ(amount("0x1p-99999"), 0.0);
+    EXPECT_EQ(amount("0x" + std::string(400, 'f')), HUGE_VAL);
+    EXPECT_EQ(amount("0x" + std::string(400, 'f') + "p-9999"), 0.0);
+    EXPECT_EQ(amount("0x." + std::string(400, '0') + "1"), 0.0);
+    EXPECT_EQ(amount("0x." + std::string(400, '0') + "1p9999"), HUGE_VAL);
+}
+
+TEST(PropertyConversion, AnAmountThatIsNoNumberIsWrittenAndReadByItsName)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+    const auto text = [](double value) { return std::string(Convert(9, 1, Bytes(value), 1024).bytes.c_str()); };
+    EXPECT_EQ(text(kInfinity), "       inf");
+    EXPECT_EQ(text(-kInfinity), "      -inf");
+    EXPECT_EQ(text(kNoNumber), "       nan");
+    EXPECT_EQ(Convert(1, 9, Text("       inf"), 8).bytes, Bytes(kInfinity));
+    EXPECT_EQ(Convert(1, 9, Text("-INFINITY"), 8).bytes, Bytes(-kInfinity));
+    double value = 0;
+    std::memcpy(&value, Convert(1, 9, Text("       nan"), sizeof value).bytes.data(), sizeof value);
+    EXPECT_TRUE(std::isnan(value));
 }
 
 TEST(PropertyConversion, AnAmountHasTwoPlacesAndTenBytesAtLeast)

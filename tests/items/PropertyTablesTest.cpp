@@ -3,10 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <span>
 #include <string>
 
 #include "common/Text.h"
+#include "index/IndexPropertyTable.h"
 #include "items/CalendarProperties.h"
 #include "items/CommonProperties.h"
 #include "items/ContactProperties.h"
@@ -287,6 +290,28 @@ TEST(ItemTable, ATableOfNamesThatDifferInCaseAloneIsNoticed)
     using Names = std::array<NamedBinding, 2>;
     EXPECT_TRUE(BindingTable<2>(Names{{{"ab", {"A"}}, {"ac", {"B"}}}}).NamesAreUnique());
     EXPECT_FALSE(BindingTable<2>(Names{{{"ab", {"A"}}, {"aB", {"B"}}}}).NamesAreUnique());
+}
+
+// ---- Columns ----
+
+// Fills the process's table of names, so it runs in one of its own.
+[[noreturn]] void FillTheNamesAndAskForEveryColumn()
+{
+    for (int i = 0; i < 1100; ++i) IndexPropertyTable::LookUp("FOREIGN_" + std::to_string(i));
+    bool good = IndexPropertyTable::LookUp("FOREIGN_BEYOND").Slot == -1;
+    for (const Kind& kind : kKinds) {
+        for (const Row& row : kind.rows) {
+            if (row.column[0] == '!' || IndexPropertyTable::LookUp(row.column).Slot >= 0) continue;
+            std::fprintf(stderr, "%s has no place\n", row.column);
+            good = false;
+        }
+    }
+    std::_Exit(good ? 0 : 1);
+}
+
+TEST(PropertyColumnsDeathTest, EveryColumnHasAPlaceInAFullTableOfNames)
+{
+    EXPECT_EXIT(FillTheNamesAndAskForEveryColumn(), testing::ExitedWithCode(0), "");
 }
 
 // ---- The type of a name, with no folder ----

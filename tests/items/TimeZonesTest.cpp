@@ -157,6 +157,14 @@ TEST_F(Zones, TheOtherGetServesAModuleWithoutIt)
     EXPECT_STREQ(ZoneOf("own").Name, "India Standard Time");
 }
 
+TEST_F(Zones, ADirectoryThatEndsInABackslashHasItsModulesInOneBelowIt)
+{
+    UseModules("below\\");
+    EXPECT_STREQ(ZoneOf("own").Name, "India Standard Time");
+    UseModules("plain\\");
+    EXPECT_TRUE(IsEmpty(ZoneOf("own", false))) << "there is no \"64\" in it";
+}
+
 TEST_F(Zones, WithoutOptionModuleOrKnownNameTheZoneIsEmpty)
 {
     EXPECT_TRUE(IsEmpty(ZoneOf("berlin", false))) << "no module";

@@ -61,6 +61,7 @@ TEST(DateText, ARunsLengthSaysHowItIsWritten)
 {
     EXPECT_EQ(DateBy("d dd M MM yy yyyy", Parts(2007, 2, 7)), "7 07 2 02 07 2007");
     EXPECT_EQ(DateBy("d dd M MM yy", Parts(2011, 12, 31)), "31 31 12 12 11");
+    EXPECT_EQ(DateBy("y, yyy", Parts(2007, 2, 7)), "07, 2007");
     EXPECT_EQ(TimeBy("H HH h hh m mm s ss", Parts(2011, 1, 1, 13, 5, 9)), "13 13 1 01 5 05 9 09");
     EXPECT_EQ(TimeBy("h t, tt", Parts(2011, 1, 1, 0, 5)), "12 A, AM");
     EXPECT_EQ(TimeBy("h tt", Parts(2011, 1, 1, 12)), "12 PM");

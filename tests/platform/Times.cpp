@@ -4,6 +4,7 @@
 
 #include "platform/Clock.h"
 #include "tests/platform/PlatformTest.h"
+#include "tests/support/TimeZone.h"
 #include "tests/support/Wine.h"
 
 namespace velmora::test {
@@ -202,13 +203,36 @@ TEST(CalendarTime, ItReachesFrom1970To3000)
     struct tm last = Calendar(3000, 12, 30);
     EXPECT_GT(_mktime64(&last), 0);
     struct tm parts = {};
-    for (__time64_t moment : {INT64_C(-1), INT64_C(-86'400), INT64_C(40'000'000'000)}) {
+    // Systems differ in whether the calendar has some hours before 1970 and behind the year 3000.
+    for (__time64_t moment : {INT64_C(-86'400), INT64_C(-864'000), INT64_C(32'550'000'000), INT64_C(40'000'000'000)}) {
         EXPECT_EQ(_gmtime64_s(&parts, &moment), EINVAL) << moment;
         EXPECT_EQ(parts.tm_year, -1);
         EXPECT_EQ(parts.tm_hour, -1);
     }
     const __time64_t far = 40'000'000'000;
     EXPECT_EQ(_localtime64_s(&parts, &far), EINVAL);
+}
+
+TEST(CalendarTime, ASummerDateIsReadByStandardOrDaylightTimeAsItSays)
+{
+    UseZone("EST5EDT");
+    // 7 July 2011, 10:00.
+    struct tm standard = Calendar(2011, 7, 7, 10);
+    standard.tm_isdst = 0;
+    EXPECT_EQ(_mktime64(&standard), 1310050800) << "15:00 UTC";
+    EXPECT_EQ(standard.tm_hour, 11);
+    EXPECT_EQ(standard.tm_isdst, 1);
+    struct tm daylight = Calendar(2011, 7, 7, 10);
+    daylight.tm_isdst = 1;
+    EXPECT_EQ(_mktime64(&daylight), 1310047200) << "14:00 UTC";
+    EXPECT_EQ(daylight.tm_hour, 10);
+    EXPECT_EQ(daylight.tm_isdst, 1);
+    struct tm winter = Calendar(2011, 2, 7, 10);
+    winter.tm_isdst = 0;
+    EXPECT_EQ(_mktime64(&winter), 1297090800) << "15:00 UTC";
+    EXPECT_EQ(winter.tm_hour, 10);
+    EXPECT_EQ(winter.tm_isdst, 0);
+    UseZone(nullptr);
 }
 
 TEST(CalendarTime, PartsOutOfTheirRangeAreCarried)

@@ -200,13 +200,6 @@ TEST_F(ItemApi, AnUnknownNameInAMailFolderIsSilentlyNotStored)
     EXPECT_EQ(Changed(), 0u);
 }
 
-TEST_F(ItemApi, ANullValueIsNotStoredAndAnswersOne)
-{
-    OpenInbox();
-    EXPECT_EQ(StoreItem_SetProperty("1.MAI", "PR_SUBJECT", nullptr), 1u);
-    EXPECT_EQ(Changed(), 0u);
-}
-
 TEST_F(ItemApi, FlagsThatAHostWritesLeaveTheReadMarkAlone)
 {
     OpenInbox();

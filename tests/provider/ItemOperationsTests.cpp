@@ -192,6 +192,28 @@ TEST_F(ItemOperations, AnUnknownClassAnswersAGetWithZero)
     EXPECT_EQ(size, 0u);
 }
 
+TEST_F(ItemOperations, EveryKindWithPropertiesAsksTheContextForTheRest)
+{
+    CopyBounded(handle.Folder, "Inbox");
+    ASSERT_TRUE(SelectItem(handle, index, "a"));
+    for (const uint32_t kind : {kKindMail, kKindContacts, kKindCalendar, kKindTasks, kKindFiles}) {
+        handle.Class = kind;
+        void* value = nullptr;
+        uint64_t size = 0;
+        ASSERT_EQ(StoreIndex_GetItemPropertyItem(&handle, "vl_folder", &value, &size), 2u) << kind;
+        EXPECT_STREQ(static_cast<const char*>(value), "Inbox") << kind;
+        std::free(value);
+    }
+    for (const uint32_t kind : {kKindCalendarDocument, kKindGroups, 6u, kUnknownItemClass}) {
+        handle.Class = kind;
+        void* value = this;
+        uint64_t size = 7;
+        EXPECT_EQ(StoreIndex_GetItemPropertyItem(&handle, "VL_FOLDER", &value, &size), 0u) << kind;
+        EXPECT_EQ(value, nullptr) << kind;
+        EXPECT_EQ(size, 0u) << kind;
+    }
+}
+
 TEST_F(ItemOperations, AHostWithNoPlaceForTheAnswerGetsItsStatus)
 {
     CopyBounded(handle.Folder, "Inbox");
@@ -380,7 +402,8 @@ TEST_F(ItemOperations, TheUidOfAnItemCannotBeWrittenOver)
 TEST_F(ItemOperations, AColumnThatAnIndexFileCannotCarryIsRefused)
 {
     const std::string tooLong(1001, 'X');
-    for (const char* const name : {"", "@", "A>B", "<A", "A B", "A/", "!CLASS", "?x", "A\r\n", "A\"", "A=1", "&amp;", tooLong.c_str()})
+    for (const char* const name : {"", "@", "A>B", "<A", "A B", "A/", "!CLASS", "?x", "A\r\n", "A\"", "&amp;", "ELEMENT", "ELEMENTS",
+                                   "BASEELEMENT", tooLong.c_str()})
         EXPECT_EQ(WriteColumnValue(&index, handle, "a", name, "v"), 0u) << name;
     EXPECT_EQ(WriteColumnValue(&index, handle, "a", nullptr, "v"), 0u);
     EXPECT_EQ(index.Changed, 0u);

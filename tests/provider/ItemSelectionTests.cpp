@@ -180,6 +180,41 @@ TEST_F(ItemSelection, AnIdThatLeadsElsewhereDeletesNoFile)
     }
 }
 
+TEST_F(ItemSelection, AnIdThatIsAFileOfTheFolderItselfDeletesNoFile)
+{
+    OpenInbox();
+    for (const char* const id : {"_index.xml", "_FOLDER.DAT", "_index.blk", "_CHANGE.DTY", ".hidden"}) {
+        WriteFileBytes(inbox / id, FileExists(inbox / id) ? ReadFileBytes(inbox / id) : "x");
+        ASSERT_EQ(StoreFolder_CreateItem(id), 1u) << id;
+        EXPECT_EQ(StoreFolder_DeleteItem(id), 1u) << id;
+        EXPECT_TRUE(FileExists(inbox / id)) << id;
+        EXPECT_EQ(StoreFolder_SelectItem(id), 0u) << "the item is gone";
+    }
+    fs::remove(inbox / "_index.blk");
+}
+
+// Systems take each of these for 1.MAI, some of them here and the others there.
+TEST_F(ItemSelection, AnIdThatIsAnotherSpellingOfAFileDeletesNoFile)
+{
+    OpenInbox();
+    for (const char* const id : {"1.mai", "1.MAI.", "1.MAI ", "1.MAI::$DATA", "?.MAI"}) {
+        ASSERT_EQ(StoreFolder_CreateItem(id), 1u) << id;
+        EXPECT_EQ(StoreFolder_DeleteItem(id), 1u) << id;
+        EXPECT_TRUE(FileExists(inbox / "1.MAI")) << id;
+        EXPECT_EQ(StoreFolder_SelectItem(id), 0u) << "the item is gone";
+    }
+    EXPECT_EQ(Walk(), (Ids{"1.MAI", "2.MAI", "3.MAI"}));
+}
+
+TEST_F(ItemSelection, ADirectoryOfThatNameIsNotDeleted)
+{
+    OpenInbox();
+    fs::create_directory(inbox / "d.MAI");
+    ASSERT_EQ(StoreFolder_CreateItem("d.MAI"), 1u);
+    EXPECT_EQ(StoreFolder_DeleteItem("d.MAI"), 1u);
+    EXPECT_TRUE(FileExists(inbox / "d.MAI"));
+}
+
 TEST_F(ItemSelection, AnIdThatLooksLikeAListDeletesItselfAlone)
 {
     OpenInbox();
@@ -197,6 +232,26 @@ TEST_F(ItemSelection, ADeletedItemIsStillWalked)
     ASSERT_EQ(StoreFolder_DeleteItem("2.MAI"), 1u);
     ASSERT_EQ(StoreFolder_FindNextItem(), 1u);
     EXPECT_EQ(Property("PR_SUBJECT"), "two");
+}
+
+TEST_F(ItemSelection, WhatADeletionTakesIsUpToTheKind)
+{
+    struct Case {
+        uint32_t kind;
+        bool takesFile, takesItem;
+    };
+    for (const Case& c : {Case{1, true, true}, Case{2, false, true}, Case{3, false, true}, Case{4, false, false}}) {
+        OpenInbox(c.kind);
+        ASSERT_EQ(CurrentContext()->Index->IndexKind, c.kind);
+        WriteFileBytes(inbox / "a.ITM", "x");
+        ASSERT_EQ(StoreFolder_CreateItem("a.ITM"), 1u) << c.kind;
+        EXPECT_EQ(StoreFolder_DeleteItem("a.ITM"), 1u) << c.kind;
+        EXPECT_EQ(FileExists(inbox / "a.ITM"), !c.takesFile) << c.kind;
+        EXPECT_EQ(CurrentId(), c.takesItem ? "(none)" : "a.ITM") << c.kind;
+        EXPECT_EQ(StoreFolder_SelectItem("a.ITM"), c.takesItem ? 0u : 1u) << c.kind;
+        EXPECT_EQ(Changed(), 1u) << c.kind;
+        StoreFolder_Close();
+    }
 }
 
 TEST_F(ItemSelection, KindsWithoutDeletionKeepItemAndFile)

@@ -2,9 +2,11 @@
 
 #include <array>
 
+#include "common/FileManagement.h"
 #include "common/Text.h"
 #include "frame/Guard.h"
 #include "frame/StorePaths.h"
+#include "index/StoreIndexSteps.h"
 #include "platform/win32.h"
 #include "velmora/status.h"
 
@@ -81,9 +83,17 @@ bool WriteCachedDetails(const std::string& path, uint32_t (&details)[kDetailWord
     const DetailsFile file(path, GENERIC_WRITE, OPEN_ALWAYS);
     if (!file.IsOpen()) return false;
     DWORD done = 0;
-    if (!WriteFile(file.Get(), image.data(), static_cast<DWORD>(image.size()), &done, nullptr) || done != image.size()) return false;
+    if (!WriteFile(file.Get(), image.data(), static_cast<DWORD>(image.size()), &done, nullptr) || done != image.size()) {
+        MarkQuietly(FileManagement::ParentDirectory(path).c_str());
+        return false;
+    }
     LARGE_INTEGER size;
     return !GetFileSizeEx(file.Get(), &size) || size.QuadPart <= int64_t{kFileBytes} || SetEndOfFile(file.Get());
+}
+
+bool ReplaceCachedDetails(const std::string& path, uint32_t (&details)[kDetailWords])
+{
+    return WriteCachedDetails(path, details) || !FileManagement::MayExist(path);
 }
 
 bool ReadCachedDetails(const std::string& path, uint32_t (&details)[kDetailWords])

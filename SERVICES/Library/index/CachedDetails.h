@@ -15,8 +15,11 @@ inline constexpr unsigned kDetailWords = 13;
 inline constexpr char kCachedDetailsFile[] = "_FOLDER.DAT";
 
 void ClampDetails(uint32_t (&details)[kDetailWords]);
-// Clamps in place and writes the file; true when all 52 bytes were written.
+// Clamps in place and writes the file; true when all 52 bytes were written. A write that stops on its way leaves older words
+// beside newer ones: the folder is marked then, and the next scan counts.
 bool WriteCachedDetails(const std::string& path, uint32_t (&details)[kDetailWords]);
+// The same; false only where others may still read what was there before. No file is no wrong count.
+bool ReplaceCachedDetails(const std::string& path, uint32_t (&details)[kDetailWords]);
 // Reads what the file has and clamps in every case; words that the file does not have keep their value. True when
 // anything was read.
 bool ReadCachedDetails(const std::string& path, uint32_t (&details)[kDetailWords]);

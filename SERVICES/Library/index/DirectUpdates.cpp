@@ -3,9 +3,11 @@
 // The record is the call's own and has no Mutex, so the block file is the only lock. Everything that a call writes it
 // writes under the block, the cached counts and the sizes too: otherwise the next holder's counts could be written over by
 // those that this call has read before.
+#include <algorithm>
 #include <string>
 #include <string_view>
 
+#include "common/FileManagement.h"
 #include "common/Text.h"
 #include "frame/Guard.h"
 #include "index/CachedDetails.h"
@@ -34,6 +36,13 @@ constexpr char kSizeForm[] = "SIZE=";
 enum Word : unsigned { kAnswered = 3, kFlagged = 4, kItems = 6, kSeen = 7, kNew = 9, kAdded = 10, kLastUid = 11 };
 
 enum class Holding : uint32_t { ByName = 0, ByHandle = 1 };
+
+// The words are signed, and a file may hold any number: they stop at the last one.
+void AddTo(uint32_t& word, int32_t change)
+{
+    word = static_cast<uint32_t>(
+        static_cast<int32_t>(std::clamp(int64_t{static_cast<int32_t>(word)} + change, int64_t{INT32_MIN}, int64_t{INT32_MAX})));
+}
 
 // The counters that a change of flags moves.
 struct CountedFlag {
@@ -72,16 +81,22 @@ public:
     uint64_t SaveAndClose(bool commit, uint32_t (*details)[kDetailWords], const std::function<void()>& lastStep)
     {
         begun_ = false;  // the end lets the block go, also by an exception
-        return StoreIndex_SaveAndClose(record_, commit, static_cast<uint32_t>(holding_), handle_, details, lastStep);
+        if (!detailsKnown_) MarkDirty();
+        return StoreIndex_SaveAndClose(record_, commit, static_cast<uint32_t>(holding_), handle_, detailsKnown_ ? details : nullptr,
+                                       lastStep);
     }
 
     // Kept: in the record's directory, where they were read. A commit writes them below the mailbox, which is not the same
     // place for a folder that stands elsewhere.
-    void WriteDetails() { WriteCachedDetails(DetailsPath(), details_); }
+    void WriteDetails()
+    {
+        if (detailsKnown_ && !ReplaceCachedDetails(DetailsPath(), details_)) MarkDirty();
+    }
     void AdjustSizes(int64_t kilobytes) const { AdjustDirectorySize(postoffice_, mailbox_, kilobytes, folder_); }
 
     void MarkDirty() noexcept
     {
+        if (!IsFoundByScan(record_.IndexKind)) return;
         // Its place may be what could not be had.
         if (!*record_.Path) StoreIndex_SetPaths(&record_);
         if (*record_.Path) MarkQuietly(record_.Path);
@@ -90,11 +105,17 @@ public:
 private:
     std::string DetailsPath() const { return std::string(record_.Path) + "\\" + kCachedDetailsFile; }
 
-    // Words that no file has start from the items, where all of them are in memory, and else from zero.
+    // Words that no file has start from the items, where all of them are in memory, and else from zero. Nothing starts from a
+    // file that cannot be read now: it stays as it is, or all items are counted, and a scan counts again.
     void ReadDetails()
     {
-        if (record_.Table.LoadLevel == kFullLevel && record_.Table.LoadSelection.empty()) GetFolderDetails(record_.Table, details_);
-        ReadCachedDetails(DetailsPath(), details_);
+        const SORTEDSTOREINDEXTYPE& table = record_.Table;
+        const bool whole = table.LoadLevel == kFullLevel && table.LoadSelection.empty();
+        if (whole) GetFolderDetails(record_.Table, details_);
+        // Doubled elements were counted twice, and this save is the last that knows of them.
+        if (whole && table.Content && table.Content->DoubledIds) return;
+        const std::string path = DetailsPath();
+        detailsKnown_ = ReadCachedDetails(path, details_) || whole || !FileManagement::MayExist(path);
     }
 
     STOREINDEXTYPE record_;
@@ -105,9 +126,17 @@ private:
     void* handle_ = nullptr;
     bool begun_ = false;
     uint32_t details_[kDetailWords] = {};
+    bool detailsKnown_ = true;
 };
 
 // ---- Insert ----
+
+// Whether there can ever be an item of that name: the index can carry it, and its kind has files of such names.
+bool CanBeItem(uint32_t indexKind, std::string_view id)
+{
+    const auto takesName = BackendFor(indexKind).takesName;
+    return IsWritableId(id) && (!takesName || takesName(id));
+}
 
 // One call's entries into an index whose header is loaded, and what they come to.
 class Insertion {
@@ -120,11 +149,13 @@ public:
 
     void Insert(std::string_view id, std::string_view flags)
     {
+        STOREINDEXTYPE& record = folder_.Record();
+        // Such a name undoes nothing, and no mark helps it: it is as if it did not stand in the list.
+        if (!id.empty() && !CanBeItem(record.IndexKind, id)) return;
         header_.TempFlags = flags;
         lastResult_ = 1;
         if (id.empty()) return;
 
-        STOREINDEXTYPE& record = folder_.Record();
         lastResult_ = InsertItemFromFile(record, std::string(id).c_str(), kReadHeaders, !hasFlags_, header_);
         if (lastResult_ == 1)
             kilobytes_ += RoundedKilobytes(header_.Size);
@@ -144,11 +175,12 @@ private:
     void Count()
     {
         uint32_t(&details)[kDetailWords] = folder_.Details();
-        details[kLastUid] = folder_.Record().LoadedLastUID;
-        ++details[kItems];
-        ++details[kNew];
-        ++details[kAdded];
-        if (header_.Read == 1) ++details[kSeen];
+        // The record's own word is that of its last insertion, and 0 while there was none.
+        details[kLastUid] = folder_.Record().Table.LastUID;
+        AddTo(details[kItems], 1);
+        AddTo(details[kNew], 1);
+        AddTo(details[kAdded], 1);
+        if (header_.Read == 1) AddTo(details[kSeen], 1);
     }
 
     DirectFolder& folder_;
@@ -169,17 +201,16 @@ uint64_t InsertEntries(DirectFolder& folder, const char* idList, const char* fla
     ListEntries ids(TextOrEmpty(idList));
     ListEntries flags(TextOrEmpty(flagList));
     while (ids.HasMore()) insertion.Insert(ids.Take(), flags.Take());
-    // Kept: the last entry decides. What came in before it is in the folder's files, and a scan finds it there.
-    return folder.SaveAndClose(insertion.LastSucceeded(), &folder.Details(), [&] {
-        // Not quietly: without memory for the mark the answer must not be 1.
-        if (insertion.AnyFailed()) MarkFolderDirty(folder.Record().Path);
-        folder.AdjustSizes(insertion.Kilobytes());
-    });
+    // Not quietly, and in front of the save: without memory for the mark the answer must not be 1, and nothing in the index.
+    if (insertion.AnyFailed() && IsFoundByScan(folder.Record().IndexKind)) MarkFolderDirty(folder.Record().Path);
+    // Kept: the last entry that can be an item decides. What came in before it is in the folder's files, and a scan finds it there.
+    return folder.SaveAndClose(insertion.LastSucceeded(), &folder.Details(), [&] { folder.AdjustSizes(insertion.Kilobytes()); });
 }
 
 uint64_t InsertDirectly(const char* postoffice, const char* mailbox, const char* folder, const char* idList, const char* flagList)
 {
     DirectFolder direct(postoffice, mailbox, folder, Holding::ByHandle);
+    // Kept: a folder has one file of counts, and its groups are counted there like messages, with a LastUID of their own.
     if (ContainsNoCase(TextOrEmpty(flagList), kGroupsFlag)) direct.Record().IndexKind = kKindGroups;
     try {
         return InsertEntries(direct, idList, flagList);
@@ -208,9 +239,9 @@ void ChangeFlags(IndexItemPropertyContainer& item, const char* change)
 // them can go below zero.
 void CountChange(uint32_t (&details)[kDetailWords], std::string_view change)
 {
-    const bool takesAway = change.find('-') != std::string_view::npos;
+    const int32_t sign = change.find('-') != std::string_view::npos ? -1 : 1;
     for (const CountedFlag& flag : kCountedFlags)
-        if (ContainsNoCase(change, flag.name)) details[flag.word] += takesAway ? UINT32_MAX : 1;
+        if (ContainsNoCase(change, flag.name)) AddTo(details[flag.word], sign);
 }
 
 uint64_t UpdateDirectly(const char* postoffice, const char* mailbox, const char* folder, const char* idList, const char* change)
@@ -241,10 +272,22 @@ uint64_t UpdateDirectly(const char* postoffice, const char* mailbox, const char*
 
 // ---- Remove ----
 
+// The entries of a list, cut as they are taken: what a load chooses must be what is removed then.
+std::string CutList(std::string_view list)
+{
+    std::string cut;
+    for (ListEntries entries(list); entries.HasMore();) {
+        if (!cut.empty()) cut += ',';
+        cut += entries.Take();
+    }
+    return cut;
+}
+
+// Kept: "*" empties the index and lowers no count and no size. These follow the IDs, and there is none of that name.
 uint64_t RemoveDirectly(const char* postoffice, const char* mailbox, const char* folder, const char* idList)
 {
     DirectFolder direct(postoffice, mailbox, folder, Holding::ByHandle);
-    const std::string_view list = CountedPart(TextOrEmpty(idList));
+    const std::string list = CutList(TextOrEmpty(idList));
     Select(direct.Record(), MakeSelectionSet(list), list);
     if (!direct.Begin(kFullLevel)) return 0;
 

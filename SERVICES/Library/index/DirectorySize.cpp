@@ -32,19 +32,21 @@ public:
     bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
     // The number goes over the old one, and the file is cut only where it got shorter: emptied and written again it would
-    // cost forty times as much on some file systems, and every delivery writes two of these. Nothing waits for the disk.
-    void Add(int64_t kilobytes)
+    // cost forty times as much on some file systems, and every delivery writes two of these. Nothing waits for the disk. False
+    // when what stands there now may be no size at all.
+    bool Add(int64_t kilobytes)
     {
         char bytes[kReadBytes];
         DWORD got = 0;
-        if (!ReadFile(handle_, bytes, sizeof bytes, &got, nullptr)) got = 0;
+        if (!ReadFile(handle_, bytes, sizeof bytes, &got, nullptr)) return false;
         const int64_t sum = int64_t{ParseLong({bytes, got})} + kilobytes;
         const std::string text = FormatSigned(std::clamp<int64_t>(sum, 0, INT32_MAX));
         LARGE_INTEGER start;
         start.QuadPart = 0;
         DWORD put = 0;
-        if (!SetFilePointerEx(handle_, start, nullptr, FILE_BEGIN)) return;
-        if (WriteFile(handle_, text.data(), static_cast<DWORD>(text.size()), &put, nullptr) && got > put) SetEndOfFile(handle_);
+        if (!SetFilePointerEx(handle_, start, nullptr, FILE_BEGIN)) return false;
+        if (!WriteFile(handle_, text.data(), static_cast<DWORD>(text.size()), &put, nullptr) || put != text.size()) return false;
+        return got <= put || SetEndOfFile(handle_);
     }
 
 private:
@@ -53,19 +55,22 @@ private:
 
 bool AdjustFile(const std::string& path, int64_t kilobytes)
 {
-    SizeFile file(path);
-    if (!file.IsOpen()) {
-        // What is not there need not be deleted, and to look for it once more costs as much as the delivery's own writes.
-        if (!NamesNothing(GetLastError())) DeleteFileA(path.c_str());
-        return false;
+    {
+        SizeFile file(path);
+        if (!file.IsOpen()) {
+            // What is not there need not be deleted, and to look for it once more costs as much as the delivery's own writes.
+            if (!NamesNothing(GetLastError())) DeleteFileA(path.c_str());
+            return false;
+        }
+        if (file.Add(kilobytes)) return true;
     }
-    file.Add(kilobytes);
+    DeleteFileA(path.c_str());
     return true;
 }
 
 }  // namespace
 
-int64_t RoundedKilobytes(int64_t bytes) { return (bytes + 512) >> 10; }
+int64_t RoundedKilobytes(int64_t bytes) { return bytes > 0 ? (bytes + 512) >> 10 : 0; }
 
 uint64_t AdjustDirectorySize(const char* postoffice, const char* mailbox, int64_t kilobytes, const char* folder)
 {
@@ -76,8 +81,8 @@ uint64_t AdjustDirectorySize(const char* postoffice, const char* mailbox, int64_
     const bool files = ContainsNoCase(name, kFilesName);
     const std::string top = std::string(root) + (files ? "\\FILEROOT\\" : "\\MAILROOT\\") + std::string(TextOrEmpty(mailbox));
     const bool adjusted = AdjustFile(top + "\\" + kDirectorySizeFile, kilobytes);
+    // Kept: an empty name leads to the mailbox's own file once more, and the size counts twice until it is computed anew.
     if (!folder || files) return adjusted ? 1 : 0;
-    // Kept: an empty name leads to the mailbox's own file once more, whose size then counts twice.
     const std::string path = top + (name.starts_with('\\') ? "" : "\\") + std::string(name) + "\\" + kDirectorySizeFile;
     return AdjustFile(path, kilobytes) ? 1 : 0;
 }

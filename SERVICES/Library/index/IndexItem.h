@@ -38,17 +38,17 @@ public:
     IndexItemPropertyContainer(const IndexItemPropertyContainer&) = delete;
     IndexItemPropertyContainer& operator=(const IndexItemPropertyContainer&) = delete;
 
-    bool Has(std::string_view name) const { return Has(IndexPropertyTable::LookUp(name)); }
+    bool Has(std::string_view name) const { return Has(IndexPropertyTable::Find(name)); }
     bool Has(IndexPropertyRef ref) const;
 
     // True when present; an absent property leaves `value` untouched. Integers are given as signed decimal text.
-    bool GetText(std::string_view name, std::string& value) const { return GetText(IndexPropertyTable::LookUp(name), value); }
+    bool GetText(std::string_view name, std::string& value) const { return GetText(IndexPropertyTable::Find(name), value); }
     bool GetText(IndexPropertyRef ref, std::string& value) const;
     // The text where it lies, with no copy; empty when absent or an integer. Valid until the property is set again.
     std::string_view View(IndexPropertyRef ref) const;
-    std::string_view View(std::string_view name) const { return View(IndexPropertyTable::LookUp(name)); }
+    std::string_view View(std::string_view name) const { return View(IndexPropertyTable::Find(name)); }
     // As an integer of 32 bits; text is read as atol does. Absent gives 0.
-    int32_t GetNumber(std::string_view name) const { return GetNumber(IndexPropertyTable::LookUp(name)); }
+    int32_t GetNumber(std::string_view name) const { return GetNumber(IndexPropertyTable::Find(name)); }
     int32_t GetNumber(IndexPropertyRef ref) const;
     // Into a caller's buffer, emptied first; false when absent. Text is cut at the buffer.
     bool GetInto(std::string_view name, char* buffer, size_t size) const;

@@ -21,13 +21,102 @@ size_t HashOf(std::string_view name)
     return static_cast<size_t>(hash ^ (hash >> 29));
 }
 
-// The columns that the library's back-ends keep. They are few, so they need no bound.
+// The columns that the library's back-ends keep: those that the property tables of the kinds name, and those of the index
+// itself. They are few, so they need no bound.
 constexpr std::string_view kOwnColumns[] = {
-    "ATTACHMENTS", "CC",       "CLASS", "FLAGSTATUS", "FROM",  "IDX",     "IMPORTANCE",  "MESSAGEDATE", "MODIFIEDDATE",
-    "NAME",        "RECEIVED", "SEQ",   "SIZE",       "STATE", "SUBJECT", "SENSITIVITY", "TO",          "VL_STATUS",
+    "ACTUALWORK",
+    "ADR_WORK",
+    "AGENT",
+    "ALLDAYEVENT",
+    "APPOINTMENTUID",
+    "ATTACHMENTS",
+    "ATTENDEES",
+    "BDAY",
+    "BILLING",
+    "BODY",
+    "BUSYSTATUS",
+    "CC",
+    "CLASS",
+    "COMPANY",
+    "COMPLETE",
+    "CREATEDDATE",
+    "DUEDATE",
+    "EMAIL_PREF_INTERNET",
+    "FILETYPE",
+    "FINISHTIME",
+    "FLAGSTATUS",
+    "FN",
+    "FROM",
+    "IDX",
+    "IMPORTANCE",
+    "IM_TYPE-AIM",
+    "IM_TYPE-FTMESSAGER",
+    "IM_TYPE-MSMESSENGER",
+    "IM_TYPE-ODIGO",
+    "IM_TYPE-POWWOW",
+    "IM_TYPE-YAHOOMESSENGER",
+    "IM_TYPE=ICQ",
+    "ISRECURRING",
+    "LASTACCESSEDDATE",
+    "LASTMODIFIEDDATE",
+    "LOCATION",
+    "MESSAGEDATE",
+    "MILEAGE",
+    "MODIFIEDDATE",
+    "N",
+    "NAME",
+    "NICKNAME",
+    "NOENDDATE",
+    "NOTE",
+    "OCCURRENCES",
+    "OPTIONALATTENDEES",
+    "ORG",
+    "PATTERNENDDATE",
+    "PATTERNSTARTDATE",
+    "PERCCOMP",
+    "PHOTO",
+    "READ",
+    "RECEIVED",
+    "RECURRENCEDAYOFMONTH",
+    "RECURRENCEDAYOFWEEKMASK",
+    "RECURRENCEINSTANCE",
+    "RECURRENCEINTERVAL",
+    "RECURRENCEMONTHOFYEAR",
+    "RECURRENCESTATE",
+    "RECURRENCETYPE",
+    "REMINDERMINUTESBEFORESTART",
+    "REMINDERSET",
+    "RESOURCES",
+    "REV",
+    "SENDERADDRESS",
+    "SENDERNAME",
+    "SENSITIVITY",
+    "SEQ",
+    "SIZE",
+    "STARTDATE",
+    "STARTIME",
+    "STATE",
+    "STATUS",
+    "SUBJECT",
+    "TEL_CELL_VOICE",
+    "TEL_HOME_VOICE",
+    "TEL_PAGER_VOICE",
+    "TEL_WORK_FAX",
+    "TEL_WORK_VOICE",
+    "TITLE",
+    "TO",
+    "TOTALWORK",
+    "TZSTART",
+    "URL_WORK",
+    "VCALENDAR",
+    "VCARD",
+    "VL_STATUS",
+    "X-EPOCAGENDAENTRYTYPE",
+    "X-EPOCSECONDNAME",
 };
+static_assert(std::is_sorted(std::begin(kOwnColumns), std::end(kOwnColumns)));
 
-bool IsOwnColumn(std::string_view name) { return std::find(std::begin(kOwnColumns), std::end(kOwnColumns), name) != std::end(kOwnColumns); }
+bool IsOwnColumn(std::string_view name) { return std::binary_search(std::begin(kOwnColumns), std::end(kOwnColumns), name); }
 
 // An open hash that only grows: entries are published with a release store and never change, so readers need no lock.
 class Names {
@@ -37,6 +126,12 @@ public:
         Intern("ID", 0);
         Intern("UID", 1);
         Intern("READ", 1);
+    }
+
+    IndexPropertyRef Find(std::string_view name) const
+    {
+        const Entry* const entry = Find(name, HashOf(name));
+        return entry ? entry->property.Ref : IndexPropertyRef{};
     }
 
     const Entry* Find(std::string_view name, size_t hash) const
@@ -53,8 +148,15 @@ public:
         if (const Entry* entry = Find(name, hash)) return entry->property.Ref;
         const std::lock_guard<std::mutex> lock(mutex_);
         if (const Entry* entry = Find(name, hash)) return entry->property.Ref;
-        if (entries_.size() >= kMaxPropertyNames && !IsOwnColumn(name)) return {};
+        if (!HasRoomFor(name)) return {};
         return Intern(name, 0);
+    }
+
+    bool CanHold(std::string_view name)
+    {
+        if (Find(name, HashOf(name))) return true;
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return HasRoomFor(name);
     }
 
     std::shared_ptr<const std::vector<NamedProperty>> ByName()
@@ -78,6 +180,8 @@ public:
 
 private:
     static constexpr size_t kBuckets = 4 * kMaxPropertyNames;
+
+    bool HasRoomFor(std::string_view name) const { return entries_.size() < kMaxPropertyNames || IsOwnColumn(name); }
 
     IndexPropertyRef Intern(std::string_view name, uint32_t kind)
     {
@@ -106,6 +210,10 @@ Names& ProcessNames()
 }  // namespace
 
 IndexPropertyRef IndexPropertyTable::LookUp(std::string_view name) { return ProcessNames().LookUp(name); }
+
+IndexPropertyRef IndexPropertyTable::Find(std::string_view name) { return ProcessNames().Find(name); }
+
+bool IndexPropertyTable::CanHold(std::string_view name) { return ProcessNames().CanHold(name); }
 
 std::shared_ptr<const std::vector<NamedProperty>> IndexPropertyTable::ByName() { return ProcessNames().ByName(); }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <unordered_set>
+#include <utility>
 
 #include "common/Text.h"
 #include "frame/Guard.h"
@@ -48,15 +49,6 @@ bool EnterInMaps(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
     }
     content.ByUID.Erase(item->Uid());
     return false;
-}
-
-// Whether an index file can carry the ID: it stands there unescaped between quotes, in a tag of at most 1,023 bytes, and
-// dashes alone mark an element as removed.
-bool IsWritableId(std::string_view id)
-{
-    constexpr size_t kLongest = 980;
-    return !id.empty() && id.size() <= kLongest && id.find_first_of("\">") == std::string_view::npos &&
-           id.find_first_not_of('-') != std::string_view::npos;
 }
 
 // There is room in RemovedItems, so that nothing fails between the maps and the sequence.
@@ -124,6 +116,13 @@ uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table)
     return table.Content ? static_cast<uint32_t>(table.Content->Sequence.size()) : 0;
 }
 
+bool IsWritableId(std::string_view id)
+{
+    constexpr size_t kLongest = 980;
+    return !id.empty() && id.size() <= kLongest && id.find_first_of("\">") == std::string_view::npos &&
+           id.find_first_not_of('-') != std::string_view::npos;
+}
+
 bool InsertItem(SORTEDSTOREINDEXTYPE& table, IndexItemPropertyContainer* item)
 {
     if (!IsWritableId(item->Id())) return false;
@@ -188,6 +187,21 @@ void RemoveItems(SORTEDSTOREINDEXTYPE& table, const std::vector<IndexItemPropert
     for (IndexItemPropertyContainer* const item : items) TakeWithMark(table, item);
     std::erase_if(content.Sequence, [&](const IndexItemPropertyContainer* item) { return removed.contains(item); });
     NumberSequence(content);
+}
+
+void AddStepAfterSave(SORTEDSTOREINDEXTYPE& table, const IndexItemPropertyContainer& item, std::function<void()> step)
+{
+    ContentOf(table).StepsAfterSave.push_back({&item, std::move(step)});
+}
+
+void RunStepsAfterSave(SORTEDSTOREINDEXTYPE& table)
+{
+    if (!table.Content) return;
+    const std::vector<StepAfterSave> steps = std::exchange(table.Content->StepsAfterSave, {});
+    for (const StepAfterSave& step : steps) {
+        // Removed items are alive until the next load, and in no file.
+        if (FindLoadedItem(table, step.item->Id()) == step.item) GuardedSwallow("RunStepsAfterSave", step.run);
+    }
 }
 
 void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list)

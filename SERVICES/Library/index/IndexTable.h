@@ -9,6 +9,7 @@
 #define VELMORA_INDEX_INDEXTABLE_H
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "index/IdOrder.h"
@@ -20,6 +21,12 @@
 
 namespace velmora {
 
+// What is to be done to an item's own file once an index file holds the item.
+struct StepAfterSave {
+    const IndexItemPropertyContainer* item;
+    std::function<void()> run;
+};
+
 struct IndexTableContent {
     std::vector<IndexItemPropertyContainer*> Sequence;
     UidOrder ByUID;
@@ -29,6 +36,8 @@ struct IndexTableContent {
     bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
     bool DamagedFile = false;  // a reader found faults; an item in whose element there was one has the offset 0
     bool ScanUnread = false;   // a scan for a record could not read something now: its caller marks the folder dirty
+    bool DoubledIds = false;   // the file holds elements whose ID another one bears; the first of them is the item
+    std::vector<StepAfterSave> StepsAfterSave;
 };
 
 // The content of a table, made at its first use.
@@ -36,9 +45,13 @@ IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table);
 // The number of items in the sequence.
 uint32_t ItemCountOf(const SORTEDSTOREINDEXTYPE& table);
 
+// Whether an index file can carry the ID: it stands there unescaped between quotes, in a tag of at most 1,023 bytes, and
+// dashes alone mark an element as removed. So it is not empty, has at most 980 bytes, no quote and no ">".
+bool IsWritableId(std::string_view id);
+
 // Takes `item` into the table: gives it a UID if it has none, enters it in all three orderings, sets SEQ. On success the
-// table owns the item. False on a duplicate ID or UID, when no UID is left, or for an ID that an index file cannot carry
-// (empty, over 980 bytes, with a quote or ">", of dashes alone): the item stays with the caller.
+// table owns the item. False on a duplicate ID or UID, when no UID is left, or for an ID that no index file can carry: the
+// item stays with the caller.
 // Kept: LastUID keeps what it became, so the UID of a refused item is skipped for good.
 //
 // A table below level 3 takes items too. Whoever does that looks nothing up before the save: a look-up raises the level,
@@ -65,6 +78,11 @@ bool IsFreeId(const SORTEDSTOREINDEXTYPE& table, std::string_view id);
 uint64_t RemoveItems(SORTEDSTOREINDEXTYPE& table, const char* idList);
 // Removes these items of the table, whatever their IDs look like.
 void RemoveItems(SORTEDSTOREINDEXTYPE& table, const std::vector<IndexItemPropertyContainer*>& items);
+
+// Notes a step for the next save. A load in front of that save forgets it, with the item.
+void AddStepAfterSave(SORTEDSTOREINDEXTYPE& table, const IndexItemPropertyContainer& item, std::function<void()> step);
+// Behind a save that succeeded: the steps of the items that are still in the table, each once. What one throws is reported.
+void RunStepsAfterSave(SORTEDSTOREINDEXTYPE& table);
 
 // Pointers to all items in ascending order of UID, or of ID; the table is loaded in full first.
 void ListByUID(SORTEDSTOREINDEXTYPE& table, std::vector<IndexItemPropertyContainer*>& list);

@@ -9,6 +9,7 @@
 #define VELMORA_INDEX_ITEMBACKEND_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "velmora/index_records.h"
 
@@ -80,6 +81,9 @@ struct ItemBackend {
     // those whose reader is not built: the item has its ID and no other column, and the file stays as it is until a reader
     // can take over all that it says.
     bool (*insertFile)(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader& header) = InsertBareItem;
+
+    // False for an ID under which insertFile and a scan can never find an item; a null one takes every ID.
+    bool (*takesName)(std::string_view id) = nullptr;
 };
 
 const ItemBackend& BackendFor(uint32_t indexKind);

@@ -18,6 +18,9 @@ namespace {
 // Words of the counts that a removal lowers.
 constexpr unsigned kItems = 6, kSeen = 7, kNew = 9, kAdded = 10;
 
+// Level at which what is not in memory is not in the folder, and the one below which nothing can be removed.
+constexpr int32_t kFull = 3, kIdentifiers = 2;
+
 // The words are signed where they are compared, as they are in the file.
 void LowerCount(uint32_t& word)
 {
@@ -54,6 +57,7 @@ uint64_t InsertItemFromFile(STOREINDEXTYPE& index, const char* itemId, uint32_t 
     const std::string_view id = TextOrEmpty(itemId);
     if (id.empty()) return 1;
     PlaceInsertItem(index);
+    // For every kind: who reads a property of the new item through this handle asks the back-end that made it.
     index.InsertItem.Class = index.IndexKind;
     const NewItemFile file{std::string(id), readHeaders, clearTempFlags};
     return BackendFor(index.IndexKind).insertFile(index, file, header) ? 1 : 0;
@@ -82,9 +86,12 @@ uint64_t RemoveStoreItemByMessageID(STOREINDEXTYPE* index, const char* idList, u
         WarnNullIndex("RemoveStoreItemByMessageID");
         return 0;
     }
+    const SelectionSet ids = MakeSelectionSet(TextOrEmpty(idList));
+    // Once for the whole list: on a folder that somebody holds each attempt would be refused anew.
+    if (!ids.empty() && !EnsureLoadLevel(index->Table, kFull) && index->Table.LoadLevel < kIdentifiers) return 0;
     uint32_t size = 0;
-    for (const std::string& id : MakeSelectionSet(TextOrEmpty(idList))) {
-        const IndexItemPropertyContainer* const item = FindItem(index->Table, id);
+    for (const std::string& id : ids) {
+        const IndexItemPropertyContainer* const item = FindLoadedItem(index->Table, id);
         if (!item) continue;
         size += static_cast<uint32_t>(item->GetNumber(kSize));
         if (details) LowerCounts(*details, item->View(kFlagStatus));

@@ -14,12 +14,11 @@
 namespace velmora {
 
 // What a delivery says of a message beside the message itself, and what it is told back. A list of deliveries shares one:
-// the fields stay from one entry to the next.
+// `Read` stays from one entry to the next, and the other two are set anew.
 struct InsertionHeader {
-    std::string TempFlags;   // flags to begin with; "SIZE=<bytes>" in front of everything else gives the size instead
-    int32_t Read = 0;        // 1: the message was seen already. Kept: an entry never takes it back
-    int32_t Size = 0;        // out: bytes of the item; 0 when there was nothing to read
-    uint32_t FolderUid = 0;  // whose X-UID lines are to be believed
+    std::string TempFlags;  // flags to begin with; "SIZE=<bytes>" in front of everything else gives the size instead
+    int32_t Read = 0;       // 1: the message was seen already. Kept: an entry never takes it back
+    int32_t Size = 0;       // out: bytes of the item; 0 when there was nothing to read
 };
 
 // The file that a new item comes from.
@@ -46,7 +45,8 @@ bool InsertBareItem(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHea
 
 // Removes the items of the comma-separated `idList`. `Size` of the header becomes the sum of their SIZE columns; in
 // `details`, if given, the counts of items, seen and recent items are lowered. An ID that is listed twice counts once, and
-// one that is not there not at all. The result of RemoveItems; 0 for a null index, with a line on standard output.
+// one that is not there not at all. The result of RemoveItems; 0 when the index cannot be loaded, which is tried once for
+// the whole list, and for a null index, with a line on standard output.
 uint64_t RemoveStoreItemByMessageID(STOREINDEXTYPE* index, const char* idList, uint32_t reserved, InsertionHeader& header,
                                     uint32_t (*details)[13]);
 

@@ -50,8 +50,10 @@ bool IsColumnName(std::string_view name)
 {
     constexpr size_t kLongestColumn = 1000;  // the reader knows tags of up to 1,023 bytes
     if (name.empty() || name.size() > kLongestColumn) return false;
+    // The reader takes a tag by how it begins.
+    if (name.starts_with("ELEMENT") || name.starts_with("BASEELEMENT")) return false;
     for (const char c : name)
-        if (static_cast<unsigned char>(c) <= ' ' || std::string_view("<>&\"'/=!?").find(c) != std::string_view::npos) return false;
+        if (static_cast<unsigned char>(c) <= ' ' || std::string_view("<>&\"'/!?").find(c) != std::string_view::npos) return false;
     return true;
 }
 
@@ -117,7 +119,8 @@ bool SelectItemByField(STOREITEMTYPE& handle, STOREINDEXTYPE& index, const char*
     const xMutexLock lock(index.Mutex);
     std::vector<IndexItemPropertyContainer*> items;
     ListByUID(index.Table, items);
-    const IndexPropertyRef column = IndexPropertyTable::LookUp(field);
+    // Behind the load, which may be the first to learn the name.
+    const IndexPropertyRef column = IndexPropertyTable::Find(field);
     const std::string_view wanted = value;
     std::string text;
     for (IndexItemPropertyContainer* const item : items) {
@@ -164,7 +167,7 @@ uint64_t WriteColumnValue(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const ch
     const std::string_view text = TextOrEmpty(value);
     // Everything that refuses the write comes before the item is made for it.
     const bool fetches = index && (!id.empty() || !handle.Item);
-    if (!IsColumnName(name) || IndexPropertyTable::LookUp(name).Slot < 0 || (fetches && index->Table.LoadLevel == 0)) return 0;
+    if (!IsColumnName(name) || !IndexPropertyTable::CanHold(name) || (fetches && index->Table.LoadLevel == 0)) return 0;
     const IndexItemPropertyContainer* const known = IsKeyOfTable(name) && fetches ? FindItem(index->Table, id) : handle.Item;
     const SORTEDSTOREINDEXTYPE* const table = index ? &index->Table : known ? known->Owner : nullptr;
     if (IsKeyOfTable(name) && !IsAllowedKey(table, known, id, name, text)) return 0;

@@ -35,15 +35,6 @@ private:
     size_t taken_ = 0;
 };
 
-// The part of a list that its first 1,000 entries take.
-inline std::string_view CountedPart(std::string_view list)
-{
-    size_t commas = 0;
-    for (size_t at = 0; at < list.size(); ++at)
-        if (list[at] == ',' && ++commas == kMostListEntries) return list.substr(0, at);
-    return list;
-}
-
 }  // namespace velmora
 
 #endif

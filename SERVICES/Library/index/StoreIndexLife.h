@@ -26,7 +26,8 @@ uint64_t StoreIndex_SaveChanged(STOREINDEXTYPE* index);
 uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffice, const char* mailbox, const char* folder,
                                      uint32_t keepHandle, void*& handle, int32_t level);
 // Its end: saves if `commit`, writes _FOLDER.DAT (from `details`, or computed with null), lets the block go. Always 1.
-// `lastStep` runs in between: what belongs to the change and must not be met by the next holder half done.
+// `lastStep` runs in between: what belongs to the change and must not be met by the next holder half done. When it throws,
+// or the counts cannot be written, the folder is marked. Throws only when nothing was saved.
 uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t keepHandle, void*& handle, uint32_t (*details)[13],
                                  const std::function<void()>& lastStep = {});
 

@@ -113,6 +113,13 @@ bool IsCurrent(const STOREINDEXTYPE& index)
     return known != 0 && ReadFileStamp(IndexFilePath(index.Path, index.IndexKind)).lastWrite == known;
 }
 
+// A message that was scanned and then inserted directly stands twice in the file and in the counts.
+bool HasDoubledElements(const STOREINDEXTYPE& index)
+{
+    // Kept: group items are counted in the words of the folder's messages, so no load of them can tell those.
+    return index.IndexKind != kKindGroups && index.Table.Content && index.Table.Content->DoubledIds;
+}
+
 uint64_t Reload(STOREINDEXTYPE& index, bool checkDirty)
 {
     const xMutexLock lock(index.Mutex);
@@ -125,8 +132,10 @@ uint64_t Reload(STOREINDEXTYPE& index, bool checkDirty)
     // Kept: a change that was not saved is lost here without a word; hosts save before they open again.
     index.Changed = 0;
     IndexLoadArguments arguments = LoadArgumentsOf(index);
-    arguments.CheckDirty = checkDirty;
-    if (!OpenIndexForLoad(index.Table, arguments, 3)) {
+    // The mark speaks of messages. Group items are in no file but this one: a rebuild would empty it, and take the mark away.
+    arguments.CheckDirty = checkDirty && IsFoundByScan(index.IndexKind);
+    const bool loaded = OpenIndexForLoad(index.Table, arguments, 3);
+    if (!loaded || (HasDoubledElements(index) && !DropDoubledElements(index))) {
         DebugTrace(std::string("StoreIndex_Open::Error opening store index in: ") + index.Path + "\n");
         return 0;
     }

@@ -49,7 +49,9 @@ uint64_t WriteUnderBlock(STOREINDEXTYPE& index)
         StoreLog(kLogDetail,
                  FormatText("StoreIndex_Save::Warning: Store Index was modified while being transacted for folder: %s\n", index.Path));
     // Kept: this road always writes _index.xml, also from a record of group items.
-    return SaveIndex(index.Table, index.Path, kKindMail);
+    const uint64_t saved = SaveIndex(index.Table, index.Path, kKindMail);
+    if (saved != 0) RunStepsAfterSave(index.Table);
+    return saved;
 }
 
 // ---- Commit ----
@@ -161,6 +163,28 @@ try {
     // No memory is a failed save like any other.
     if (*index.Path) MarkQuietly(index.Path);
     throw;
+}
+
+bool DropDoubledElements(STOREINDEXTYPE& index)
+{
+    const RecordBlock block(index);
+    if (!block.Held()) return true;
+    // What came between the load and the block is in the file alone.
+    const FileStamp stamp = ReadFileStamp(IndexFilePath(index.Path, index.IndexKind));
+    if (stamp.lastWrite != index.Table.IndexFileTime || static_cast<uint32_t>(stamp.size) != index.Table.IndexFileSize) return true;
+    index.Table.RewriteRequired = 1;
+    if (SaveIndex(index.Table, index.Path, index.IndexKind) == 0) {
+        // The table in memory is whole, whatever became of the file.
+        MarkFolderDirty(index.Path);
+        return true;
+    }
+    RefreshCachedDetails(index);
+    // Under the same block, so that the table has the stamp of what has just been written.
+    IndexLoadArguments arguments = LoadArgumentsOf(index);
+    arguments.NoBlock = 1;
+    const bool loaded = OpenIndexForLoad(index.Table, arguments, 3);
+    index.Table.LastLoad.NoBlock = 0;
+    return loaded;
 }
 
 uint64_t StoreIndex_Commit(STOREINDEXTYPE* index)

@@ -20,6 +20,8 @@ LateMark::~LateMark()
 
 void LateMark::NoteScan() { due_ = index_.Table.Content && index_.Table.Content->ScanUnread; }
 
+bool IsFoundByScan(uint32_t indexKind) { return indexKind != kKindGroups; }
+
 void MarkQuietly(const char* folderPath) noexcept
 try {
     MarkFolderDirty(folderPath);

@@ -16,8 +16,17 @@ inline constexpr uint32_t kLogDetail = 9;
 // A load on the record's own names with every flag off: nothing skipped, the block file taken, no dirty check.
 IndexLoadArguments LoadArgumentsOf(STOREINDEXTYPE& index);
 
+// Writes the index of a fully loaded record without the elements that the load found doubled, and the counts with it; the
+// table is then as another load has it. Leaves all as it is when the folder is held by somebody else or was changed since the
+// load: a later open comes by here. False when that other load failed.
+[[nodiscard]] bool DropDoubledElements(STOREINDEXTYPE& index);
+
 // StoreIndex_Save for callers inside a guarded section of their own: what it throws is theirs to report.
 uint64_t SaveRecord(STOREINDEXTYPE& index);
+
+// Whether _CHANGE.DTY helps a kind whose change could not be saved. No scan finds group items, and the mark would be taken for
+// one of the folder's messages.
+bool IsFoundByScan(uint32_t indexKind);
 
 // MarkFolderDirty where an exception is under way that must not be lost, or none may start.
 void MarkQuietly(const char* folderPath) noexcept;

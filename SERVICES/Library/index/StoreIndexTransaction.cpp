@@ -8,6 +8,7 @@
 #include "common/FileStream.h"
 #include "common/Mutex.h"
 #include "common/Text.h"
+#include "frame/Guard.h"
 #include "frame/Logging.h"
 #include "frame/StorePaths.h"
 #include "index/CachedDetails.h"
@@ -27,6 +28,7 @@
 namespace velmora {
 namespace {
 
+constexpr int32_t kFullLevel = 3;
 constexpr uint32_t kTransactionNoticeFlags = 255;  // goes out with a transaction's announcement
 
 void PlaceRecord(STOREINDEXTYPE& index, const char* postoffice, const char* mailbox, const char* folder)
@@ -50,17 +52,29 @@ std::string MailboxDirectory(const char* postoffice, const char* mailbox)
 }
 
 // Kept: always below the mailbox, by the folder's name as it was given. The counts of a folder that stands elsewhere
-// ($VCFROOT, Public) do not go there, and nowhere at all when the mailbox has no directory of that name.
-void WriteDetails(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
+// ($VCFROOT, Public) do not go there, and nowhere at all when the mailbox has no directory of that name. False when older
+// counts may stand there now.
+bool WriteDetails(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
 {
-    if (ContainsNoCase(index.Folder, "$FILEROOT")) return;
-    const std::string path = MailboxDirectory(index.Postoffice, index.Mailbox) + "\\" + index.Folder + "\\" + kCachedDetailsFile;
-    if (details) {
-        WriteCachedDetails(path, *details);
-    } else if (index.Table.LoadSelection.empty()) {
-        uint32_t computed[kDetailWords] = {};
-        if (GetFolderDetails(index.Table, computed)) WriteCachedDetails(path, computed);
+    if (ContainsNoCase(index.Folder, "$FILEROOT")) return true;
+    uint32_t computed[kDetailWords] = {};
+    if (!details) {
+        if (!index.Table.LoadSelection.empty()) return true;
+        if (!GetFolderDetails(index.Table, computed)) return false;
+        details = &computed;
     }
+    const std::string path = MailboxDirectory(index.Postoffice, index.Mailbox) + "\\" + index.Folder + "\\" + kCachedDetailsFile;
+    return ReplaceCachedDetails(path, *details);
+}
+
+// What comes behind the save, or instead of one. It cannot turn the answer: whoever is told that a change was not made comes
+// again with what the index has already. Where it breaks off, a scan makes up for it.
+template <typename Step>
+void RunBehindSave(const STOREINDEXTYPE& index, Step step)
+{
+    bool done = false;
+    GuardedSwallow("StoreIndex_SaveAndClose", [&] { done = step(); });
+    if (!done && IsFoundByScan(index.IndexKind)) MarkQuietly(index.Path);
 }
 
 void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
@@ -70,22 +84,27 @@ try {
     const xMutexLock lock(index.Mutex);
     const uint64_t lastWrite = ReadFileStamp(IndexFilePath(index.Path, index.IndexKind)).lastWrite;
     const uint64_t saved = SaveIndex(index.Table, index.Path, index.IndexKind);
+    if (saved != 0) RunStepsAfterSave(index.Table);
     const bool changedMeanwhile = lastWrite != index.Table.IndexFileTime;
     if (changedMeanwhile)
         StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::Failed to commit index for folder %s. Index was changed while being "
                                           "transacted. Folder will be marked as dirty.\n",
                                           index.Path));
     if (!changedMeanwhile && saved != 0) {
-        WriteDetails(index, details);
-        StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::SetCacheDetailsToFile for folder %s\n", index.Path));
+        RunBehindSave(index, [&] {
+            const bool written = WriteDetails(index, details);
+            StoreLog(kLogProgress, FormatText("StoreIndex_SaveAndClose::SetCacheDetailsToFile for folder %s\n", index.Path));
+            return written;
+        });
         return;
     }
     StoreLog(kLogProgress,
              FormatText("StoreIndex_SaveAndClose::Failed to commit index for folder %s. Folder will be marked as dirty.\n", index.Path));
-    MarkFolderDirty(index.Path);
+    // Kept: the line is the same for group items, which the mark would not bring back.
+    if (IsFoundByScan(index.IndexKind)) MarkFolderDirty(index.Path);
 } catch (...) {
     // How far it came is not known.
-    MarkQuietly(index.Path);
+    if (IsFoundByScan(index.IndexKind)) MarkQuietly(index.Path);
     throw;
 }
 
@@ -138,6 +157,11 @@ uint64_t StoreIndex_BeginTransaction(STOREINDEXTYPE& index, const char* postoffi
     IndexLoadArguments arguments = LoadArgumentsOf(index);
     arguments.NoBlock = 1;
     if (!OpenIndexForLoad(index.Table, arguments, level)) return 0;
+    // A chosen item that stands twice in the file can only be saved with all the others.
+    if (!index.Table.LoadSelection.empty() && index.Table.Content && index.Table.Content->DoubledIds) {
+        index.Table.LoadSelection.clear();
+        if (!OpenIndexForLoad(index.Table, arguments, kFullLevel)) return 0;
+    }
     block.KeepHeld();
     return 1;
 }
@@ -149,7 +173,11 @@ uint64_t StoreIndex_SaveAndClose(STOREINDEXTYPE& index, bool commit, uint32_t ke
     TransactionBlock block(index, keepHandle, handle);
     block.TakeOver();
     if (commit) CommitTransaction(index, details);
-    if (lastStep) lastStep();
+    if (lastStep)
+        RunBehindSave(index, [&] {
+            lastStep();
+            return true;
+        });
     return 1;
 }
 

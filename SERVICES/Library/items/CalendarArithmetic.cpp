@@ -15,9 +15,8 @@ bool IsLeapYear(int32_t year) { return year % 4 == 0 && (year % 100 != 0 || year
 
 int32_t DayOfWeek(int32_t month, int32_t day, int32_t year)
 {
-    if (!IsMonth(month)) return 0;
     // January and February belong to the year before, as its 13th and 14th month.
-    const int64_t m = month < 3 ? month + 12 : month;
+    const int64_t m = month < 3 ? int64_t{month} + 12 : month;
     const int64_t y = month < 3 ? int64_t{year} - 1 : year;
     const int64_t days = day + 2 * m + 3 * (m + 1) / 5 + y + y / 4 - y / 100 + y / 400 + 1;
     return static_cast<int32_t>((days % 7 + 7) % 7);

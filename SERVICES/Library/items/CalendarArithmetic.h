@@ -8,8 +8,8 @@
 
 namespace velmora {
 
-// The weekday, from 0 to 6, of a date in the Gregorian calendar from the year 0 on; a day beyond its month counts on.
-// 0 for a month outside 1 to 12.
+// The weekday, from 0 to 6, of a date in the Gregorian calendar from the year 0 on; a day beyond its month counts on. So do
+// the months from -9 to 0, of the year before, and 13 and 14, of the next one; one farther off gives some weekday.
 int32_t DayOfWeek(int32_t month, int32_t day, int32_t year);
 
 // The number of days of a month; 0 for a month outside 1 to 12.

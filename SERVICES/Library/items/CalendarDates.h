@@ -18,7 +18,7 @@ namespace velmora {
 // The moment of a calendar text as a file time. A text shorter than 10 bytes is a date alone, at midnight. The zone is
 // `zoneOffset`, an offset text such as "+1000", or without one (null or empty) what stands in the text from its first "+",
 // or else from its first "-", if that rest has 5 bytes at most. False, and `fileTime` stays, for a text of fewer than eight
-// bytes, for one that names no real date, and for a moment before 1601.
+// bytes without its separators, for one that names no real date, and for a moment before 1601.
 // Kept: an offset counts in whole hours; see ParseZoneOffset.
 // Kept: the first "-" of the dashed form stands behind the year, so that form has no offset with a minus sign.
 [[nodiscard]] bool ParseCalendarDateTime(std::string_view text, uint64_t& fileTime, const char* zoneOffset = nullptr);

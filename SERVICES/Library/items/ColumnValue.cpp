@@ -28,7 +28,7 @@ bool ReadColumn(const STOREITEMTYPE& handle, std::string_view column, std::strin
         text = std::to_string(handle.Class);
     } else {
         if (column.starts_with('@')) column.remove_prefix(1);
-        const IndexPropertyRef ref = IndexPropertyTable::LookUp(column);
+        const IndexPropertyRef ref = IndexPropertyTable::Find(column);
         if (!handle.Item->Has(ref)) return false;
         if (ref.Kind == 0) {
             read = handle.Item->View(ref);
@@ -97,15 +97,18 @@ uint64_t GetConvertedValue(const void* stored, const PropertyBinding& binding, v
 {
     *value = nullptr;
     *size = 0;
-    switch (ConvertPropertyValue(binding.StoredType, binding.ClientType, stored, value, name)) {
+    // Not into `value`: what is only handed through is not the caller's to free, and its copy may fail.
+    void* converted = nullptr;
+    switch (ConvertPropertyValue(binding.StoredType, binding.ClientType, stored, &converted, name)) {
         case Conversion::None:
             return kNoProperty;
         case Conversion::SameValue:
-            *value = CopyOf(stored, binding.ClientType);
+            converted = CopyOf(stored, binding.ClientType);
             break;
         case Conversion::NewValue:
             break;
     }
+    *value = converted;
     *size = SizeOfValue(*value, binding.ClientType);
     return kNewAllocation;
 }

@@ -14,7 +14,7 @@ namespace velmora {
 // (text of its own length counts its terminator, text of a fixed size is cut and filled up with zeros), or kNoProperty
 // with null and 0 when there is no item, no such column, or no way to the client's type. "!CLASS" is the class of the
 // handle, and needs an item like any other column; "@" in front of a column names a key of the item. `name` is the public
-// name, see ConvertPropertyValue.
+// name, see ConvertPropertyValue. Throws std::bad_alloc, with null and 0.
 uint64_t GetColumnValue(const STOREITEMTYPE& handle, const PropertyBinding& binding, void** value, uint64_t* size,
                         std::string_view name = {});
 

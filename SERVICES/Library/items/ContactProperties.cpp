@@ -45,7 +45,8 @@ constexpr std::array<NamedBinding, 41> kRows = {{
     {"PR_MSMESSENGER", {"IM_TYPE-MSMESSENGER"}},
     {"PR_YAHOOMESSENGER", {"IM_TYPE-YAHOOMESSENGER"}},
     {"PR_AIM", {"IM_TYPE-AIM"}},
-    // Kept: an equals sign, which no column that was read from a file has; so the property holds only what a host has set.
+    // Kept: an equals sign, which no column has that came out of a contact's own file: its name has a dash there. So the
+    // property holds what a host has set, until the item is read from that file again.
     {"PR_ICQ", {"IM_TYPE=ICQ"}},
     {"PR_FTMESSAGER", {"IM_TYPE-FTMESSAGER"}},
     {"PR_ODIGO", {"IM_TYPE-ODIGO"}},

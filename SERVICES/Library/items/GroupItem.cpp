@@ -7,6 +7,7 @@
 #include "common/FileStream.h"
 #include "common/Text.h"
 #include "index/IndexItem.h"
+#include "index/IndexTable.h"
 #include "index/ItemFile.h"
 #include "items/MessageFile.h"
 #include "platform/win32.h"
@@ -24,7 +25,8 @@ enum class FileRead { Whole, Missing, Interrupted };
 FileRead ReadGroupFile(const std::string& path, std::string& text)
 {
     MessageFile file(path);
-    if (!file.IsOpen()) return file.OpenError() == 0 || NamesNothing(file.OpenError()) ? FileRead::Missing : FileRead::Interrupted;
+    // A directory or a device of that name is no group.
+    if (!file.IsOpen()) return NamesNothing(file.OpenError()) ? FileRead::Missing : FileRead::Interrupted;
     char block[4096];
     while (const size_t size = file.Read(block, sizeof block)) text.append(block, size);
     return file.Failed() ? FileRead::Interrupted : FileRead::Whole;
@@ -45,6 +47,16 @@ bool ReplaceFile(const std::string& path, std::string_view bytes)
     return false;
 }
 
+// Until the index file has the name, the file's first line is all that tells it, and somebody may write the file meanwhile.
+void TakeNameOutOfFile(const std::string& path, std::string_view name)
+{
+    std::string text;
+    if (ReadGroupFile(path, text) != FileRead::Whole) return;
+    const GroupText group = ParseGroupText(text);
+    // A file that could not be written anew is still whole, first line and all.
+    if (group.named && group.name == name) (void)ReplaceFile(path, group.rest);
+}
+
 }  // namespace
 
 GroupText ParseGroupText(std::string_view text)
@@ -58,14 +70,13 @@ GroupText ParseGroupText(std::string_view text)
     return {true, name.substr(0, name.find('\0')), text.substr(behind)};
 }
 
-bool ImportGroupItem(STOREINDEXTYPE& index, std::unique_ptr<IndexItemPropertyContainer> item, std::string_view text,
+void ImportGroupItem(STOREINDEXTYPE& index, std::unique_ptr<IndexItemPropertyContainer> item, std::string_view text,
                      const std::string& path)
 {
     const GroupText group = ParseGroupText(text);
     if (group.named) SetItemProperty(*item, "NAME", group.name);
-    // An item that is not taken would take the name with it.
-    const bool taken = EnterNewItem(index, std::move(item));
-    return !group.named || (taken && ReplaceFile(path, group.rest));
+    if (!EnterNewItem(index, std::move(item)) || !group.named) return;
+    AddStepAfterSave(index.Table, *index.InsertItem.Item, [path, name = std::string(group.name)] { TakeNameOutOfFile(path, name); });
 }
 
 bool InsertGroupFile(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader&)
@@ -76,8 +87,7 @@ bool InsertGroupFile(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHe
     if (read == FileRead::Interrupted) return false;
     auto item = std::make_unique<IndexItemPropertyContainer>();
     SetItemKeyProperty(*item, kId, file.id);
-    // Without a file there is nothing to be written anew; a file that could not be is still whole, first line and all.
-    (void)ImportGroupItem(index, std::move(item), text, path);
+    ImportGroupItem(index, std::move(item), text, path);
     return true;
 }
 

@@ -4,8 +4,8 @@
 //     a@example.org         the file keeps what is behind the first CR LF
 //     b@example.org
 //
-// The file is rewritten through a copy beside it, and only when the item is in the index: until the copy is whole and in its
-// place the file stays as it was, so that neither a full disk nor an item that the index does not take costs a line of it.
+// The file is rewritten behind the save that brings the item into the index file, and not before: an insertion that is not
+// saved leaves it as it was, name and all. It is rewritten through a copy beside it, so that a full disk costs no line of it.
 #ifndef VELMORA_ITEMS_GROUPITEM_H
 #define VELMORA_ITEMS_GROUPITEM_H
 
@@ -28,13 +28,13 @@ struct GroupText {
 // behind them.
 GroupText ParseGroupText(std::string_view text);
 
-// Names `item` from the text and gives it to the table; when that takes it, the file at `path` is written with what remains
-// of a text that named it. True when the file is as it is to be; false leaves it as it was.
-bool ImportGroupItem(STOREINDEXTYPE& index, std::unique_ptr<IndexItemPropertyContainer> item, std::string_view text,
+// Names `item` from the text and gives it to the table. When that takes it, and the text named it, the next save that succeeds
+// writes the file at `path` with what remains, if it still begins with that name.
+void ImportGroupItem(STOREINDEXTYPE& index, std::unique_ptr<IndexItemPropertyContainer> item, std::string_view text,
                      const std::string& path);
 
 // ItemBackend::insertFile for groups. A file that is not there gives an item with its ID alone, and none is made; false for
-// one that cannot be read now.
+// one that cannot be read now, and for a directory or a device of that name.
 bool InsertGroupFile(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader& header);
 
 }  // namespace velmora

@@ -12,13 +12,14 @@ namespace velmora {
 
 // The ISO text of a header time, in a field of `size` bytes, cut at the field. False, and `result` stays, for a text that
 // is refused.
-// Kept: seconds are 0 whatever the text says, and the month is one too low from February on: "Dec" gives 11.
+// Kept: seconds are 0 whatever the text says, and the month is one too low from February on: "Dec" gives 11, as does what is
+// no month.
 [[nodiscard]] bool ParseHeaderTimeToIso(std::string_view text, char* result, size_t size);
 
 // The Unix seconds of a header time, read as UTC in whatever zone the machine is, wrapped at 32 bits. 0 for a text that is
 // refused, and when the machine's zone is not known.
-// Kept: a date that the C library's calendar does not hold as a local one (before 1970, behind 3000) gives -1, less the
-// machine's present offset from UTC.
+// Kept: a date that the C library's calendar does not hold as a local one (before 1970, behind 3000) gives -1 plus the
+// machine's present offset from UTC in seconds: 3599 where it is "+0100".
 int32_t ParseHeaderTimeToUnix(std::string_view text);
 
 // The header time of Unix seconds, in UTC, with seconds only where they are not 0; cut at the field. False, and `result`

@@ -1,9 +1,11 @@
 #include "items/ItemBody.h"
 
+#include "common/Text.h"
 #include "index/IndexItem.h"
 #include "index/ItemBackend.h"
 #include "index/ItemFile.h"
 #include "items/ColumnValue.h"
+#include "items/CommonProperties.h"
 
 namespace velmora {
 
@@ -21,13 +23,15 @@ uint64_t GetItemBodyProperty(STOREITEMTYPE& handle, const PropertyBinding& bindi
 
 bool GetMessageBodyPart(const std::string&, std::string_view, std::string&) { return false; }
 
-uint64_t WriteItemBodyProperty(STOREITEMTYPE&, const char*, const char*) { return 0; }
+bool WriteItemBodyProperty(STOREITEMTYPE&, const char*, const char*) { return false; }
 
-uint64_t GetContactProperty(STOREITEMTYPE&, const char*, void** value, uint64_t* size)
+uint64_t GetContactProperty(STOREITEMTYPE& handle, const char* name, void** value, uint64_t* size)
 {
     *value = nullptr;
     *size = 0;
-    return kNoProperty;
+    PropertyBinding binding;
+    if (!ResolveItemBinding(TextOrEmpty(name), binding)) return kNoProperty;
+    return GetColumnValue(handle, binding, value, size, TextOrEmpty(name));
 }
 
 uint64_t SetContactProperty(STOREINDEXTYPE*, STOREITEMTYPE&, const char*, const char*, const void*) { return 0; }

@@ -13,7 +13,6 @@
 #include "items/ColumnValue.h"
 #include "items/FileProperties.h"
 #include "items/FileValue.h"
-#include "items/ItemBody.h"
 #include "items/PropertyConversion.h"
 #include "items/TaskProperties.h"
 
@@ -21,13 +20,11 @@ namespace velmora {
 
 namespace {
 
-using Resolver = bool (*)(std::string_view name, PropertyBinding& binding);
-
 struct Freed {
     void operator()(void* value) const { std::free(value); }
 };
 
-uint64_t GetByTable(Resolver resolve, STOREITEMTYPE& handle, std::string_view name, void** value, uint64_t* size)
+uint64_t GetByTable(PropertyResolver resolve, STOREITEMTYPE& handle, std::string_view name, void** value, uint64_t* size)
 {
     *value = nullptr;
     *size = 0;
@@ -59,8 +56,18 @@ std::string StoredText(const PropertyBinding& binding, std::string_view name, co
     return std::string(PropertyValueText(binding.StoredType, converted));
 }
 
-uint64_t SetByTable(Resolver resolve, STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, std::string_view name,
-                    const void* value)
+// An item that is not there is not made: it would have no file to write into.
+bool WriteIntoItemFile(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* column, const char* text,
+                       ItemBodyWriter writer)
+{
+    if (index && !TextOrEmpty(itemId).empty() && !SelectItem(handle, *index, itemId)) return false;
+    return handle.Item && writer(handle, column, text);
+}
+
+}  // namespace
+
+uint64_t SetPropertyByTable(PropertyResolver resolve, STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId,
+                            std::string_view name, const void* value, ItemBodyWriter writer)
 {
     PropertyBinding binding;
     if (!resolve(name, binding)) return kNoProperty;
@@ -70,15 +77,13 @@ uint64_t SetByTable(Resolver resolve, STOREINDEXTYPE* index, STOREITEMTYPE& hand
         case PropertyStorage::Column:
             return WriteColumnValue(index, handle, itemId, binding.Column, text.c_str());
         case PropertyStorage::ItemFile:
-            return WriteItemBodyProperty(handle, binding.Column, text.c_str());
+            return WriteIntoItemFile(index, handle, itemId, binding.Column, text.c_str(), writer) ? 1 : 0;
         case PropertyStorage::FileTime:
         case PropertyStorage::FileConstant:
             break;
     }
     return 0;
 }
-
-}  // namespace
 
 uint64_t GetCalendarProperty(STOREITEMTYPE& handle, const char* name, void** value, uint64_t* size)
 {
@@ -97,12 +102,12 @@ uint64_t GetFileProperty(STOREITEMTYPE& handle, const char* name, void** value, 
 
 uint64_t SetCalendarProperty(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* name, const void* value)
 {
-    return SetByTable(ResolveCalendarProperty, index, handle, itemId, TextOrEmpty(name), value);
+    return SetPropertyByTable(ResolveCalendarProperty, index, handle, itemId, TextOrEmpty(name), value);
 }
 
 uint64_t SetTaskProperty(STOREINDEXTYPE* index, STOREITEMTYPE& handle, const char* itemId, const char* name, const void* value)
 {
-    return SetByTable(ResolveTaskProperty, index, handle, itemId, TextOrEmpty(name), value);
+    return SetPropertyByTable(ResolveTaskProperty, index, handle, itemId, TextOrEmpty(name), value);
 }
 
 }  // namespace velmora

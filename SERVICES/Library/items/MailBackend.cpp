@@ -1,5 +1,6 @@
 #include "items/MailBackend.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -55,13 +56,16 @@ void TakeSize(MessageHeader& header, const MessageFile& file)
 {
     constexpr std::string_view kSizeMark = "SIZE=";
     if (!header.TempFlags.starts_with(kSizeMark)) {
-        header.Size = static_cast<int32_t>(static_cast<uint32_t>(file.Size()));
+        header.Size = static_cast<int32_t>(std::min<uint64_t>(file.Size(), INT32_MAX));
         return;
     }
-    header.Size = ParseLong(std::string_view(header.TempFlags).substr(kSizeMark.size()));
+    // A message can bring the text, and who sends one must not take from the sizes of a mailbox.
+    header.Size = std::max(ParseLong(std::string_view(header.TempFlags).substr(kSizeMark.size())), 0);
     // Kept: with the size go the flags behind it.
     header.TempFlags.clear();
 }
+
+bool TakesName(std::string_view id) { return IsItemFileName(id) && id.size() < sizeof MessageHeader::ItemId; }
 
 bool ReadNewMessage(STOREINDEXTYPE& index, const NewItemFile& file, MessageHeader& header)
 {
@@ -81,7 +85,6 @@ bool InsertFile(STOREINDEXTYPE& index, const NewItemFile& file, InsertionHeader&
     MessageHeader header;
     header.TempFlags = given.TempFlags;
     header.Read = given.Read;
-    header.FolderUid = given.FolderUid;
     // A name that is cut would be an item of no file, and the message would never be found again.
     if (!CopyBounded(header.ItemId, file.id)) return false;
     const bool whole = file.readHeaders == 1;
@@ -110,6 +113,7 @@ constinit const ItemBackend kMailBackend = {
     .indexGet = IndexGet::Open,
     .rebuild = Rebuild,
     .insertFile = InsertFile,
+    .takesName = TakesName,
 };
 
 }  // namespace velmora

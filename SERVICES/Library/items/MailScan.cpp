@@ -283,10 +283,12 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
 
 uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
 {
+    const std::string path = folderPath + "\\_DIRSIZE.TMP";
     FileStream file;
-    if (!file.OpenTruncate(folderPath + "\\_DIRSIZE.TMP")) return 1;
+    if (!file.OpenTruncate(path)) return 1;
     file.Write(FormatSigned(kilobytes));
-    file.Close();
+    // The first digits alone are another size; without the file it is computed where it is asked for.
+    if (!file.Close()) DeleteFileA(path.c_str());
     return 0;
 }
 

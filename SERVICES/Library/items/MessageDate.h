@@ -14,8 +14,9 @@ namespace velmora {
 // A date of the years 1970 to 3000 with a zone gives its moment in UTC, by way of the machine's own zone and back; with a
 // blank at the end in place of the zone it gives the date as written.
 // Kept: the way there and back cancels except where a change to or from summer time lies between the date as written and
-// its moment in UTC; the text is then off by an hour. So is that of a summer date with no zone. A date of another year is
-// written as it stands, its zone ignored.
+// its moment in UTC, and all summer where summer time is not one hour; the text is then off by an hour, or by what summer
+// time has more or less than one. That of a summer date with no zone is an hour ahead. A date of another year is written as
+// it stands, its zone ignored.
 [[nodiscard]] bool ParseMessageDate(std::string_view text, char* result, size_t size);
 
 }  // namespace velmora

@@ -5,11 +5,16 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/win32.h"
+
 namespace velmora {
 
 // The machine's present offset from UTC as the number of an offset text: hours * 100 + minutes, such as -330 for three
 // and a half hours behind. 0 when the zone is not known.
 int32_t CurrentZoneMinutes();
+
+// A local time as the date of a message, with the zone as the number that CurrentZoneMinutes gives.
+std::string FormatRfc822(const SYSTEMTIME& local, int32_t zone);
 
 // The present local time as the date of a message (RFC 5322): "Mon, 7 Feb 2011 10:00:00 +0100".
 std::string FormatRfc822Now();

@@ -1,6 +1,7 @@
 #include "items/PropertyConversion.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -42,6 +43,9 @@ struct Source {
     bool IsBirthday() const { return EqualsNoCase(propertyName, kBirthday); }
 };
 
+// A number that goes by the rules of another type goes there as its bytes, the lowest first.
+static_assert(std::endian::native == std::endian::little);
+
 template <typename Value>
 Value Read(const Source& source)
 {
@@ -74,33 +78,61 @@ std::string FormatAmount(double value)
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Whether a number that no double holds is too large for one, rather than too small.
-bool IsTooLarge(std::string_view digits)
+bool IsHexDigit(char c) { return IsDigit(c) || (LowerAscii(c) >= 'a' && LowerAscii(c) <= 'f'); }
+
+// How a number is written.
+struct NumberForm {
+    std::chars_format format;
+    bool (*isDigit)(char c);
+    char exponentMark;
+    int64_t placeWeight;  // what a place counts in the unit of the exponent
+};
+constexpr NumberForm kDecimal = {std::chars_format::general, IsDigit, 'e', 1};
+constexpr NumberForm kHexadecimal = {std::chars_format::hex, IsHexDigit, 'p', 4};
+
+// Whether `number`, all of it a number that no double holds, is too large for one, rather than too small.
+bool IsTooLarge(std::string_view number, const NumberForm& form)
 {
-    int64_t magnitude = 0;  // decimal places of the first digit that counts, from the point
+    int64_t places = 0;  // from the point to the first digit that counts
     size_t at = 0;
-    while (at < digits.size() && digits[at] == '0') ++at;
-    for (; at < digits.size() && IsDigit(digits[at]); ++at) ++magnitude;
-    if (at < digits.size() && digits[at] == '.') {
+    while (at < number.size() && number[at] == '0') ++at;
+    for (; at < number.size() && form.isDigit(number[at]); ++at) ++places;
+    if (at < number.size() && number[at] == '.') {
         ++at;
-        if (magnitude == 0)
-            for (; at < digits.size() && digits[at] == '0'; ++at) --magnitude;
-        while (at < digits.size() && IsDigit(digits[at])) ++at;
+        if (places == 0)
+            for (; at < number.size() && number[at] == '0'; ++at) --places;
+        while (at < number.size() && form.isDigit(number[at])) ++at;
     }
-    if (at < digits.size() && LowerAscii(digits[at]) == 'e') magnitude += ParseLong(digits.substr(at + 1));
-    return magnitude > 0;
+    int64_t exponent = 0;
+    if (at < number.size() && LowerAscii(number[at]) == form.exponentMark) exponent = ParseLong(number.substr(at + 1));
+    return places * form.placeWeight + exponent > 0;
 }
 
-// As atof reads a decimal number: leading blanks, a sign, the number, the rest ignored.
+// "0x" counts only with a digit behind it, which may stand behind a point; otherwise the number is the "0".
+const NumberForm& TakeForm(std::string_view& text)
+{
+    if (text.size() < 3 || text[0] != '0' || LowerAscii(text[1]) != 'x') return kDecimal;
+    const std::string_view digits = text.substr(text[2] == '.' ? 3 : 2);
+    if (digits.empty() || !IsHexDigit(digits.front())) return kDecimal;
+    text.remove_prefix(2);
+    return kHexadecimal;
+}
+
+// As atof reads a number: leading blanks, a sign, the number in either form, the rest ignored; 0 where there is none.
 double ParseAmount(std::string_view text)
 {
     while (!text.empty() && (text.front() == ' ' || (text.front() >= '\t' && text.front() <= '\r'))) text.remove_prefix(1);
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);
     if (text.starts_with('-')) return 0;
+    const NumberForm& form = TakeForm(text);
     double value = 0;
-    const std::from_chars_result read = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (read.ec == std::errc::result_out_of_range) value = IsTooLarge(text) ? std::numeric_limits<double>::infinity() : 0;
+    const std::from_chars_result read = std::from_chars(text.data(), text.data() + text.size(), value, form.format);
+    if (read.ec == std::errc::invalid_argument) return 0;
+    if (read.ec == std::errc::result_out_of_range) {
+        const std::string_view number(text.data(), static_cast<size_t>(read.ptr - text.data()));
+        value = IsTooLarge(number, form) ? std::numeric_limits<double>::infinity() : 0;
+    }
     return negative ? -value : value;
 }
 

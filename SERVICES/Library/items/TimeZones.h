@@ -32,7 +32,7 @@ inline constexpr size_t kZoneOffsetSize = 16;
 struct CalendarZoneBlock {
     SYSTEMTIME Start = {};
     RecurrencePattern Rule;
-    char OffsetFrom[kZoneOffsetSize] = {};  // "+0100"
+    char OffsetFrom[kZoneOffsetSize] = {};  // "+100"
     char OffsetTo[kZoneOffsetSize] = {};
 };
 

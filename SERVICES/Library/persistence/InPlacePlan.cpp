@@ -16,6 +16,8 @@ using Item = IndexItemPropertyContainer;
 constexpr int32_t kHeaderLevel = 1;
 constexpr int32_t kFullLevel = 3;
 
+std::string_view WithoutBlankEnd(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\r\n") + 1); }
+
 }  // namespace
 
 bool StandsForFile(const SORTEDSTOREINDEXTYPE& table) { return table.LoadLevel == kFullLevel && table.LoadSelection.empty(); }
@@ -62,20 +64,23 @@ bool InPlacePlan::FindEndOfItems()
     endOfItems_ = found == std::string::npos ? size : size - tailSize + found;
     // A pass over the elements has seen an end tag, and that nothing was open there. With the header alone in memory the
     // bytes in front have to tell.
-    return table_->LoadLevel > kHeaderLevel ? found != std::string::npos : ElementsEndAt(endOfItems_);
+    if (table_->LoadLevel > kHeaderLevel) return found != std::string::npos;
+    return ElementsEndAt(endOfItems_, std::string_view(tail).substr(0, found));
 }
 
-// Whether an element, or the header, is what ends at `offset`, but for white space.
-bool InPlacePlan::ElementsEndAt(uint64_t offset)
+// Whether an element, or the header, is what ends at `offset`, but for white space. `known` are the bytes in front of it that
+// were read already; they suffice where little white space stands there, as our own writer leaves none.
+bool InPlacePlan::ElementsEndAt(uint64_t offset, std::string_view known)
 {
     constexpr uint64_t kSearched = 64;
     if (offset < kHeaderSize) return false;
+    if (WithoutBlankEnd(known).size() >= kElementEnd.size() && offset - known.size() >= kHeaderSize)
+        return WithoutBlankEnd(known).ends_with(kElementEnd);
     const uint64_t begin = std::max<uint64_t>(kHeaderSize, offset - std::min(offset, kSearched));
     const std::string bytes = BytesAt(begin, static_cast<size_t>(offset - begin));
     if (bytes.size() != offset - begin) return false;
-    const size_t last = bytes.find_last_not_of(" \t\r\n");
-    if (last == std::string::npos) return begin == kHeaderSize;
-    return std::string_view(bytes).substr(0, last + 1).ends_with(kElementEnd);
+    const std::string_view elements = WithoutBlankEnd(bytes);
+    return elements.empty() ? begin == kHeaderSize : elements.ends_with(kElementEnd);
 }
 
 bool InPlacePlan::ChooseFirstItem()

@@ -61,7 +61,7 @@ public:
 private:
     bool ReadHeader();
     bool FindEndOfItems();
-    bool ElementsEndAt(uint64_t offset);
+    bool ElementsEndAt(uint64_t offset, std::string_view known);
     bool ChooseFirstItem();
     bool RemovedItemsStand();
     bool WalkedItemsStand();

@@ -303,6 +303,7 @@ void Parser::HandleElementEnd()
         // The file has an element that the table does not know: struck out alone, the first of two with one ID would give
         // way to the second.
         NoteUnusual();
+        if (FindLoadedItem(table_, currentItem_->Id())) ContentOf(table_).DoubledIds = true;
         DropCurrentItem();
     }
     ++nextIdx_;
