@@ -6,6 +6,7 @@
 // what is still listed at the end is taken out once more.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -19,6 +20,7 @@
 #include "Session.h"
 #include "SettingsFile.h"
 #include "System.h"
+#include "Text.h"
 
 namespace vlstore {
 
@@ -74,15 +76,27 @@ private:
         return std::fgets(answer, sizeof answer, stdin) && (answer[0] == 'y' || answer[0] == 'Y');
     }
 
+    // As the directory spells them, which a look by name does not tell on every system.
+    static std::vector<std::string> NamesIn(const fs::path& directory)
+    {
+        std::error_code error;
+        std::vector<std::string> names;
+        for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) names.push_back(entry.path().filename().string());
+        if (error) throw CannotRead(directory.string(), error);
+        return names;
+    }
+
     // A run that opens the folder would lock it, and might scan it; this one goes by the messages that are there.
     void ReportDryRun()
     {
-        fs::path directory = store_.FolderDirectory(name_);
+        std::vector<std::string> there = NamesIn(store_.FolderDirectory(name_));
         std::vector<std::string> names;
         for (const std::string& id : options_.ids) {
-            std::optional<fs::path> file = IsPlainItemName(id) ? FindNoCase(directory, id) : std::nullopt;
-            if (!file) throw Failure(ExitCode::Data, "no such item: " + name_.Str() + " " + id);
-            names.push_back(file->filename().string());
+            auto found = std::find(there.begin(), there.end(), id);
+            if (found == there.end())
+                found = std::find_if(there.begin(), there.end(), [&](const std::string& name) { return EqualNoCase(name, id); });
+            if (!IsPlainItemName(id) || found == there.end()) throw Failure(ExitCode::Data, "no such item: " + name_.Str() + " " + id);
+            names.push_back(*found);
         }
         output_.Remark("would remove " + CountText(names.size()) + " from " + name_.Str());
         output_.Begin({"VL_ITEM_ID"});
