@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "platform/Clock.h"
+#include "platform/win32.h"
 
 namespace velmora::torture {
 
@@ -17,7 +18,13 @@ public:
     HastyClock(const HastyClock&) = delete;
     HastyClock& operator=(const HastyClock&) = delete;
 
-    void Sleep(uint32_t milliseconds) override { std::this_thread::sleep_for(std::chrono::microseconds(milliseconds * 1000 / haste_)); }
+    // What the last call came to is still to be told behind a wait: on some systems a sleep forgets it.
+    void Sleep(uint32_t milliseconds) override
+    {
+        const DWORD error = GetLastError();
+        std::this_thread::sleep_for(std::chrono::microseconds(milliseconds * 1000 / haste_));
+        SetLastError(error);
+    }
     uint64_t NowFileTime() override
     {
         const auto sinceUnix = std::chrono::system_clock::now().time_since_epoch();
