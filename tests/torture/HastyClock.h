@@ -4,10 +4,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <thread>
 
 #include "platform/Clock.h"
-#include "platform/win32.h"
 
 namespace velmora::torture {
 
@@ -18,18 +18,18 @@ public:
     HastyClock(const HastyClock&) = delete;
     HastyClock& operator=(const HastyClock&) = delete;
 
-    // What the last call came to is still to be told behind a wait: on some systems a sleep forgets it.
     void Sleep(uint32_t milliseconds) override
     {
-        const DWORD error = GetLastError();
+        if (beforeSleep) beforeSleep();
         std::this_thread::sleep_for(std::chrono::microseconds(milliseconds * 1000 / haste_));
-        SetLastError(error);
     }
     uint64_t NowFileTime() override
     {
         const auto sinceUnix = std::chrono::system_clock::now().time_since_epoch();
         return 116444736000000000ull + static_cast<uint64_t>(std::chrono::nanoseconds(sinceUnix).count() / 100);
     }
+
+    std::function<void()> beforeSleep;  // set before other threads wait
 
 private:
     const uint64_t haste_;

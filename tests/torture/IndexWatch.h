@@ -41,6 +41,8 @@ public:
     void BeginSave();
     // Whether the calling thread has written the index since the save began.
     bool EndSave();
+    // Looks at once what came of the calling thread's last operation, while the system still tells.
+    void Resolve();
     // From now on no thread of the process gets any block.
     void RefuseBlocks() { refusesBlocks_ = true; }
     // Where the calling thread works.
@@ -50,7 +52,6 @@ private:
     void BeforeOpen(std::string_view leaf);
     void BeforeDelete(std::string_view leaf);
     void BeforeMove(std::string_view leaf);
-    void Resolve();
     void ResolveAttempt();
     void ResolveDelete();
     void TakeBlock();

@@ -80,11 +80,12 @@ int RunWorker(const Plan& plan)
     test::ParentLine line;
     if (!ProcessAttach()) throw std::runtime_error("the library does not load");
     ListenToTheLibrary();
-    const HastyClock clock(plan.haste);
+    HastyClock clock(plan.haste);
     // Every fourth process shares folders between its threads.
     StoreLibrary_SetAffinity(plan.process % 4 == 3 ? 0 : 1);
     Journal journal(plan.worker);
     IndexWatch watch(journal);
+    clock.beforeSleep = [&] { watch.Resolve(); };
     if (plan.sabotage == "refuse-blocks") watch.RefuseBlocks();
     Gate gate(plan.threads);
     std::vector<std::thread> threads;
