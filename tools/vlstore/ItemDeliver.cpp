@@ -105,7 +105,8 @@ private:
             std::error_code error = standardInput ? ReadStandardInput(message) : ReadFileContent(PathOf(source), message);
             // Some systems say of a directory that access is denied.
             std::error_code ignored;
-            if (error && !standardInput && fs::is_directory(PathOf(source), ignored)) error = std::make_error_code(std::errc::is_a_directory);
+            if (error && !standardInput && fs::is_directory(PathOf(source), ignored))
+                error = std::make_error_code(std::errc::is_a_directory);
             if (error) throw CannotRead(label, error, ExitCode::NoInput);
             if (message.empty()) throw Failure(ExitCode::Data, "empty message: " + label);
             Deliver(message, label);
