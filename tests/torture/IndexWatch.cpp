@@ -146,8 +146,11 @@ void IndexWatch::BeginCall(bool byName)
     watched.byName = byName;
 }
 
+// Of a call that was not done. One that ends at its attempt was refused: with the block it would have gone on. The system's
+// error is not asked for that, since some systems have forgotten it by the end of the call.
 bool IndexWatch::WasRefused()
 {
+    if (watched.attempts) TakeRefusal();
     Resolve();
     return watched.refusedOnce;
 }
@@ -210,15 +213,17 @@ void IndexWatch::TakeBlock()
     SetLastError(ERROR_SUCCESS);
 }
 
-void IndexWatch::ResolveAttempt()
+void IndexWatch::TakeRefusal()
 {
     watched.attempts = false;
-    watched.refused = IsRefusal(GetLastError());
-    if (watched.refused) {
-        watched.refusedOnce = true;
-        journal_.Write(watched.thread, Deed::Refused, watched.folder, {}, 0, SpanText(watched.attemptAt, TimeNow()));
-        return;
-    }
+    watched.refused = watched.refusedOnce = true;
+    journal_.Write(watched.thread, Deed::Refused, watched.folder, {}, 0, SpanText(watched.attemptAt, TimeNow()));
+}
+
+void IndexWatch::ResolveAttempt()
+{
+    watched.attempts = watched.refused = false;
+    if (IsRefusal(GetLastError())) return TakeRefusal();
     watched.hasBlock = true;
     watched.lettingGo = false;
     watched.blockSince = watched.attemptAt;

@@ -53,6 +53,7 @@ private:
     void BeforeDelete(std::string_view leaf);
     void BeforeMove(std::string_view leaf);
     void ResolveAttempt();
+    void TakeRefusal();
     void ResolveDelete();
     void TakeBlock();
     void DeleteBlock();
