@@ -162,7 +162,7 @@ private:
         }
         output_.End();
         output_.Finish();
-        for (const auto& [id, reason] : faults_) PutMessage("not removed: " + id + ": " + reason);
+        for (const auto& [id, reason] : faults_) PutMessage(std::string("not removed: ").append(id).append(": ").append(reason));
         if (!faults_.empty()) throw Failure(code_, "removed only " + counts);
     }
 
