@@ -360,10 +360,12 @@ void Parser::HandlePropertyTag()
         return;
     }
     const std::string name = tag.substr(1);
-    const IndexPropertyRef ref = currentItem_ ? IndexPropertyTable::LookUp(name) : IndexPropertyRef{};
+    // An element that is passed over shows the layout as well, with the names that have a place already: without it, all in
+    // front of the first one that is wanted would be read step by step.
+    const IndexPropertyRef ref = currentItem_ ? IndexPropertyTable::LookUp(name) : IndexPropertyTable::Find(name);
     if (name != propertyName_)
         Fault("Encountered property end tag (" + tag + ") that does not match previous property start tag (" + propertyName_ + ")");
-    else if (currentItem_)
+    else if (currentItem_ || ref.Slot >= 0)
         layout_.Learn(name, ref);
     propertyName_.clear();
     if (currentItem_) StoreValue(ref, text_);
