@@ -10,18 +10,6 @@ namespace {
 
 constexpr LCID kEnglish = 1033;
 
-SYSTEMTIME Parts(WORD year, WORD month, WORD day, WORD hour = 0, WORD minute = 0, WORD second = 0)
-{
-    SYSTEMTIME parts{};
-    parts.wYear = year;
-    parts.wMonth = month;
-    parts.wDay = day;
-    parts.wHour = hour;
-    parts.wMinute = minute;
-    parts.wSecond = second;
-    return parts;
-}
-
 std::string DateBy(const char* picture, const SYSTEMTIME& parts)
 {
     char text[128] = "";

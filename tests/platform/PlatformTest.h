@@ -34,6 +34,19 @@ private:
     std::string root_;
 };
 
+inline SYSTEMTIME Parts(WORD year, WORD month, WORD day, WORD hour = 0, WORD minute = 0, WORD second = 0, WORD milliseconds = 0)
+{
+    SYSTEMTIME parts{};
+    parts.wYear = year;
+    parts.wMonth = month;
+    parts.wDay = day;
+    parts.wHour = hour;
+    parts.wMinute = minute;
+    parts.wSecond = second;
+    parts.wMilliseconds = milliseconds;
+    return parts;
+}
+
 // A handle that is closed at the end of its scope.
 class Opened {
 public:

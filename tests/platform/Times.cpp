@@ -14,19 +14,6 @@ namespace {
 constexpr uint64_t k1970 = 116444736000000000;
 constexpr uint64_t kSecond = 10'000'000;
 
-SYSTEMTIME Parts(WORD year, WORD month, WORD day, WORD hour = 0, WORD minute = 0, WORD second = 0, WORD milliseconds = 0)
-{
-    SYSTEMTIME parts{};
-    parts.wYear = year;
-    parts.wMonth = month;
-    parts.wDay = day;
-    parts.wHour = hour;
-    parts.wMinute = minute;
-    parts.wSecond = second;
-    parts.wMilliseconds = milliseconds;
-    return parts;
-}
-
 uint64_t NumberOf(const SYSTEMTIME& parts)
 {
     FILETIME time{};

@@ -33,6 +33,18 @@ int32_t YearSince1900(std::string_view text)
     return year > kFirstTmYear ? year - kFirstTmYear : year;
 }
 
+std::tm FieldsOf(const DateTokens& tokens)
+{
+    std::tm fields = {};
+    fields.tm_year = YearSince1900(tokens.year);
+    fields.tm_mon = EqualsNoCase(tokens.month, "Jan") ? 0 : MonthFromName(tokens.month);
+    fields.tm_mday = ClampDay(ParseLong(tokens.day));
+    fields.tm_hour = ClampHour(ParseLong(tokens.hour));
+    fields.tm_min = ClampMinuteOrSecond(ParseLong(tokens.minute));
+    fields.tm_sec = ClampMinuteOrSecond(ParseLong(tokens.second));
+    return fields;
+}
+
 void WriteIsoText(const IsoFields& fields, char* result, size_t size)
 {
     char text[80];

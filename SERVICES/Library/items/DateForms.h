@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <string_view>
 
 #include "platform/win32.h"
@@ -35,6 +36,13 @@ int32_t ClampMinuteOrSecond(int32_t value);
 // The year of a date text, in years since 1900.
 // Kept: a year from 50 to 1900 counts from 1900, also one like 1801; a shorter one counts from 2000.
 int32_t YearSince1900(std::string_view text);
+
+// The pieces of a date as a text has them.
+struct DateTokens {
+    std::string_view day, month, year, hour, minute, second;
+};
+// Their numbers, out of range mended; a month that is none is December. tm_isdst is 0.
+std::tm FieldsOf(const DateTokens& tokens);
 
 // Writes the ISO text into a field of `size` bytes, cut at the field.
 void WriteIsoText(const IsoFields& fields, char* result, size_t size);

@@ -12,10 +12,6 @@ namespace {
 
 constexpr int32_t kFirstTmYear = 1900;
 
-struct HeaderTimeTokens {
-    std::string_view hour, minute, second, day, month, year;
-};
-
 // Takes the text up to `delimiter` and steps over it; false when the delimiter is not there.
 bool TakeToken(std::string_view& rest, std::string_view delimiter, std::string_view& token)
 {
@@ -26,7 +22,7 @@ bool TakeToken(std::string_view& rest, std::string_view delimiter, std::string_v
     return true;
 }
 
-bool SplitHeaderTime(std::string_view text, HeaderTimeTokens& tokens)
+bool SplitHeaderTime(std::string_view text, DateTokens& tokens)
 {
     std::string_view rest = text;
     if (!TakeToken(rest, ":", tokens.hour) || !TakeToken(rest, " ", tokens.minute) || !TakeToken(rest, " ", tokens.day) ||
@@ -41,18 +37,6 @@ bool SplitHeaderTime(std::string_view text, HeaderTimeTokens& tokens)
         tokens.minute = tokens.minute.substr(0, colon);
     }
     return true;
-}
-
-std::tm FieldsOf(const HeaderTimeTokens& tokens)
-{
-    std::tm fields = {};
-    fields.tm_year = YearSince1900(tokens.year);
-    fields.tm_mon = EqualsNoCase(tokens.month, "Jan") ? 0 : MonthFromName(tokens.month);
-    fields.tm_mday = ClampDay(ParseLong(tokens.day));
-    fields.tm_hour = ClampHour(ParseLong(tokens.hour));
-    fields.tm_min = ClampMinuteOrSecond(ParseLong(tokens.minute));
-    fields.tm_sec = ClampMinuteOrSecond(ParseLong(tokens.second));
-    return fields;
 }
 
 // The seconds of fields of the years 1970 to 3000 as UTC, where a day beyond its month and an hour of 24 count on.
@@ -72,7 +56,7 @@ int64_t SecondsAsUtc(const std::tm& fields)
 
 bool ParseHeaderTimeToIso(std::string_view text, char* result, size_t size)
 {
-    HeaderTimeTokens tokens;
+    DateTokens tokens;
     if (!SplitHeaderTime(text, tokens)) return false;
     const std::tm fields = FieldsOf(tokens);
     const int32_t month = fields.tm_mon == 0 ? 1 : fields.tm_mon;
@@ -82,7 +66,7 @@ bool ParseHeaderTimeToIso(std::string_view text, char* result, size_t size)
 
 int32_t ParseHeaderTimeToUnix(std::string_view text)
 {
-    HeaderTimeTokens tokens;
+    DateTokens tokens;
     if (!SplitHeaderTime(text, tokens)) return 0;
     TIME_ZONE_INFORMATION zone;
     const DWORD season = GetTimeZoneInformation(&zone);

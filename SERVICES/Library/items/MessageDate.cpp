@@ -15,8 +15,8 @@ constexpr size_t kTokenLength = 31;
 constexpr int32_t kFirstTmYear = 1900;
 constexpr int64_t kSummerTimeSeconds = 3600;
 
-struct DateTokens {
-    std::string_view day, month, year, hour, minute, second, zone;
+struct MessageDateTokens : DateTokens {
+    std::string_view zone;
 };
 
 // Takes the text up to `delimiter` and steps over it; false when the delimiter is not there.
@@ -47,7 +47,7 @@ bool TakeDay(std::string_view& rest, std::string_view& day)
     return true;
 }
 
-bool SplitDate(std::string_view text, DateTokens& tokens)
+bool SplitDate(std::string_view text, MessageDateTokens& tokens)
 {
     std::string_view rest = text;
     if (!TakeDay(rest, tokens.day) || !TakeToken(rest, ' ', tokens.month) || !TakeToken(rest, ' ', tokens.year) ||
@@ -56,18 +56,6 @@ bool SplitDate(std::string_view text, DateTokens& tokens)
     }
     tokens.zone = rest.substr(0, rest.find(' ')).substr(0, kTokenLength);
     return true;
-}
-
-std::tm FieldsOf(const DateTokens& tokens)
-{
-    std::tm fields = {};
-    fields.tm_year = YearSince1900(tokens.year);
-    fields.tm_mon = EqualsNoCase(tokens.month, "Jan") ? 0 : MonthFromName(tokens.month);
-    fields.tm_mday = ClampDay(ParseLong(tokens.day));
-    fields.tm_hour = ClampHour(ParseLong(tokens.hour));
-    fields.tm_min = ClampMinuteOrSecond(ParseLong(tokens.minute));
-    fields.tm_sec = ClampMinuteOrSecond(ParseLong(tokens.second));
-    return fields;
 }
 
 void WriteFields(const std::tm& fields, int32_t month, char* result, size_t size)
@@ -88,7 +76,7 @@ int64_t ZoneSeconds(std::string_view zone)
 
 bool ParseMessageDate(std::string_view text, char* result, size_t size)
 {
-    DateTokens tokens;
+    MessageDateTokens tokens;
     if (!SplitDate(text, tokens)) return false;
 
     const std::tm written = FieldsOf(tokens);
