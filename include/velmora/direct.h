@@ -51,7 +51,7 @@ extern "C" {
  *
  * `flagList`: entry i belongs to entry i of `idList`, under the same bounds; where it has no entry there are no flags. An
  * entry is a list of flags with blanks between, "\SEEN \FLAGGED". A message that brings flags of its own keeps those
- * instead. "SIZE=<bytes>" in front of an entry gives the size of the message, and the item has no other flags then than
+ * instead. "SIZE=<bytes>", in capitals, in front of an entry gives the size of the message, and the item has no other flags then than
  * "\RECENT"; a negative size is 0, and one beyond 2,147,483,647 is that. "SEEN" anywhere in the list makes every item of the
  * call a seen one, and a message that says of itself that it was read ("X-Read: 1") makes those behind it in the list seen.
  * "$VLGROUP" anywhere in it, in any case, sends all items to the folder's groups (_groups.xml, _groups.blk); a group's file
@@ -73,7 +73,7 @@ VELMORA_API uint64_t Direct_StoreIndex_InsertItem(const char* postoffice, const 
 /* Changes the flags of items, or their size, with only these items in memory. All entries of `idList` count; one that is not
  * in the folder is left out, and "*" is no item.
  *
- * `change`: "SIZE=<bytes>" sets the size of the items and nothing else. Otherwise flags: the first one ends at the first
+ * `change`: "SIZE=<bytes>", in capitals, sets the size of the items and nothing else. Otherwise flags: the first one ends at the first
  * blank and every later one at a comma, "+SEEN +FLAGGED,-RECENT". "+" adds, "-" takes away; when the first has neither, the
  * flags begin empty, so that a plain list replaces what the item had. A "\" may stand in front of a flag or not, and case
  * does not matter. Null and an empty text leave the flags as they are.

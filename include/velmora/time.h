@@ -16,7 +16,8 @@ extern "C" {
  * have one; others wrap at 64 bits. Nothing happens when `fileTime` is null. */
 VELMORA_API void UnixTimeToFileTime(int64_t seconds, uint64_t* fileTime);
 
-/* The Unix seconds of a file time, truncated towards 0; below 0 for one before 1970. */
+/* The Unix seconds of a file time, truncated towards 0; below 0 for one before 1970. File times from 2^63 and those seconds
+ * on, about the year 31,000, wrap: they are below 0 as well. */
 VELMORA_API int64_t UnixTimeFromFileTime(uint64_t fileTime);
 
 #ifdef __cplusplus

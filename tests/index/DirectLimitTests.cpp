@@ -172,6 +172,32 @@ TEST_F(DirectLimit, CountsStayWithinTheirNumbers)
     EXPECT_EQ(FolderCounts()[kFlaggedWord], INT32_MIN);
 }
 
+TEST_F(DirectLimit, CountsThatCannotBeReadNeverStartFromZero)
+{
+    const Counts counts = {0, 0, 0, 0, 0, 1, 2, 1, 1, 0, 0, 2, 0};
+    // The open to read is the first of the two.
+    const auto unread = [](const std::function<uint64_t()>& call) {
+        int opens = 0;
+        WatchedFiles files;
+        files.fail = [&](FileOperation operation, std::string_view path) -> uint32_t {
+            return operation == FileOperation::Open && path.ends_with("_FOLDER.DAT") && ++opens == 1 ? ERROR_ACCESS_DENIED : 0;
+        };
+        EXPECT_EQ(call(), 1u);
+        EXPECT_GE(opens, 1);
+    };
+    PutCounts(counts);
+    unread([&] { return Update("1.MAI", "+FLAGGED"); });
+    EXPECT_EQ(FolderCounts(), counts) << "left alone";
+    EXPECT_TRUE(FileExists(inbox / "_CHANGE.DTY"));
+    std::filesystem::remove(inbox / "_CHANGE.DTY");
+
+    PutMail(inbox, "3.MAI");
+    unread([&] { return Insert("3.MAI"); });
+    EXPECT_EQ(FolderCounts()[kItemsWord], 3) << "counted anew";
+    EXPECT_EQ(FolderCounts()[kLastUidWord], 3);
+    EXPECT_TRUE(FileExists(inbox / "_CHANGE.DTY"));
+}
+
 // ---- The files of sizes ----
 
 // Whatever stops a file from being written whole, what is left of it must not pass for a size.

@@ -72,6 +72,9 @@ TEST_F(DirectUpdate, ASizeChangesTheSizeAlone)
     // Only in front: behind something else it is a flag.
     EXPECT_EQ(Update("1.MAI", "+SIZE=7"), 1u);
     EXPECT_EQ(Column("1.MAI", kFlagStatus), "\\SEEN \\SIZE=7");
+    EXPECT_EQ(Update("1.MAI", "size=7"), 1u);
+    EXPECT_EQ(Column("1.MAI", kSize), "SEEN -FLAGGED") << "in small letters it is a flag";
+    EXPECT_EQ(Column("1.MAI", kFlagStatus), "\\size=7");
 }
 
 TEST_F(DirectUpdate, AnEmptyChangeLeavesTheFlags)

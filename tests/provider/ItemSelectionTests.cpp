@@ -47,6 +47,22 @@ TEST_F(ItemSelection, ASearchForWhatNobodyHasMisses)
     EXPECT_EQ(CurrentId(), "(none)");
 }
 
+TEST_F(ItemSelection, ASearchOfAColumnThatNoItemHasGoesThroughTheWholeFolder)
+{
+    OpenInbox();
+    ASSERT_EQ(StoreFolder_SelectItem("2.MAI"), 1u);
+    EXPECT_EQ(StoreFolder_SelectItemByField("CC", "one"), 0u);
+    EXPECT_EQ(CurrentId(), "2.MAI") << "a miss leaves the item that was current";
+    EXPECT_EQ(Table().LoadLevel, 3) << "all items were there to be looked at";
+    // The last item in the order of UIDs is looked at as well.
+    STOREITEMTYPE& item = Handle();
+    ASSERT_EQ(StoreFolder_SelectItem("3.MAI"), 1u);
+    ASSERT_TRUE(SetItemProperty(*item.Item, "CC", "one"));
+    ASSERT_EQ(StoreFolder_SelectItem("2.MAI"), 1u);
+    EXPECT_EQ(StoreFolder_SelectItemByField("CC", "one"), 1u);
+    EXPECT_EQ(CurrentId(), "3.MAI");
+}
+
 TEST_F(ItemSelection, AnotherFolderEndsTheSelectionAndTheWalk)
 {
     OpenInbox();

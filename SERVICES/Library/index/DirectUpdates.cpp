@@ -253,7 +253,7 @@ uint64_t UpdateDirectly(const char* postoffice, const char* mailbox, const char*
     if (!direct.Begin(kFullLevel)) return 0;
 
     const std::string_view text = TextOrEmpty(change);
-    const bool givesSize = BeginsNoCase(text, kSizeForm);
+    const bool givesSize = text.starts_with(kSizeForm);
     bool found = false;
     for (const std::string& id : ids) {
         IndexItemPropertyContainer* const item = FindItem(direct.Record().Table, id);
