@@ -6,6 +6,8 @@
 #include <exception>
 #include <string>
 
+#include "platform/ComError.h"
+
 namespace velmora {
 
 class Exception : public std::exception {
@@ -29,14 +31,6 @@ private:
     std::string source_;
     uint32_t line_;
     std::string formatted_;
-};
-
-// An error of the platform's component model, with the four texts that a report gives. Only XML adapters raise it.
-struct ComError {
-    uint32_t code = 0;
-    std::string meaning;
-    std::string source;
-    std::string description;
 };
 
 }  // namespace velmora

@@ -51,6 +51,7 @@
 
 #include "velmora/direct.h"
 #include "velmora/folder.h"
+#include "velmora/folders.h"
 #include "velmora/index.h"
 #include "velmora/item.h"
 #include "velmora/item_record.h"

@@ -15,8 +15,8 @@ outside_sources() {
 forbidden_includes() {
     library_sources | xargs -r awk '
         BEGIN {
-            split("platform common frame locks index persistence notify items provider folders remote quota legacy", order, " ")
-            split("1 2 3 4 5 6 7 7 8 8 8 9 9", level, " ")
+            split("platform common frame locks index persistence notify items provider remote folders quota legacy", order, " ")
+            split("1 2 3 4 5 6 7 7 8 8 9 10 10", level, " ")
             for (i in order) rank[order[i]] = level[i]
         }
         FNR == 1 {
