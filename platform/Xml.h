@@ -94,21 +94,26 @@ public:
     // well-formed. Looks at nothing outside the file: no external entity, no network. At most 1,000 levels deep.
     bool Load(const std::string& path);
     virtual bool LoadBytes(std::string_view bytes) = 0;
-    virtual const XmlParseError& ParseError() const = 0;
+    const XmlParseError& ParseError() const { return parseError_; }
 
     // The root element, or none.
     virtual XmlNode DocumentElement() const = 0;
     // Makes the root element of an empty document.
     virtual XmlNode CreateRoot(const char* name) = 0;
 
-    // The document as it is saved: the same bytes on every platform. Bytes that are neither printable ASCII nor between
-    // elements leave as character references; no declaration and no line ends are added.
-    std::string ToBytes() const;
+    // The document as it is saved: the same bytes on every platform. In text and attribute values what is no printable ASCII
+    // leaves as a hexadecimal reference; white space between elements, CDATA sections, comments and instructions stay as they
+    // are. No declaration and no line ends are added, and a declaration that was there loses its encoding.
+    virtual std::string ToBytes() const = 0;
     // Writes the document to `path`, whole or not at all where the file system allows it. Raises when it cannot.
     void Save(const std::string& path) const;
 
 protected:
     XmlDocument() = default;
+    // Takes everything out.
+    virtual void Clear() = 0;
+
+    XmlParseError parseError_;
 };
 
 }  // namespace velmora::platform

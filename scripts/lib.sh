@@ -17,7 +17,7 @@ path_of_caller() {
 # Objects are shared between checkouts and build directories.
 export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
 
-build_packages=(g++ cmake ninja-build ccache libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libpugixml-dev)
+build_packages=(g++ cmake ninja-build ccache libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libxml2-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
 check_packages=(clang-format clang-tidy)
 fuzz_packages=(clang libclang-rt-dev)

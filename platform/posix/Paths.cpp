@@ -16,8 +16,8 @@ constexpr size_t kLongestName = 255;
 
 // The private files whose spelling is neither all lower nor all upper case, and those that are known under two.
 constexpr std::string_view kMixedSpellings[] = {
-    "_Access.XML", "_Shares.xml", "_INDEX.xml",  "_index.XML",  "_Index.xml",   "_GROUPS.xml",
-    "_Folder.xml", "_CHANGE.dty", "_CACHED.dty", "_FOLDER.dat", "_DIRSIZE.tmp",
+    "_Access.XML", "_Access.xml", "_Shares.xml", "_Shares.XML", "_INDEX.xml",  "_index.XML",   "_Index.xml",
+    "_GROUPS.xml", "_Folder.xml", "_CHANGE.dty", "_CACHED.dty", "_FOLDER.dat", "_DIRSIZE.tmp",
 };
 
 bool Exists(const char* path)

@@ -1,29 +1,27 @@
 // Settings: the two roots of the registry, each a text file in regedit's format (RegistryFile.h).
 //
 // The file is looked at whenever a key is opened: a value changed on disk is seen by the next open. What was parsed is
-// kept as long as the file is the same by inode, size and last-write time.
+// kept as long as the file is the same by inode, size and last-write time, and where it is there and cannot be read
+// (RegistryReading.h).
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
-#include <cstring>
+#include <ctime>
 #include <memory>
-#include <mutex>
-#include <vector>
+#include <string>
 
 #include "platform/posix/OpenFiles.h"
-#include "platform/shared/RegistryFile.h"
+#include "platform/shared/RegistryReading.h"
 
 namespace velmora::platform {
 
 namespace {
 
 constexpr int64_t kYoungNanoseconds = 20'000'000;
-constexpr size_t kFilesKept = 8;
 
 struct Root {
     uintptr_t key;            // the predefined key's number
@@ -49,43 +47,22 @@ std::string FileOf(const Root& root)
     return home && *home ? std::string(home) + '/' + root.file : std::string();
 }
 
-struct KeptFile {
-    std::string path;
-    struct stat info {};
-    bool settled = false;  // read long enough after its last change for that to be the last
-    std::shared_ptr<const RegistryKeys> keys;
-};
-
-struct Keeper {
-    std::mutex lock;
-    std::vector<KeptFile> files;
-};
-
-Keeper& TheKeeper()
+RegistryFiles& TheFiles()
 {
-    static Keeper& keeper = *new Keeper;
-    return keeper;
+    static RegistryFiles& files = *new RegistryFiles;
+    return files;
 }
 
-bool SameContents(const struct stat& a, const struct stat& b)
+std::string StampOf(const struct stat& info)
 {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+    std::string stamp;
+    for (const auto number : {static_cast<uint64_t>(info.st_dev), static_cast<uint64_t>(info.st_ino), static_cast<uint64_t>(info.st_size),
+                              static_cast<uint64_t>(info.st_mtim.tv_sec), static_cast<uint64_t>(info.st_mtim.tv_nsec)})
+        stamp += std::to_string(number) + ' ';
+    return stamp;
 }
 
-bool ReadAll(int fd, std::string& bytes)
-{
-    char piece[16 * 1024];
-    while (bytes.size() <= kLargestRegistryFile) {
-        const ssize_t got = read(fd, piece, sizeof(piece));
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return false;
-        if (got == 0) return true;
-        bytes.append(piece, static_cast<size_t>(got));
-    }
-    return false;
-}
-
+// Whether the last change lies far enough behind for a later one to have another time.
 bool IsSettled(const struct stat& info)
 {
     timespec now{};
@@ -93,37 +70,31 @@ bool IsSettled(const struct stat& info)
     return (now.tv_sec - info.st_mtim.tv_sec) * 1'000'000'000 + (now.tv_nsec - info.st_mtim.tv_nsec) > kYoungNanoseconds;
 }
 
-KeptFile Load(const std::string& path, int fd, const struct stat& info, const KeptFile* before)
+RegistryRead ReadFileAt(const std::string& path, RegistryBytes& into)
 {
-    KeptFile file{path, info, IsSettled(info), nullptr};
-    std::string bytes;
-    RegistryContents contents = ReadAll(fd, bytes) ? ParseRegistryFile(bytes) : UnreadableRegistryFile();
-    // Once a content: a file that is read again because it is young is not reported again.
-    if (contents.fault && !(before && SameContents(before->info, info))) ReportRegistryFault(path, *contents.fault);
-    file.keys = std::make_shared<const RegistryKeys>(std::move(contents.keys));
-    return file;
+    const Descriptor opened(OpenFile(path.c_str(), O_RDONLY));
+    if (!opened.IsOpen()) return errno == ENOENT || errno == ENOTDIR ? RegistryRead::Absent : RegistryRead::Refused;
+    struct stat info = {};
+    if (fstat(opened.Get(), &info) != 0) return RegistryRead::Refused;
+    if (!S_ISREG(info.st_mode)) return RegistryRead::Absent;
+    if (IsSettled(info)) into.stamp = StampOf(info);
+    char piece[16 * 1024];
+    while (into.bytes.size() <= kLargestRegistryFile) {
+        const ssize_t got = read(opened.Get(), piece, sizeof(piece));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return RegistryRead::Refused;
+        if (got == 0) break;
+        into.bytes.append(piece, static_cast<size_t>(got));
+    }
+    return RegistryRead::Done;
 }
 
-// The keys of a file as it is now; null when there is none.
-std::shared_ptr<const RegistryKeys> KeysOf(const std::string& path)
+std::shared_ptr<const RegistryKeys> ReadKeys(const std::string& path)
 {
-    if (path.empty()) return nullptr;
-    Keeper& keeper = TheKeeper();
-    std::lock_guard<std::mutex> hold(keeper.lock);
-    const auto kept = std::find_if(keeper.files.begin(), keeper.files.end(), [&](const KeptFile& file) { return file.path == path; });
+    if (path.empty()) return std::make_shared<const RegistryKeys>();
     struct stat info = {};
-    if (kept != keeper.files.end() && kept->settled && stat(path.c_str(), &info) == 0 && SameContents(info, kept->info)) return kept->keys;
-
-    const Descriptor opened(OpenFile(path.c_str(), O_RDONLY));
-    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return nullptr;
-    KeptFile loaded = Load(path, opened.Get(), info, kept != keeper.files.end() ? &*kept : nullptr);
-    if (kept != keeper.files.end()) {
-        *kept = std::move(loaded);
-        return kept->keys;
-    }
-    if (keeper.files.size() == kFilesKept) keeper.files.erase(keeper.files.begin());
-    keeper.files.push_back(std::move(loaded));
-    return keeper.files.back().keys;
+    const std::string stamp = stat(path.c_str(), &info) == 0 ? StampOf(info) : std::string();
+    return TheFiles().KeysOf(path, stamp, [&](RegistryBytes& into) { return ReadFileAt(path, into); });
 }
 
 struct KeyObject : HandleObject {
@@ -177,8 +148,7 @@ LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD, REGSAM, PHKEY opened)
     if (!Place(key, root, path)) return Status(ERROR_INVALID_HANDLE);
     const bool isRoot = RootOf(key) != nullptr && (!subKey || !*subKey);
     AppendRegistryPath(path, subKey ? subKey : "");
-    std::shared_ptr<const RegistryKeys> keys = KeysOf(FileOf(*root));
-    if (!keys) keys = std::make_shared<const RegistryKeys>();
+    std::shared_ptr<const RegistryKeys> keys = ReadKeys(FileOf(*root));
     if (!isRoot && !HasRegistryKey(*keys, path)) return Status(ERROR_FILE_NOT_FOUND);
     *opened = MakeHandle(std::make_unique<KeyObject>(*root, std::move(path), std::move(keys)));
     return Status(*opened ? ERROR_SUCCESS : ERROR_TOO_MANY_OPEN_FILES);

@@ -1,18 +1,18 @@
 // Settings: the system's registry, or the files in regedit's format that VELMORA_REGISTRY (local machine) and
 // VELMORA_USER_REGISTRY (current user) name, for tests and for several stores on one machine.
 //
-// A file is read whenever a key is opened, so a value changed on disk is seen by the next open.
+// A file is read whenever a key is opened, so a value changed on disk is seen by the next open. One that is there and cannot
+// be read has the values that were read last (RegistryReading.h).
 #define VELMORA_PLATFORM_BELOW_THE_SEAM
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 
-#include "platform/shared/RegistryFile.h"
+#include "platform/shared/RegistryReading.h"
 #include "platform/win32.h"
 
 namespace velmora::platform {
@@ -52,7 +52,6 @@ struct FileKey {
 struct FileKeys {
     std::mutex lock;
     std::map<HKEY, std::shared_ptr<FileKey>> open;
-    std::map<std::string, std::string> reported;  // file, and the content whose fault was told
 };
 
 FileKeys& TheFileKeys()
@@ -69,23 +68,49 @@ std::shared_ptr<FileKey> FileKeyOf(HKEY key)
     return found != keys.open.end() ? found->second : nullptr;
 }
 
-std::shared_ptr<const RegistryKeys> ReadKeys(const std::string& file)
+RegistryFiles& TheFiles()
 {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::make_shared<const RegistryKeys>();
-    std::string bytes;
-    char piece[16 * 1024];
-    while (bytes.size() <= kLargestRegistryFile && (in.read(piece, sizeof(piece)), in.gcount() > 0))
-        bytes.append(piece, static_cast<size_t>(in.gcount()));
-    RegistryContents contents = bytes.size() > kLargestRegistryFile ? UnreadableRegistryFile() : ParseRegistryFile(bytes);
-    if (contents.fault) {
-        FileKeys& keys = TheFileKeys();
-        std::lock_guard<std::mutex> hold(keys.lock);
-        std::string& told = keys.reported[file];
-        if (told != bytes) ReportRegistryFault(file, *contents.fault);
-        told = bytes;
+    static RegistryFiles& files = *new RegistryFiles;
+    return files;
+}
+
+struct FileCloser {
+    using pointer = HANDLE;
+    void operator()(HANDLE file) const
+    {
+        if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
     }
-    return std::make_shared<const RegistryKeys>(std::move(contents.keys));
+};
+
+RegistryRead WhyNotOpened(const std::string& path)
+{
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return RegistryRead::Absent;
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    const bool isDirectory = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return isDirectory ? RegistryRead::Absent : RegistryRead::Refused;
+}
+
+RegistryRead ReadBytes(const std::string& path, std::string& bytes)
+{
+    // Everything is shared: whoever is about to move this file, or another one here, holds it with the right to delete it.
+    const std::unique_ptr<HANDLE, FileCloser> file(CreateFileA(path.c_str(), GENERIC_READ,
+                                                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE) return WhyNotOpened(path);
+    char piece[16 * 1024];
+    while (bytes.size() <= kLargestRegistryFile) {
+        DWORD got = 0;
+        if (!ReadFile(file.get(), piece, sizeof(piece), &got, nullptr)) return RegistryRead::Refused;
+        if (got == 0) break;
+        bytes.append(piece, got);
+    }
+    return RegistryRead::Done;
+}
+
+std::shared_ptr<const RegistryKeys> ReadKeys(const std::string& path)
+{
+    return TheFiles().KeysOf(path, {}, [&](RegistryBytes& into) { return ReadBytes(path, into.bytes); });
 }
 
 LSTATUS OpenInFile(FileKey place, bool always, LPCSTR subKey, PHKEY opened)

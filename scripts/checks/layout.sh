@@ -56,7 +56,7 @@ type_traits typeindex typeinfo unordered_map unordered_set utility valarray vari
 assert.h ctype.h float.h inttypes.h limits.h locale.h math.h setjmp.h stdalign.h stdarg.h stdbool.h stddef.h stdint.h stdio.h
 stdlib.h string.h time.h uchar.h wchar.h wctype.h'
 # Of the packages that tests, benchmarks and fuzz targets are built with.
-package_headers='gtest/gtest.h gmock/gmock.h benchmark/benchmark.h nlohmann/json.hpp pugixml.hpp fuzzer/FuzzedDataProvider.h'
+package_headers='gtest/gtest.h gmock/gmock.h benchmark/benchmark.h nlohmann/json.hpp pugixml.hpp libxml/parser.h libxml/tree.h fuzzer/FuzzedDataProvider.h'
 
 # foreign_includes HEADER...: FILE:LINE: TEXT for every include in the files on standard input that is neither one of these nor
 # the language's own nor of this tree.

@@ -1,7 +1,9 @@
-// Settings of the system's own registry: what stands there when the environment names no file.
+// Settings of the system's own registry: what stands there when the environment names no file. And files that somebody
+// else holds.
 #include <string>
 
 #include "tests/platform/SettingsFiles.h"
+#include "tests/support/FakeClock.h"
 
 namespace velmora::test {
 
@@ -67,6 +69,33 @@ TEST_F(WindowsRegistry, TheSystemSeesAChangeAtOnce)
     EXPECT_EQ(RegSetValueExA(key, "Number", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number)), kSuccess);
     EXPECT_EQ(NumberAt(HKEY_CURRENT_USER, path_.c_str(), "Number"), 12u);
     EXPECT_EQ(RegCloseKey(key), kSuccess);
+}
+
+using WindowsSettingsFile = SettingsFiles;
+
+TEST_F(WindowsSettingsFile, OneThatSomebodyHoldsForAMomentIsReadBehindAWait)
+{
+    WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:1\r\n");
+    EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 1u);
+    WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:12\r\n");
+    FakeClock clock;
+    Opened held(CreateFileA(At("machine.reg").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held.IsOpen());
+    EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 1u) << "it was read last with this value";
+    EXPECT_EQ(clock.Sleeps().size(), 4u);
+    clock.onSleep = [&](size_t) { held.Close(); };
+    EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 0x12u);
+    EXPECT_EQ(clock.Sleeps().size(), 5u);
+}
+
+TEST_F(WindowsSettingsFile, OneThatIsAboutToBeMovedOrWrittenIsReadAtOnce)
+{
+    WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:1\r\n");
+    FakeClock clock;
+    const Opened held(CreateFileA(At("machine.reg").c_str(), DELETE | GENERIC_WRITE, kShareWithDelete, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held.IsOpen());
+    EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 1u);
+    EXPECT_TRUE(clock.Sleeps().empty());
 }
 
 }  // namespace

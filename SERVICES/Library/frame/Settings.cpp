@@ -52,6 +52,7 @@ struct CachedWord {
     std::atomic<uint32_t> value{kNotRead};
 };
 constinit CachedWord cachedWords[kSettingCount];
+constinit CachedWord cachedXmlVersion;
 
 // The stored bytes, whatever their type says; false when key or value is missing or longer than `size`.
 bool ReadValue(const char* key, const char* name, void* data, uint32_t& size)
@@ -100,8 +101,23 @@ uint32_t SettingValue(Setting setting)
     return value;
 }
 
+uint32_t XmlVersion()
+{
+    constexpr uint32_t kLongestText = 64;
+    const uint32_t cached = cachedXmlVersion.value.load(std::memory_order_relaxed);
+    if (cached != kNotRead) return cached;
+
+    std::string text;
+    ReadSettingText(kStoreProviderKey, "XML Version", text, kLongestText);
+    const char first = text.empty() ? '\0' : text.front();
+    const uint32_t version = first == '4' ? 4 : first == '6' ? 6 : 3;
+    cachedXmlVersion.value.store(version, std::memory_order_relaxed);
+    return version;
+}
+
 void ForgetCachedSettings()
 {
+    cachedXmlVersion.value.store(kNotRead, std::memory_order_relaxed);
     for (CachedWord& word : cachedWords) word.value.store(kNotRead, std::memory_order_relaxed);
 }
 

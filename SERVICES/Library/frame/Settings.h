@@ -40,6 +40,8 @@ enum class Setting : uint32_t {
 uint32_t SettingValue(Setting setting);
 // A boolean setting is on only when its value is exactly 1.
 inline bool SettingIsOn(Setting setting) { return SettingValue(setting) == 1; }
+// The version of the document facility that is asked for, "XML Version": 3, 4 or 6. Cached like the others.
+uint32_t XmlVersion();
 // Forgets all cached values, as a restart of the service would. For tests.
 void ForgetCachedSettings();
 

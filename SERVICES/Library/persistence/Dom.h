@@ -10,13 +10,14 @@
 namespace velmora {
 
 // What GetDOMInstance prints when no document can be made, whoever asks for it.
-inline constexpr char kNoDomText[] =
-    "Velmora Folder Indexing Library is not compatible with the version of XML installed on this computer";
+inline constexpr char kNoDomText[] = "Velmora Folder Indexing Library is not compatible with the version of XML installed on this computer";
 
 // A new document, or null. The setting "XML Version" is read once a process: "4" and "6" are versions that are not there and
 // give null without a word. A document that cannot be made for another reason is reported to the event log, and `failureText`
 // and a line end are printed.
 std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText);
+// The same with another way to make the document.
+std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText, std::unique_ptr<platform::XmlDocument> (*make)());
 
 // The document, or ComError E_POINTER for null: what the use of a document that is not there amounts to.
 platform::XmlDocument& Needed(const std::unique_ptr<platform::XmlDocument>& document);
