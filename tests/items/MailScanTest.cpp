@@ -412,6 +412,8 @@ TEST_F(MailScan, AnOverflowIsNotSavedAndMarksTheFolder)
 TEST_F(MailScan, WhatCannotBeSavedMarksTheFolder)
 {
     store_.SetNumber("Use XML Stream Index Serialisation", 0);
+    // A version that is not there.
+    store_.SetText("XML Version", "4", "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers\\Store");
     ForgetCachedSettings();
     Deliver("a.MAI");
     EXPECT_EQ(Scan(), 1u);

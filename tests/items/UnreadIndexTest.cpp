@@ -8,6 +8,9 @@
 namespace velmora::test {
 namespace {
 
+// With "6" under it no document can be made.
+constexpr char kProviderKey[] = "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers\\Store";
+
 // Two messages are known, the first with a flag, and one is new.
 class UnreadIndex : public MailScan {
 protected:
@@ -87,6 +90,7 @@ TEST_F(UnreadIndex, ThatFailsWhileItIsReadIsLeftAlone)
 TEST_F(UnreadIndex, ThatTheSettingsLeaveWithoutAReaderIsLeftAlone)
 {
     store_.SetNumber("Use XML Stream Index Deserialisation", 0);
+    store_.SetText("XML Version", "6", kProviderKey);
     ForgetCachedSettings();
     ExpectLeftAlone(Scan());
     store_.SetNumber("Use XML Stream Index Deserialisation", 1);
@@ -97,6 +101,7 @@ TEST_F(UnreadIndex, ThatTheSettingsLeaveWithoutAReaderIsLeftAlone)
 TEST_F(UnreadIndex, WithNoReaderAFlaggedLoadLeavesTheFileAndTheFlag)
 {
     store_.SetNumber("Use XML Stream Index Deserialisation", 0);
+    store_.SetText("XML Version", "6", kProviderKey);
     WriteFileBytes(folder_ / "_CHANGE.DTY", "");
     IndexLoadArguments arguments;
     arguments.FolderPath = Path();

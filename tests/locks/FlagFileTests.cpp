@@ -1,10 +1,13 @@
 #include "locks/FlagFiles.h"
 
+#include <new>
 #include <string>
 #include <vector>
 
 #include "frame/ProcessState.h"
 #include "tests/locks/LocksFixture.h"
+#include "tests/support/OpenHandles.h"
+#include "tests/support/memory/Allocations.h"
 
 namespace velmora::test {
 namespace {
@@ -214,6 +217,36 @@ TEST_F(FlagFiles, WithoutDirtyTrackingEveryFolderNeedsAScan)
     EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"})) << "the flag is taken all the same";
     EXPECT_TRUE(StoreIndex_FolderNeedsScan(folder.string().c_str()));
+}
+
+// Each allocation fails once: the flag is gone only when the answer says so.
+TEST_F(FlagFiles, WithoutMemoryNoFlagIsLostAndNoSearchLeftOpen)
+{
+    PutIndex();
+    const std::string path = folder.string();
+    const size_t open = CountOpenHandles();
+    uint32_t failures = 0;
+    for (uint32_t n = 1;; ++n) {
+        ASSERT_LT(n, 200u);
+        WriteFileBytes(folder / "_CHANGE.DTY", "");
+        WriteFileBytes(folder / "_CHANGE.TKN", "");
+        bool told = false;
+        uint32_t hits = 0;
+        {
+            const AllocationFault fault(n, FaultSpan::Once);
+            try {
+                told = StoreIndex_FolderNeedsScan(path.c_str());
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+            hits = AllocationFault::Hits();
+        }
+        EXPECT_EQ(CountOpenHandles(), open) << n;
+        EXPECT_TRUE(told || (FileExists(folder / "_CHANGE.DTY") && FileExists(folder / "_CHANGE.TKN"))) << n;
+        if (hits == 0) break;
+    }
+    EXPECT_GT(failures, 2u);
+    EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
 }
 
 TEST_F(FlagFiles, CachedTransactionsAreOffByDefault)

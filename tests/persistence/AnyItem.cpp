@@ -68,32 +68,32 @@ std::string AnyValueOf(std::string_view column, Choices& choices)
 
 const std::vector<std::string>& WrittenColumns()
 {
-    static const std::vector<std::string> columns = {"SUBJECT",
-                                                     "TO",
-                                                     "FLAGSTATUS",
-                                                     "SIZE",
-                                                     "READ",
-                                                     "VL_STATUS",
-                                                     "X-Column",
-                                                     "a lower-case column",
-                                                     "self-closed/",
-                                                     "a<b",
-                                                     "a=\"b\"",
-                                                     "&amp;",
-                                                     "\xC3\x84nderung",
-                                                     "line\r\nend",
-                                                     std::string("z\0ro", 4),
-                                                     " ",
-                                                     "ID ",
-                                                     "BASE",
-                                                     std::string(kLongestColumn, 'n')};
+    static const std::vector<std::string> columns = {"SUBJECT",     "TO",
+                                                     "FLAGSTATUS",  "SIZE",
+                                                     "READ",        "VL_STATUS",
+                                                     "X-Column",    "a lower-case column",
+                                                     "a<b",         "a=\"b\"",
+                                                     "&amp;",       "\xC3\x84nderung",
+                                                     "line\r\nend", std::string("z\0ro", 4),
+                                                     " ",           "ID ",
+                                                     "BASE",        std::string(kLongestColumn, 'n')};
     return columns;
 }
 
 const std::vector<std::string>& UnwrittenColumns()
 {
-    static const std::vector<std::string> columns = {
-        "", "/SUBJECT", "a>b", "ELEMENT", "ELEMENTS", "BASEELEMENT", "BASEELEMENT X", ">", std::string(kLongestColumn + 1, 'n')};
+    static const std::vector<std::string> columns = {"",
+                                                     "/SUBJECT",
+                                                     "self-closed/",
+                                                     "!x",
+                                                     "?x",
+                                                     "a>b",
+                                                     "ELEMENT",
+                                                     "ELEMENTS",
+                                                     "BASEELEMENT",
+                                                     "BASEELEMENT X",
+                                                     ">",
+                                                     std::string(kLongestColumn + 1, 'n')};
     return columns;
 }
 

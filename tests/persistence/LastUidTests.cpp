@@ -231,6 +231,18 @@ TEST_F(LastUid, ARestoredBackupOfAnotherFormKeepsItsForm)
     }
 }
 
+TEST_F(LastUid, ARestoredBackupBehindADeclarationGetsTheNumberToo)
+{
+    StreamXMLStoreIndexSerialiser serialiser;
+    const std::string declaration = "<?xml version=\"1.0\"?>\n<!-- > -->";
+    const std::string rest = Element("1.MAI", 4) + kRootEnd;
+    Write("_index.xml", kDamaged);
+    Write("_index.xml.bak", declaration + "<BASEELEMENT LASTUID=\"4\">" + rest);
+    EXPECT_TRUE(serialiser.RestoreBackup(Folder()));
+    EXPECT_EQ(Read("_index.xml"), declaration + "<BASEELEMENT LASTUID=\"0x0000001f\">" + rest);
+    EXPECT_EQ(LastUidToldBy(Read("_index.xml")), kGiven);
+}
+
 TEST_F(LastUid, ANumberThatLeavesNoUidIsNotHandedOn)
 {
     StreamXMLStoreIndexSerialiser serialiser;
@@ -323,6 +335,21 @@ TEST(HeaderBytes, OfADamagedFileOnlyTheWritersHeaderIsBelieved)
     EXPECT_EQ(LastUidOfHeader(""), 0u);
 }
 
+TEST(HeaderBytes, OfADamagedDocumentOnlyTheHeadersThatAreWrittenAreBelieved)
+{
+    for (const char* head :
+         {"<BASEELEMENT LASTUID=\"42\"><ELEMENT ID", "<BASEELEMENT LASTUID=\"42\"/>", "<BASEELEMENT LASTUID=\"x0000002a\"/>",
+          "<BASEELEMENT LASTUID=\"0x0000002a\">", "<?xml version=\"1.0\"?>\r\n<!-- c -->\n<BASEELEMENT LASTUID=\"42\">"})
+        EXPECT_EQ(LastUidToldBy(head), 42u) << head;
+    EXPECT_EQ(LastUidToldBy("<BASEELEMENT LASTUID=\"3000000000\">"), 3000000000u);
+    EXPECT_EQ(LastUidToldBy(Header(42)), 42u);
+    for (const char* head : {"<BASEELEMENT LASTUID=\"042\">", "<BASEELEMENT LASTUID=\"42 \">", "<BASEELEMENT LASTUID='42'>",
+                             "<BASEELEMENT  LASTUID=\"42\">", "<BASEELEMENT LASTUID=\"x2a\">", "<BASEELEMENT LASTUID=\"0x0000002A\">",
+                             "<BASEELEMENT LASTUID=\"-42\">", "<BASEELEMENT LASTUID=\"4294967295\">",
+                             "<BASEELEMENT LASTUID=\"0xffffffff\">", "<BASEELEMENT LASTUID=\"42", "<ROOT LASTUID=\"42\">"})
+        EXPECT_EQ(LastUidToldBy(head), 0u) << head;
+}
+
 TEST(HeaderBytes, OfASoundFileAnyRootTagIsBelieved)
 {
     EXPECT_EQ(LastUidOfRoot(Header(31)), 31u);
@@ -330,6 +357,8 @@ TEST(HeaderBytes, OfASoundFileAnyRootTagIsBelieved)
     EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"31\"><ELEMENT ID=\"a\">"), 31u);
     EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"x1f\"/>"), 31u);
     EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"-5\">"), 0u);
+    EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"3000000000\">"), 3000000000u);
+    EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"4294967295\">"), 0u);
     EXPECT_EQ(LastUidOfRoot("<BASEELEMENT><ELEMENT LASTUID=\"31\">"), 0u);
     EXPECT_EQ(LastUidOfRoot("<BASEELEMENT LASTUID=\"31\""), 0u);
     EXPECT_EQ(LastUidOfRoot("<other LASTUID=\"31\">"), 0u);

@@ -73,6 +73,12 @@ private:
     size_t at_ = 0;
 };
 
+// Replaces from left to right, going on right behind each byte put in place.
+void ReplaceAll(std::string& text, const std::string& what, char by)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) text.replace(at, what.size(), 1, by);
+}
+
 bool ReadLastUid(std::string_view tag, uint32_t& lastUid)
 {
     const std::string_view attribute = "LASTUID=\"";
@@ -271,9 +277,15 @@ private:
     }
 
     // False when the element is to be skipped.
-    bool Attribute(const std::string& name, const std::string& value, bool& idSeen)
+    bool Attribute(const std::string& name, std::string value, bool& idSeen)
     {
         if (name == "ID") idSeen = true;
+        // A document of the old form has references here as well.
+        if (!newFormat_) {
+            ReplaceAll(value, "&quot;", '"');
+            ReplaceAll(value, "&apos;", '\'');
+            value = PlainDecode(value);
+        }
         if (name == "UID" && newFormat_) {
             // Without a sign, as UIDs are everywhere: a folder whose UIDs have passed 2^31 is in order too.
             const uint32_t uid = static_cast<uint32_t>(PlainLong(value));
@@ -392,12 +404,6 @@ private:
     uint32_t position_ = 0;
     uint32_t tagStart_ = 0;
 };
-
-// Replaces from left to right, going on right behind each byte put in place.
-void ReplaceAll(std::string& text, const std::string& what, char by)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) text.replace(at, what.size(), 1, by);
-}
 
 }  // namespace
 

@@ -271,7 +271,7 @@ TEST(StreamReader, LastUidHasThreeForms)
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"0x1f\"", RootForm::Old), 31u);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"0\"", RootForm::Old), 0u);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"123\"", RootForm::Old), 123u);
-    EXPECT_EQ(read("BASEELEMENT LASTUID=\"4294967295\"", RootForm::Old), 0x7FFFFFFFu);
+    EXPECT_EQ(read("BASEELEMENT LASTUID=\"4294967295\"", RootForm::Old), 0xFFFFFFFFu);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"nonsense\"", RootForm::Old), 0u);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"X1f\"", RootForm::Old), 0u);
 }

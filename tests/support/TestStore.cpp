@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <random>
@@ -84,8 +85,11 @@ TestStore::TestStore()
 {
     std::filesystem::create_directory(MailRoot());
     SetText("Mail Root", MailRoot().string());
-    SetNumber("Use XML Stream Index Deserialisation", 1);
-    SetNumber("Use XML Stream Index Serialisation", 1);
+    // By the flat form, unless the run says otherwise: reader and writer, as in "document-stream".
+    const char* const given = std::getenv("VELMORA_TEST_INDEX");
+    const std::string_view strategies = given ? given : "stream-stream";
+    if (!strategies.starts_with("document-")) SetNumber("Use XML Stream Index Deserialisation", 1);
+    if (!strategies.ends_with("-document")) SetNumber("Use XML Stream Index Serialisation", 1);
 }
 
 TestStore::~TestStore()

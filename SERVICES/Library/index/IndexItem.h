@@ -54,6 +54,9 @@ public:
     bool GetInto(std::string_view name, char* buffer, size_t size) const;
 
     std::string_view Id() const { return View(IndexPropertyRef{kIdSlot, 0}); }
+    // Values up to the highest slot in use, and those that there is memory for.
+    uint32_t Width() const { return Values.Count(); }
+    uint32_t Room() const { return Values.Room(); }
     uint32_t Uid() const { return static_cast<uint32_t>(GetNumber(IndexPropertyRef{kUidSlot, 1})); }
 
     void SetText(std::string_view name, std::string_view value) { SetText(IndexPropertyTable::LookUp(name), value); }

@@ -16,7 +16,8 @@ bool RequiresFullLoad();
 // is set, the folder's block file is taken for the load, with one attempt, which needs an owner.
 bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level);
 
-// The same with the level raised to what the configured writer needs.
+// The same with the level raised to what the configured writer needs, and, where that is every item of a file,
+// with no selection.
 bool OpenIndexForLoad(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level);
 
 // Writes the table to `folderPath`; 1 when the file is good afterwards, which also clears FirstDirtyUID and

@@ -105,6 +105,12 @@ void CountItem(const IndexItemPropertyContainer& item, IndexPropertyRef flagStat
 
 }  // namespace
 
+bool IsFileOfLoad(const SORTEDSTOREINDEXTYPE& table, const FileStamp& stamp)
+{
+    if (stamp.lastWrite != table.IndexFileTime) return false;
+    return (table.Content && table.Content->ReadAsDocument) || static_cast<uint32_t>(stamp.size) == table.IndexFileSize;
+}
+
 IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table)
 {
     if (!table.Content) table.Content = new IndexTableContent;

@@ -12,6 +12,7 @@
 #include <functional>
 #include <vector>
 
+#include "common/FileStream.h"
 #include "index/IdOrder.h"
 #include "index/IndexItem.h"
 #include "index/SelectionSet.h"
@@ -36,9 +37,17 @@ struct IndexTableContent {
     bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
     bool DamagedFile = false;  // a reader found faults; an item in whose element there was one has the offset 0
     bool ScanUnread = false;   // a scan for a record could not read something now: its caller marks the folder dirty
-    bool DoubledIds = false;   // the file holds elements whose ID another one bears; the first of them is the item
+    // The file was read as a document, to its end or to the fault in it. Nobody noted its size, nor where its elements stand (kPlaceUnknown).
+    bool ReadAsDocument = false;
+    bool DoubledIds = false;  // the file holds elements whose ID another one bears; the first of them is the item
     std::vector<StepAfterSave> StepsAfterSave;
 };
+
+// The FileOffset of an item that is in the file, at a place that nobody noted.
+inline constexpr uint32_t kPlaceUnknown = UINT32_MAX;
+
+// Whether a file with that stamp is still the one that the table was loaded from.
+bool IsFileOfLoad(const SORTEDSTOREINDEXTYPE& table, const FileStamp& stamp);
 
 // The content of a table, made at its first use.
 IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table);

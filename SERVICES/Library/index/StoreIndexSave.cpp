@@ -170,8 +170,7 @@ bool DropDoubledElements(STOREINDEXTYPE& index)
     const RecordBlock block(index);
     if (!block.Held()) return true;
     // What came between the load and the block is in the file alone.
-    const FileStamp stamp = ReadFileStamp(IndexFilePath(index.Path, index.IndexKind));
-    if (stamp.lastWrite != index.Table.IndexFileTime || static_cast<uint32_t>(stamp.size) != index.Table.IndexFileSize) return true;
+    if (!IsFileOfLoad(index.Table, ReadFileStamp(IndexFilePath(index.Path, index.IndexKind)))) return true;
     index.Table.RewriteRequired = 1;
     if (SaveIndex(index.Table, index.Path, index.IndexKind) == 0) {
         // The table in memory is whole, whatever became of the file.

@@ -6,6 +6,7 @@
 
 #include "locks/BlockFile.h"
 #include "velmora/index_records.h"
+#include "velmora/locks.h"
 
 namespace velmora {
 
@@ -56,6 +57,8 @@ public:
     HeldBlock(const HeldBlock&) = delete;
     HeldBlock& operator=(const HeldBlock&) = delete;
 
+    // One attempt, no wait.
+    [[nodiscard]] bool Try() { return WaitForAccessToIndexFileEx(path_.text, 1, &handle_) == 1; }
     // The wait of an open; false when the block was not to be had.
     [[nodiscard]] bool Wait() { return WaitForIndexBlock(path_.text, handle_) == BlockWait::Held; }
     // Once; later calls do nothing and answer Gone.

@@ -9,6 +9,7 @@
 #include "frame/Logging.h"
 #include "frame/Settings.h"
 #include "index/CachedDetails.h"
+#include "index/DirectorySize.h"
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
 #include "index/ItemBackend.h"
@@ -66,9 +67,11 @@ private:
 };
 
 // Behind a load: whether a file is there that was not seen to its end, so that it may be a good one. A reader notes the last
-// write when it is through with the file; one that could not open the file took it for an empty one.
+// write when it is through with the file; one that could not open the file took it for an empty one. A reader of documents
+// notes that it had all the bytes, also when they are no document.
 bool IndexIsUnread(const SORTEDSTOREINDEXTYPE& table, const std::string& path, bool loaded)
 {
+    if (table.Content && table.Content->ReadAsDocument) return false;
     if (table.IndexFileTime != 0 && (loaded || FileStream().OpenRead(path))) return false;
     return FileManagement::MayExist(path);
 }
@@ -283,7 +286,7 @@ ReconcileResult ReconcileMessages(SORTEDSTOREINDEXTYPE& table, const std::string
 
 uint64_t WriteDirectorySize(const std::string& folderPath, int32_t kilobytes)
 {
-    const std::string path = folderPath + "\\_DIRSIZE.TMP";
+    const std::string path = folderPath + "\\" + kDirectorySizeFile;
     FileStream file;
     if (!file.OpenTruncate(path)) return 1;
     file.Write(FormatSigned(kilobytes));

@@ -33,17 +33,36 @@ bool WriteFlag(const std::string& path, std::string_view text)
     return true;
 }
 
-// Deletes every file that bears the name; true when there was one.
-bool TakeFlag(const char* folderPath, const char* name)
-{
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(FlagPath(folderPath, name).c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return false;
-    do DeleteFileA(FlagPath(folderPath, ("\\" + std::string(found.cFileName)).c_str()).c_str());
-    while (FindNextFileA(search, &found));
-    FindClose(search);
-    return true;
-}
+// A flag that is to be taken away. The memory for that is had beforehand: with a flag gone and its taker stopped for want of
+// memory, nobody would know of it.
+class FlagToTake {
+public:
+    FlagToTake(const char* folderPath, const char* name)
+        : pattern_(FlagPath(folderPath, name)), path_(FlagPath(folderPath, "\\")), directoryLength_(path_.size())
+    {
+        path_.reserve(directoryLength_ + sizeof WIN32_FIND_DATAA::cFileName);
+    }
+
+    // Deletes every file that bears the name; true when there was one.
+    bool Take()
+    {
+        WIN32_FIND_DATAA found;
+        const HANDLE search = FindFirstFileA(pattern_.c_str(), &found);
+        if (search == INVALID_HANDLE_VALUE) return false;
+        do {
+            path_.resize(directoryLength_);
+            path_ += found.cFileName;
+            DeleteFileA(path_.c_str());
+        } while (FindNextFileA(search, &found));
+        FindClose(search);
+        return true;
+    }
+
+private:
+    std::string pattern_;
+    std::string path_;
+    size_t directoryLength_;
+};
 
 bool FileIsThere(const std::string& path)
 {
@@ -119,11 +138,14 @@ bool StoreIndex_FolderNeedsScan(const char* folderPath)
     ClearCachedTransactions(folderPath);
     // Kept: the flag goes before the scan that it asks for, so that one set while the scan runs asks for another. A scan that
     // fails sets it again; when the process dies, the scan stays undone until the next flag.
-    const bool taken = TakeFlag(folderPath, kTakenFlag);
-    const bool flagged = TakeFlag(folderPath, kChangeFlag) || taken;
+    FlagToTake left(folderPath, kTakenFlag);
+    FlagToTake flag(folderPath, kChangeFlag);
+    const std::string index = FlagPath(folderPath, kIndexName);
+    const bool taken = left.Take();
+    const bool flagged = flag.Take() || taken;
     if (Switches().DirtyTrackingEnabled == 0 || flagged) return true;
     // A folder that was never indexed is scanned once.
-    return !FileIsThere(FlagPath(folderPath, kIndexName));
+    return !FileIsThere(index);
 }
 
 }  // namespace velmora

@@ -5,6 +5,7 @@
 #ifndef VELMORA_PERSISTENCE_ELEMENTLAYOUT_H
 #define VELMORA_PERSISTENCE_ELEMENTLAYOUT_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +17,18 @@
 #include "persistence/IndexTags.h"
 
 namespace velmora {
+
+// The values that the next item gets room for: what the last ones used, so that its array need not grow. It comes back from an
+// item that was much wider than the others within a few of them.
+class ItemRoom {
+public:
+    uint32_t Next() const { return room_; }
+    void Used(uint32_t width) { room_ = std::max({kLeast, width, room_ - room_ / 4}); }
+
+private:
+    static constexpr uint32_t kLeast = 5;
+    uint32_t room_ = kLeast;
+};
 
 class ElementLayout {
 public:
@@ -48,11 +61,7 @@ public:
         if (next_ >= kMostProperties || name.size() > kLongestName) return;
         if (next_ == properties_.size()) properties_.emplace_back();
         properties_[next_++] = {"<" + std::string(name) + ">", "</" + std::string(name) + ">", ref};
-        if (ref.Slot >= 0 && static_cast<uint32_t>(ref.Slot) >= width_) width_ = static_cast<uint32_t>(ref.Slot) + 1;
     }
-
-    // Values that an item will need room for.
-    uint32_t Width() const { return width_; }
 
 private:
     static constexpr size_t kLookAhead = 4;
@@ -62,7 +71,6 @@ private:
 
     std::vector<Property> properties_;
     size_t next_ = 0;
-    uint32_t width_ = 5;
 };
 
 }  // namespace velmora

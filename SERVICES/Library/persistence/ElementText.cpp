@@ -13,14 +13,6 @@ namespace {
 constexpr IndexPropertyRef kIdRef{kIdSlot, 0};
 constexpr IndexPropertyRef kUidRef{kUidSlot, 1};
 
-// A name that a reader would take for something else, or would not find the end of, cannot be a child.
-bool FitsAsChild(std::string_view name)
-{
-    if (name == kIdx || name == kSeq || name == kUid || name == kId) return false;
-    return !name.empty() && name.size() < kLongestTag - 1 && name.front() != '/' && !name.starts_with(kRootTag) &&
-           !name.starts_with(kElementTag) && name.find('>') == std::string_view::npos;
-}
-
 void AppendStart(std::string& out, const IndexItemPropertyContainer& item)
 {
     out += "<ELEMENT";
@@ -33,6 +25,14 @@ void AppendStart(std::string& out, const IndexItemPropertyContainer& item)
 }
 
 }  // namespace
+
+bool FitsAsChild(std::string_view name)
+{
+    if (name == kIdx || name == kSeq || name == kUid || name == kId) return false;
+    return !name.empty() && name.size() < kLongestTag - 1 && std::string_view("/!?").find(name.front()) == std::string_view::npos &&
+           !name.ends_with('/') && !name.starts_with(kRootTag) && !name.starts_with(kElementTag) &&
+           name.find('>') == std::string_view::npos;
+}
 
 ElementFormatter::ElementFormatter()
 {

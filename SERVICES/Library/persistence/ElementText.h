@@ -10,6 +10,10 @@
 
 namespace velmora {
 
+// Whether a property of that name becomes a child of its item's element. A name that a reader would take for something else, or
+// would not find the end of, does not.
+bool FitsAsChild(std::string_view name);
+
 // Makes elements: <ELEMENT ID="..." UID="..."> and one child for each other property in ascending order of its name. The
 // order of the names is worked out once for all items of a save.
 class ElementFormatter {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "common/Text.h"
 
@@ -154,5 +155,13 @@ size_t DecodeEntitiesInPlace(char* text, size_t size)
 }
 
 void DecodeEntities(std::string& text) { text.resize(DecodeEntitiesInPlace(text.data(), text.size())); }
+
+// In front of the names that end in "&amp;", so that no "&" that it leaves is looked at.
+void DecodeAttribute(std::string& text)
+{
+    for (const auto& [name, byte] : {std::pair<std::string_view, char>{"&quot;", '"'}, {"&apos;", '\''}})
+        for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) text.replace(at, name.size(), 1, byte);
+    DecodeEntities(text);
+}
 
 }  // namespace velmora

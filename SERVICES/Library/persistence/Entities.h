@@ -18,7 +18,9 @@ void AppendEncoded(std::string& out, std::string_view text);
 // scan going on right behind the byte that it put in place. "&#" with no ";" behind it ends the decoding of references;
 // the text stays.
 void DecodeEntities(std::string& text);
-// The same in a buffer; returns the new length, which is never above `size`.
+// The same for an attribute of a document, whose writer has "&quot;" and "&apos;" too.
+void DecodeAttribute(std::string& text);
+// The decoding of entities in a buffer; returns the new length, which is never above `size`.
 size_t DecodeEntitiesInPlace(char* text, size_t size);
 
 }  // namespace velmora

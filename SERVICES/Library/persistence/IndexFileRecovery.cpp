@@ -29,12 +29,13 @@ bool CopyOver(const std::string& from, const std::string& to) { return CopyFileA
 
 std::string WholeCopyOf(const std::string& path) { return path + ".tmp"; }
 
-// The first 33 bytes, or as many as there are; none of a file that is missing. Nothing when it cannot be read now.
+// The first bytes, at least those of a header, or as many as there are; none of a file that is missing. Nothing when it cannot
+// be read now.
 std::optional<std::string> HeadOf(const std::string& path)
 {
     FileStream file;
     if (!file.OpenRead(path)) return NamesNothing(file.LastError()) ? std::optional<std::string>("") : std::nullopt;
-    std::string head(kHeaderSize, '\0');
+    std::string head(kLongestTag, '\0');
     head.resize(file.Read(head.data(), head.size()));
     return file.Bad() ? std::nullopt : std::optional(head);
 }
@@ -43,7 +44,7 @@ std::optional<std::string> HeadOf(const std::string& path)
 std::optional<uint32_t> LastUidPutAside(const std::string& folderPath)
 {
     const std::optional<std::string> head = HeadOf(DamagedPath(folderPath));
-    return head ? std::optional(LastUidOfHeader(*head)) : std::nullopt;
+    return head ? std::optional(LastUidToldBy(*head)) : std::nullopt;
 }
 
 // A file that ends within its header, as a death leaves the first save behind a quarantine, is nothing to keep: it does not
@@ -53,7 +54,7 @@ bool PutAside(const std::string& folderPath)
     const std::optional<std::string> head = HeadOf(IndexPath(folderPath));
     if (head && head->size() < kHeaderSize) {
         const std::optional<uint32_t> told = LastUidPutAside(folderPath);
-        if (!told || *told != 0) return told.has_value();
+        if (!told || *told > LastUidToldBy(*head)) return told.has_value();
     }
     return CopyOver(IndexPath(folderPath), DamagedPath(folderPath));
 }
@@ -65,11 +66,14 @@ bool RaiseLastUidOfOldForm(const std::string& path, uint32_t lastUid)
     constexpr std::string_view kBegin = "<BASEELEMENT";
     std::string bytes;
     if (!ReadWholeFile(path, bytes)) return false;
-    const size_t end = bytes.find('>');
-    if (!bytes.starts_with(kBegin) || end == std::string::npos || LastUidOfRoot(bytes) >= lastUid) return true;
+    const size_t begin = RootTagAt(bytes);
+    const size_t end = bytes.find('>', begin);
+    if (!std::string_view(bytes).substr(begin).starts_with(kBegin) || end == std::string::npos || LastUidOfRoot(bytes) >= lastUid)
+        return true;
     FileStream file;
     if (!file.OpenTruncate(path, FileStream::Sharing::None)) return false;
-    file.Write(std::string(kBegin) + " LASTUID=\"0x" + FormatHex8(lastUid) + "\"" + (bytes[end - 1] == '/' ? "/" : ""));
+    file.Write(bytes.substr(0, begin) + std::string(kBegin) + " LASTUID=\"0x" + FormatHex8(lastUid) + "\"" +
+               (bytes[end - 1] == '/' ? "/" : ""));
     file.Write(std::string_view(bytes).substr(end));
     return file.Close();
 }

@@ -1,6 +1,8 @@
 #include "persistence/IndexTags.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <string>
 
 #include "common/Text.h"
 #include "persistence/StreamIndexReader.h"
@@ -12,11 +14,56 @@ static_assert(kHeaderBegin.size() + kHeaderDigits + kHeaderEnd.size() == kHeader
 namespace {
 
 constexpr size_t kNone = std::string_view::npos;
+constexpr std::string_view kWhiteSpace = " \t\r\n";
 
 // As a search of C strings would: a start behind the end finds nothing.
 size_t Find(std::string_view text, char wanted, size_t from) { return from >= text.size() ? kNone : text.find(wanted, from); }
 
 std::string_view CutToTag(std::string_view text) { return text.substr(0, kLongestTag); }
+
+size_t EndOf(std::string_view text, std::string_view mark)
+{
+    const size_t at = text.find(mark);
+    return at == kNone ? kNone : at + mark.size();
+}
+
+// What may stand in front of a root tag: the mark of a coding, white space, a declaration, comments.
+std::string_view BehindProlog(std::string_view head)
+{
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (head.starts_with(kByteOrderMark)) head.remove_prefix(kByteOrderMark.size());
+    for (;;) {
+        head.remove_prefix(std::min(head.find_first_not_of(kWhiteSpace), head.size()));
+        size_t end = kNone;
+        if (head.starts_with("<!--"))
+            end = EndOf(head, "-->");
+        else if (head.starts_with("<?"))
+            end = EndOf(head, "?>");
+        if (end == kNone) return head;
+        head.remove_prefix(end);
+    }
+}
+
+// The text of LASTUID in the root tag that begins a file, in either sort of quotes; empty when there is none.
+std::string_view RootLastUid(std::string_view head)
+{
+    std::string_view rest = BehindProlog(head);
+    if (!rest.starts_with('<') || !rest.substr(1).starts_with(kRootTag)) return {};
+    rest.remove_prefix(1 + kRootTag.size());
+    rest = rest.substr(0, rest.find('>') == kNone ? 0 : rest.find('>'));
+    for (;;) {
+        rest.remove_prefix(std::min(rest.find_first_not_of(kWhiteSpace), rest.size()));
+        const size_t equals = rest.find('=');
+        if (equals == kNone) return {};
+        const std::string_view name = rest.substr(0, std::min(equals, rest.find_first_of(kWhiteSpace)));
+        const size_t open = rest.find_first_not_of(kWhiteSpace, equals + 1);
+        if (open == kNone || (rest[open] != '"' && rest[open] != '\'')) return {};
+        const size_t close = rest.find(rest[open], open + 1);
+        if (close == kNone) return {};
+        if (name == "LASTUID") return rest.substr(open + 1, close - open - 1);
+        rest.remove_prefix(close + 1);
+    }
+}
 
 bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
 
@@ -37,16 +84,43 @@ uint32_t LastUidOfHeader(std::string_view head)
     return lastUid == UINT32_MAX ? 0 : lastUid;
 }
 
+uint32_t LastUidOfDocumentHeader(std::string_view head)
+{
+    constexpr std::string_view kBegin = "<BASEELEMENT LASTUID=\"";
+    head = BehindProlog(head);
+    if (!head.starts_with(kBegin)) return 0;
+    const size_t end = head.find('"', kBegin.size());
+    if (end == kNone) return 0;
+    const std::string_view behind = head.substr(end + 1);
+    const std::string_view value = head.substr(kBegin.size(), end - kBegin.size());
+    if (!behind.starts_with('>') && !behind.starts_with("/>")) return 0;
+    const uint32_t lastUid = LastUidOfText(value);
+    const std::string digits = FormatHex8(lastUid);
+    const bool written = value == FormatSigned(lastUid) || value == "x" + digits || value == "0x" + digits;
+    return written && lastUid != UINT32_MAX ? lastUid : 0;
+}
+
 uint32_t LastUidOfRoot(std::string_view head)
 {
     if (IsWrittenHeader(head)) return LastUidOfHeader(head);
-    const size_t end = head.find('>');
-    if (!head.starts_with('<') || !head.substr(1).starts_with(kRootTag) || end == kNone) return 0;
-    uint32_t lastUid = 0;
-    ParseLastUID(head.substr(1, end - 1), lastUid);
-    // A number that no UID can be held at is no number that somebody gave.
-    return lastUid <= INT32_MAX ? lastUid : 0;
+    const std::string_view value = RootLastUid(head);
+    // A number below zero is none that somebody gave.
+    if (value.find('-') != kNone) return 0;
+    const uint32_t lastUid = LastUidOfText(value);
+    return lastUid == UINT32_MAX ? 0 : lastUid;
 }
+
+uint32_t LastUidToldBy(std::string_view head) { return std::max(LastUidOfHeader(head), LastUidOfDocumentHeader(head)); }
+
+size_t RootTagAt(std::string_view bytes) { return bytes.size() - BehindProlog(bytes).size(); }
+
+uint32_t LastUidOfText(std::string_view text)
+{
+    if (text.starts_with('x')) return ParseUnsigned(text.substr(1), 16);
+    return ParseUnsigned(text, text.starts_with('0') ? 16 : 10);
+}
+
+bool TellsLastUid(std::string_view head) { return !RootLastUid(head).empty(); }
 
 bool IsWrittenForm(std::string_view tag)
 {
@@ -85,12 +159,8 @@ RootForm ParseLastUID(std::string_view tagText, uint32_t& lastUid)
     const size_t end = Find(tagText, '"', begin + 1);
     if (end == kNone) return RootForm::Old;
     const std::string_view value = CutToTag(tagText.substr(begin, end - begin));
-    if (value.front() == 'x') {
-        lastUid = ParseUnsigned(value.substr(1), 16);
-        return RootForm::New;
-    }
-    lastUid = value.front() == '0' ? ParseUnsigned(value, 16) : static_cast<uint32_t>(ParseLong(value));
-    return RootForm::Old;
+    lastUid = LastUidOfText(value);
+    return value.front() == 'x' ? RootForm::New : RootForm::Old;
 }
 
 }  // namespace velmora

@@ -30,8 +30,19 @@ bool IsWrittenHeader(std::string_view bytes);
 //
 // Of a file that may be damaged nothing but the header that the writer makes is believed.
 uint32_t LastUidOfHeader(std::string_view head);
-// Of a sound file, any root tag that begins it.
+// The same of the headers that a document is written with, or a restored one gets, behind a declaration and comments too.
+uint32_t LastUidOfDocumentHeader(std::string_view head);
+// The same whoever wrote it.
+uint32_t LastUidToldBy(std::string_view head);
+// Of a sound file, any root tag that begins it, behind a declaration and comments too.
 uint32_t LastUidOfRoot(std::string_view head);
+// Whether such a root tag has a LASTUID.
+bool TellsLastUid(std::string_view head);
+// Where the root tag of a file stands: behind the mark of a coding, white space, a declaration, comments.
+size_t RootTagAt(std::string_view bytes);
+// The number that the text of a LASTUID tells: of base 16 behind an "x" and when it begins with "0", otherwise decimal. Held at
+// the end of 32 bits.
+uint32_t LastUidOfText(std::string_view text);
 
 // Whether an attribute value marks its element as removed: nothing but "-", or nothing.
 inline bool IsTombstone(std::string_view value) { return value.find_first_not_of('-') == std::string_view::npos; }

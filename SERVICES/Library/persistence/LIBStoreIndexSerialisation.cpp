@@ -157,7 +157,8 @@ std::unique_ptr<StoreIndexSerialiser> ChooseDeserialiser(const std::string& fold
     // A file that cannot be asked for now is there: an empty index in its place would cost every item its flags and its UID.
     if (FileManagement::MayExist(IndexFilePath(folderPath, indexKind))) {
         chosen = MakeFileSerialiser(Setting::StreamDeserialisation);
-        rebuild = rebuild || (checkDirty && FileManagement::Exists(ChangeFlagPath(folderPath)));
+        // So is a flag: the load takes it away as one that it has taken into account.
+        rebuild = rebuild || (checkDirty && FileManagement::MayExist(ChangeFlagPath(folderPath)));
     } else if (checkDirty) {
         chosen = std::make_unique<UnindexedStoreIndexSerialiser>(nullptr);
         // Kept: for a calendar this one is wrapped in another of its kind.
@@ -215,7 +216,11 @@ bool LoadIndex(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments,
 
 bool OpenIndexForLoad(SORTEDSTOREINDEXTYPE& table, const IndexLoadArguments& arguments, int32_t level)
 {
-    return LoadIndex(table, arguments, RequiresFullLoad() ? kFullLoad : std::max(level, 1));
+    if (!RequiresFullLoad()) return LoadIndex(table, arguments, std::max(level, 1));
+    // Such a writer writes all that is in memory and nothing else, so all of the folder has to be there. Without a file nothing
+    // of it is, and a selection keeps an empty index from taking the place of one that is still to be made.
+    if (FileManagement::MayExist(IndexFilePath(arguments.FolderPath, arguments.IndexKind))) table.LoadSelection.clear();
+    return LoadIndex(table, arguments, kFullLoad);
 }
 
 // Makes the index agree with the folder's own files.
@@ -228,12 +233,11 @@ int32_t UnindexedStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, 
     index.LoadSelection.clear();
     bool startsAfresh = true;
     if (StoreIndexSerialiser* const inner = Inner()) {
-        // A file that nobody here can read is not a damaged one: a rebuild would put other UIDs and no flags in its place.
-        if (!inner->HasReader()) return 0;
         const LoadRequest request{folderPath, indexKind, pathA, pathB, kFullLoad, 0, 1, 0};
         const LoadResult loaded = RunDeserialise(*inner, index, request, borrowed_ ? Recovery::Finished : Recovery::Allowed);
         innerUnread_ = !loaded.settled;
-        // A file that could not be read at this moment may be a good one: the rebuild waits, too.
+        // A file that could not be read at this moment, or that nobody here can read, may be a good one: a rebuild would put other
+        // UIDs and no flags in its place. It waits, too.
         if (loaded.level == 0 && innerUnread_) return 0;
         // The restored backup is damaged too. The recovery ends here, or it would restore the same file for ever.
         if (loaded.level == 0 && borrowed_) return 0;
@@ -265,16 +269,6 @@ int32_t NullStoreIndexDeserialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, con
 {
     UnInit(index);
     return TakeOverLastUid(index, folderPath, indexKind) ? kFullLoad : 0;
-}
-
-MSXMLStoreIndexSerialiser::MSXMLStoreIndexSerialiser() : producesOldFormat_(SettingIsOn(Setting::DomOldFormat)) {}
-
-uint64_t MSXMLStoreIndexSerialiser::Serialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t) { return 0; }
-
-int32_t MSXMLStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE&, const std::string&, uint32_t, const std::string&, const std::string&,
-                                               int32_t, uint32_t, uint32_t)
-{
-    return 0;
 }
 
 }  // namespace velmora

@@ -13,6 +13,10 @@
 
 namespace velmora {
 
+namespace platform {
+class XmlDocument;
+}
+
 class StoreIndexSerialiser {
 public:
     virtual ~StoreIndexSerialiser() = default;
@@ -31,12 +35,9 @@ public:
     virtual uint64_t BackupAgeMinutes(const std::string& folderPath) = 0;
     virtual void DeleteBackup(const std::string& folderPath) = 0;
 
-    // False for a strategy whose document facility is not there: its files may be good, and stay as they are.
-    virtual bool HasReader() const { return true; }
-
     // Whether the last load made something that could not be written, or left out something that could not be read.
     bool LeftUnfinished() const { return !finished_; }
-    // False when the last load found a file that it could not open.
+    // False when the last load found a file that it could not look into: such a file may be a good one, and stays as it is.
     bool OpenedFile() const { return openedFile_; }
 
 protected:
@@ -65,19 +66,23 @@ public:
     bool SupportsBackup() const override { return true; }
 };
 
-// The document strategy. There is no document facility yet, so every load and every save fails, without a message.
+// The whole file as an XML document, always loaded and written in full. Every load fails, and every save, where no document can
+// be made.
 class MSXMLStoreIndexSerialiser : public IndexFileSerialiser {
 public:
+    // The form of the files comes from the settings.
     MSXMLStoreIndexSerialiser();
+    // The same with another way to make documents.
+    explicit MSXMLStoreIndexSerialiser(std::unique_ptr<platform::XmlDocument> (*make)());
     uint64_t Serialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind) override;
     int32_t Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind, const std::string& pathA,
                         const std::string& pathB, int32_t level, uint32_t reserved, uint32_t verifyItemFiles) override;
     bool RequiresFullLoad() const override { return true; }
     bool SupportsBackup() const override { return false; }
-    bool HasReader() const override { return false; }
     bool ProducesOldFormat() const { return producesOldFormat_; }
 
 private:
+    std::unique_ptr<platform::XmlDocument> (*make_)();
     bool producesOldFormat_;
 };
 

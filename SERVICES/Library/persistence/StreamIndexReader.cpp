@@ -99,6 +99,7 @@ private:
     const ParseOptions& options_;
     SourceWindow window_;
     ElementLayout layout_;
+    ItemRoom room_;
 
     bool ok_ = true;
     std::string fault_;
@@ -231,6 +232,7 @@ void Parser::HandleElementStart()
     layout_.BeginElement();
 
     bool idSeen = false;
+    std::string decoded;
     TagAttribute attribute;
     AttributeWalk walk(tag_);
     if (!IsWrittenForm(tag_)) NoteUnusual();
@@ -239,6 +241,12 @@ void Parser::HandleElementStart()
         if (step == AttributeWalk::Step::NoQuote) Fault("Unable to parse ID attribute, Tag=[" + std::string(tag_) + "]");
         if (step != AttributeWalk::Step::Attribute) break;
         if (attribute.name == kId) idSeen = true;
+        // A document has references here, and its writer leaves the old form to tell so.
+        if (!newFormat_ && attribute.value.find('&') != std::string_view::npos) {
+            decoded = attribute.value;
+            DecodeAttribute(decoded);
+            attribute.value = decoded;
+        }
         if (TakeAttribute(attribute) == AttributeResult::SkipElement) {
             DropCurrentItem();
             return;
@@ -270,7 +278,7 @@ Parser::AttributeResult Parser::TakeAttribute(const TagAttribute& attribute)
         return AttributeResult::SkipElement;
     }
     if (!currentItem_) {
-        currentItem_ = std::make_unique<Item>(layout_.Width());
+        currentItem_ = std::make_unique<Item>(room_.Next());
         currentItem_->FileOffset = static_cast<uint32_t>(tagStart_);
         // Offsets have 32 bits; behind them they cannot be relied on.
         if (position_ > UINT32_MAX) table_.RewriteRequired = 1;
@@ -291,6 +299,7 @@ void Parser::HandleElementEnd()
     currentItem_->FileLength = static_cast<uint32_t>(position_) - currentItem_->FileOffset;
     ItemText* const idx = MakeNumberText(nextIdx_);
     currentItem_->AdoptText(idxRef_, idx);
+    room_.Used(currentItem_->Width());
     // Elements stand in the order of their UIDs; one that does not takes its UID from elsewhere.
     if (currentItem_->Uid() <= ContentOf(table_).ByUID.LastUid() && ContentOf(table_).ByUID.Count() > 0) NoteUnusual();
     if (InsertLoadedItem(table_, currentItem_.get())) {

@@ -14,6 +14,7 @@
 #include "persistence/ElementText.h"
 #include "persistence/InPlacePlan.h"
 #include "persistence/IndexTags.h"
+#include "persistence/ReplacedFile.h"
 #include "persistence/StreamCheck.h"
 #include "platform/Clock.h"
 
@@ -55,7 +56,6 @@ private:
     Attempt BeginRewrite();
     Attempt GiveUpBegun(Attempt why);
     bool TakeOverFrom(const FileStamp& stamp);
-    bool GiveNewUids(uint32_t lastUidInFile);
     void SetHeaderDigits();
     void WriteHeaderDigits();
     void StrikeOutRemovedItems();
@@ -136,7 +136,8 @@ Writer::Start Writer::Prepare()
     return Open();
 }
 
-// Kept: the stamp is that of the load for the life of the load, so a table's own save counts as a change too.
+// Kept: the stamp is that of the load for the life of the load, so a table's own save counts as a change too. So does a load
+// as a document, which notes no size.
 bool Writer::IsAsLoaded(const FileStamp& stamp) const
 {
     return stamp.lastWrite == index_.IndexFileTime && static_cast<uint32_t>(stamp.size) == index_.IndexFileSize;
@@ -247,10 +248,8 @@ Writer::Attempt Writer::GiveUpBegun(Attempt why)
     return why;
 }
 
-// What the file that is about to be replaced knows and the table does not. False when it cannot be read now.
-//
-// Items that others added since the load are in the file alone and will not be in the new one. Their UIDs are not given again,
-// and the folder is marked, so that the next open finds their files again; so it is when the file does not tell.
+// What the file that is about to be replaced knows and the table does not. False when it cannot be read now. What others added
+// since the load the next open has to find again, so the folder is marked; so it is when the file does not tell.
 bool Writer::TakeOverFrom(const FileStamp& stamp)
 {
     char bytes[kLongestTag + 2];
@@ -259,32 +258,13 @@ bool Writer::TakeOverFrom(const FileStamp& stamp)
     const std::string_view head(bytes, stream_.Read(bytes, sizeof bytes));
     if (stream_.Bad() || head.size() < std::min<uint64_t>(stamp.size, sizeof bytes)) return false;
     stream_.ClearState();
-    const uint32_t lastUid = LastUidOfRoot(head);
-    const bool othersAdded = lastUid > index_.LastUID;
-    index_.LastUID = std::max(index_.LastUID, lastUid);
     const bool ownHeader = begun_.lastWrite != 0 && stamp.lastWrite == begun_.lastWrite && stamp.size == begun_.size;
-    if (ownHeader || IsAsLoaded(stamp)) return true;
+    const bool asLoaded = ownHeader || IsFileOfLoad(index_, stamp);
+    const bool unlisted = TakeOverReplacedFile(index_, head, asLoaded);
+    if (asLoaded) return true;
     TellOfChange();
-    if (GiveNewUids(lastUid) || othersAdded || !IsWrittenHeader(head)) MarkFolderDirty(folder_.c_str());
+    if (unlisted || !IsWrittenHeader(head)) MarkFolderDirty(folder_.c_str());
     return true;
-}
-
-// Items that are in no file yet and bear UIDs that the file has passed: others have given those too. Whether there were any.
-bool Writer::GiveNewUids(uint32_t lastUidInFile)
-{
-    std::vector<Item*> ours;
-    content_.ByUID.ForEach([&](uint32_t uid, Item* item) {
-        if (item->FileOffset == 0 && uid <= lastUidInFile) ours.push_back(item);
-    });
-    for (Item* const item : ours) {
-        // Of a damaged file an item with no place in it may be one that the file holds.
-        if (content_.DamagedFile || index_.LastUID == UINT32_MAX) break;
-        const uint32_t uid = item->Uid();
-        content_.ByUID.Insert(++index_.LastUID, item);
-        item->SetNumber(IndexPropertyRef{kUidSlot, 1}, static_cast<int32_t>(index_.LastUID));
-        content_.ByUID.Erase(uid);
-    }
-    return !ours.empty();
 }
 
 // The first item that is in no file yet.

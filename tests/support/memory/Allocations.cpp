@@ -13,9 +13,11 @@ struct Plan {
 };
 
 thread_local Plan plan;
+thread_local uint64_t askedFor = 0;
 
 bool Fails()
 {
+    ++askedFor;
     if (plan.nth == 0) return false;
     if (!velmora::test::IsInSpan(plan.span, plan.nth, ++plan.seen)) return false;
     ++plan.hits;
@@ -42,6 +44,8 @@ void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace velmora::test {
+
+uint64_t AllocationsAskedFor() { return askedFor; }
 
 AllocationFault::AllocationFault(uint32_t nth, FaultSpan span)
 {

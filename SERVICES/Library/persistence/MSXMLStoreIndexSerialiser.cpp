@@ -1,0 +1,336 @@
+// Loading and saving through an XML document.
+//
+// A file has one of two forms, and every reader reads both:
+//
+//     <BASEELEMENT LASTUID="42"><ELEMENT ID="a.MAI" UID="17"><SIZE>2048</SIZE></ELEMENT></BASEELEMENT>
+//     <BASEELEMENT LASTUID="x0000002a">...
+//
+// The old one, with a plain decimal number, lists the items by ID, the new one by UID. No line end stands behind the root, and
+// the root of an empty index is self-closed. Nobody notes where an element stands, so a document is always written in full.
+//
+// In attributes the flat form has no references: a table with an ID that needs one gets a root of the old form, whose
+// attributes every reader decodes.
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/FileManagement.h"
+#include "common/FileStream.h"
+#include "common/Text.h"
+#include "frame/Logging.h"
+#include "frame/Settings.h"
+#include "index/IndexPersistence.h"
+#include "index/IndexTable.h"
+#include "index/ItemFile.h"
+#include "locks/FlagFiles.h"
+#include "persistence/DocumentBytes.h"
+#include "persistence/Dom.h"
+#include "persistence/ElementLayout.h"
+#include "persistence/ElementText.h"
+#include "persistence/InPlacePlan.h"
+#include "persistence/IndexTags.h"
+#include "persistence/LIBStoreIndexSerialisation.h"
+#include "persistence/ReplacedFile.h"
+
+namespace velmora {
+
+namespace {
+
+using Item = IndexItemPropertyContainer;
+using platform::XmlAttribute;
+using platform::XmlDocument;
+using platform::XmlNode;
+
+constexpr int32_t kFullLevel = 3;
+constexpr IndexPropertyRef kIdRef{kIdSlot, 0};
+constexpr IndexPropertyRef kUidRef{kUidSlot, 1};
+constexpr char kLastUidName[] = "LASTUID";
+
+// ---- Load ----
+
+// The bytes at the head of a file, as far as a root tag may reach.
+constexpr size_t kHeadSize = kLongestTag + 2;
+
+struct LoadedFile {
+    bool loaded = false;
+    bool namesKept = false;   // by ColumnOfName
+    bool lookedInto = false;  // its bytes were read, or there is no such file
+    uint64_t lastWrite = 0;   // in front of the read
+    std::string head;
+};
+
+LoadedFile LoadFile(XmlDocument& document, const std::string& path)
+{
+    LoadedFile file;
+    file.lastWrite = ReadFileStamp(path).lastWrite;
+    std::string bytes;
+    const bool read = ReadWholeFile(path, bytes);
+    if (read) {
+        const std::optional<std::string> kept = WithBytesKept(bytes);
+        file.loaded = document.LoadBytes(kept ? *kept : bytes);
+        file.namesKept = file.loaded && IsWrittenHeader(bytes);
+        if (!file.loaded)
+            if (const std::optional<std::string> named = WithNamesKept(bytes)) file.loaded = file.namesKept = document.LoadBytes(*named);
+        // Somebody else's, who has put the writer's header in front.
+        if (!file.loaded && kept) file.loaded = document.LoadBytes(bytes);
+        file.loaded = file.loaded && document.DocumentElement();
+    }
+    file.lookedInto = read || !FileManagement::MayExist(path);
+    file.head = bytes.substr(0, kHeadSize);
+    if (file.loaded) return file;
+    // Says what is wrong with it.
+    if (LoadDOMFile(document, path)) file.lookedInto = false;
+    DebugTrace("Failed to load DOM: " + path);
+    return file;
+}
+
+// Fills an empty table from a document.
+class DocumentParser {
+public:
+    DocumentParser(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, bool verifyItemFiles, bool namesKept)
+        : index_(index), content_(ContentOf(index)), folderPath_(folderPath), verifyItemFiles_(verifyItemFiles), namesKept_(namesKept)
+    {
+    }
+
+    void Run(const XmlNode& root)
+    {
+        const std::optional<std::string> lastUid = root.Attribute(kLastUidName);
+        if (lastUid) index_.LastUID = LastUidOfText(*lastUid);
+        // Of a document everything is in memory, whatever was chosen.
+        index_.LoadSelection.clear();
+        if (lastUid && !lastUid->starts_with('x')) index_.RewriteRequired = 1;
+        if (!lastUid)
+            for (XmlNode element = root.FirstElement(); element; element = element.NextElement()) ++index_.LastUID;
+        for (XmlNode element = root.FirstElement(); element; element = element.NextElement()) TakeElement(element);
+        SequenceByUid();
+        // Last: a load that memory ran out in has told nothing of the file.
+        content_.ReadAsDocument = content_.UnusualFile = true;
+    }
+
+private:
+    void TakeElement(const XmlNode& element)
+    {
+        auto item = std::make_unique<Item>(room_.Next());
+        item->FileOffset = kPlaceUnknown;
+        for (const XmlAttribute& attribute : element.Attributes())
+            if (!TakeAttribute(*item, attribute)) return;
+        for (XmlNode child = element.FirstElement(); child; child = child.NextElement())
+            Store(*item, namesKept_ ? ColumnOfName(child.Name()) : child.Name(), child.Text());
+        item->AdoptText(idxRef_, MakeNumberText(nextIdx_++));
+        room_.Used(item->Width());
+        // There is room in the sequence behind a successful insertion, so that cannot fail.
+        if (InsertLoadedItem(index_, item.get()))
+            content_.Sequence.push_back(item.release());
+        else if (FindLoadedItem(index_, item->Id()))
+            content_.DoubledIds = true;
+    }
+
+    // False when the element is passed over.
+    bool TakeAttribute(Item& item, const XmlAttribute& attribute)
+    {
+        if (IsTombstone(attribute.text)) return false;
+        if (verifyItemFiles_ && attribute.name == kId && !MayHaveItemFile(folderPath_, attribute.text)) return false;
+        Store(item, attribute.name, attribute.text);
+        return true;
+    }
+
+    void Store(Item& item, const std::string& name, const std::string& value)
+    {
+        const IndexPropertyRef ref = IndexPropertyTable::LookUp(name);
+        if (ref.Slot < 0) return;
+        if (ref.Kind == 1) return item.SetNumber(ref, ParseLong(value));
+        const auto slot = static_cast<size_t>(ref.Slot);
+        if (slot >= lastTexts_.size()) lastTexts_.resize(slot + 1);
+        ItemText*& last = lastTexts_[slot];
+        if (!last || last->View() != value) last = MakeText(value);
+        item.AdoptText(ref, last);
+    }
+
+    ItemText* MakeText(std::string_view text)
+    {
+        if (text.size() > UINT32_MAX - sizeof(ItemText)) throw Exception("Out of memory", "LIBStoreIndexSerialisation");
+        ItemText* const made = content_.Texts.Allocate(text.size());
+        text.copy(made->Bytes, text.size());
+        return made;
+    }
+
+    ItemText* MakeNumberText(uint32_t number)
+    {
+        char digits[12];
+        const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        return MakeText({digits, static_cast<size_t>(end - digits)});
+    }
+
+    void SequenceByUid()
+    {
+        std::vector<Item*> order;
+        order.reserve(content_.Sequence.size());
+        const IndexPropertyRef seqRef = IndexPropertyTable::LookUp(kSeq);
+        content_.ByUID.ForEach([&](uint32_t, Item* item) {
+            order.push_back(item);
+            item->AdoptText(seqRef, MakeNumberText(static_cast<uint32_t>(order.size())));
+        });
+        content_.Sequence.swap(order);
+    }
+
+    SORTEDSTOREINDEXTYPE& index_;
+    IndexTableContent& content_;
+    const std::string& folderPath_;
+    const bool verifyItemFiles_;
+    const bool namesKept_;
+    const IndexPropertyRef idxRef_ = IndexPropertyTable::LookUp(kIdx);
+    uint32_t nextIdx_ = 1;
+    ItemRoom room_;
+    // By slot, the last text stored: the same text again needs no memory of its own.
+    std::vector<ItemText*> lastTexts_;
+};
+
+// ---- Save ----
+
+struct Column {
+    std::string name;
+    IndexPropertyRef ref;
+    bool isElementName;
+};
+
+std::vector<Column> ColumnsByName()
+{
+    std::vector<Column> columns;
+    for (const NamedProperty& property : *IndexPropertyTable::ByName())
+        if (FitsAsChild(property.Name)) columns.push_back({property.Name, property.Ref, IsElementName(property.Name)});
+    return columns;
+}
+
+void SaveToNode(XmlNode element, const Item& item, const std::vector<Column>& columns)
+{
+    constexpr uint32_t kInvalidArgument = 0x80070057;
+    if (item.Has(kIdRef)) element.SetAttribute(kId, item.Id());
+    std::string value;
+    if (item.GetText(kUidRef, value)) element.SetAttribute(kUid, value);
+    for (const Column& column : columns) {
+        if (!item.GetText(column.ref, value)) continue;
+        // Kept: no element can be called IM_TYPE=ICQ, so a save as a document prints that and loses the value.
+        if (column.isElementName)
+            element.AppendElement(column.name.c_str(), value);
+        else
+            PrintLine(
+                FormatText("MSXMLStoreIndexSerialiser::SaveToNode->createElement Failed: %d\n", static_cast<int32_t>(kInvalidArgument)));
+    }
+}
+
+// The bytes that an attribute's writer makes of one.
+size_t WrittenSize(char byte)
+{
+    if (!NeedsReference(byte)) return 1;
+    if (byte == '&') return std::string_view("&amp;").size();
+    if (byte == '<') return std::string_view("&lt;").size();
+    return static_cast<unsigned char>(byte) < 16 ? std::string_view("&#x9;").size() : std::string_view("&#xe9;").size();
+}
+
+// FitsInTag for the tag of a document, in which an ID may take six times its bytes.
+bool FitsInDocumentTag(const Item& item)
+{
+    if (!FitsInTag(item)) return false;
+    const std::string_view id = item.Id();
+    constexpr size_t kSurelyShort = 160;
+    if (id.size() <= kSurelyShort) return true;
+    size_t size = ElementStart(item).size() - id.size() + std::string_view("/").size();
+    for (const char byte : id) size += WrittenSize(byte);
+    return size <= kLongestTag;
+}
+
+void FillDocument(XmlDocument& document, const SORTEDSTOREINDEXTYPE& index, const std::vector<Item*>& items, bool oldForm)
+{
+    XmlNode root = document.CreateRoot("BASEELEMENT");
+    root.SetAttribute(kLastUidName, oldForm ? FormatSigned(index.LastUID) : "x" + FormatHex8(index.LastUID));
+    const std::vector<Column> columns = ColumnsByName();
+    for (const Item* const item : items) SaveToNode(root.AppendElement("ELEMENT"), *item, columns);
+}
+
+// What of the file that is to be replaced the table has to know. False when it cannot be read now.
+bool LookAtReplaced(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, const std::string& path, uint64_t& lastWrite)
+{
+    FileStream file;
+    if (!file.OpenRead(path)) return NamesNothing(file.LastError());
+    const FileStamp stamp = file.Stamp();
+    lastWrite = stamp.lastWrite;
+    char bytes[kHeadSize];
+    const std::string_view head(bytes, file.Read(bytes, sizeof bytes));
+    if (file.Bad() || head.size() < std::min<uint64_t>(stamp.size, sizeof bytes)) return false;
+    file.Close();
+    const bool asLoaded = IsFileOfLoad(index, stamp);
+    const bool unlisted = TakeOverReplacedFile(index, head, asLoaded);
+    if (!asLoaded && (unlisted || !TellsLastUid(head))) MarkFolderDirty(folderPath.c_str());
+    return true;
+}
+
+}  // namespace
+
+MSXMLStoreIndexSerialiser::MSXMLStoreIndexSerialiser() : MSXMLStoreIndexSerialiser(XmlDocument::Create) {}
+
+MSXMLStoreIndexSerialiser::MSXMLStoreIndexSerialiser(std::unique_ptr<XmlDocument> (*make)())
+    : make_(make), producesOldFormat_(SettingIsOn(Setting::DomOldFormat))
+{
+}
+
+int32_t MSXMLStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind,
+                                               const std::string&, const std::string&, int32_t, uint32_t, uint32_t verifyItemFiles)
+try {
+    openedFile_ = false;
+    const std::unique_ptr<XmlDocument> document = GetDOMInstance(kNoDomText, make_);
+    if (!document) return 0;
+    const std::string path = IndexFilePath(folderPath, indexKind);
+    const LoadedFile file = LoadFile(*document, path);
+    UnInit(index);
+    openedFile_ = file.loaded || file.lookedInto;
+    if (file.loaded) {
+        DocumentParser(index, folderPath, verifyItemFiles > 0, file.namesKept).Run(document->DocumentElement());
+        index.IndexFileTime = file.lastWrite;
+        return kFullLevel;
+    }
+    if (openedFile_) {
+        // Whatever takes its place gives no UID again. Of other headers than those that files are written with, damage may have
+        // made the number.
+        index.LastUID = LastUidToldBy(file.head);
+        ContentOf(index).ReadAsDocument = ContentOf(index).DamagedFile = true;
+    }
+    return 0;
+} catch (const ComError& error) {
+    // It tells nothing of the file.
+    openedFile_ = false;
+    PrintComError(error);
+    UnInit(index);
+    return 0;
+}
+
+uint64_t MSXMLStoreIndexSerialiser::Serialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind)
+{
+    const std::unique_ptr<XmlDocument> document = GetDOMInstance(kNoDomText, make_);
+    // A part of the folder does not take the place of the whole.
+    if (!document || !StandsForFile(index)) return 0;
+    index.RewriteRequired = 1;
+    const std::string path = IndexFilePath(folderPath, indexKind);
+    uint64_t timeBefore = 0;
+    if (!LookAtReplaced(index, folderPath, path, timeBefore)) return 0;
+
+    std::vector<Item*> items;
+    const bool byId = producesOldFormat_;
+    if (byId) items = ContentOf(index).ByID.Sorted();
+    if (!byId) ContentOf(index).ByUID.ForEach([&](uint32_t, Item* item) { items.push_back(item); });
+    // An item that no reader could read back.
+    std::erase_if(items, [](const Item* item) { return !FitsInDocumentTag(*item); });
+    const auto hasReference = [](std::string_view id) { return std::any_of(id.begin(), id.end(), NeedsReference); };
+    const bool odd = std::any_of(items.begin(), items.end(), [&](const Item* item) { return hasReference(item->Id()); });
+    FillDocument(*document, index, items, byId || odd);
+    SaveDOMFile(*document, path);
+
+    // Others tell by the last-write time that the file is not the one they loaded.
+    if (timeBefore != 0 && ReadFileStamp(path).lastWrite <= timeBefore) MoveLastWriteOn(path, timeBefore);
+    for (Item* const item : items) item->FileOffset = kPlaceUnknown;
+    ContentOf(index).UnusualFile = true;
+    return 1;
+}
+
+}  // namespace velmora
