@@ -29,10 +29,18 @@ EntryKind KindOf(uint32_t attributes)
     return attributes & kLinkAttribute ? EntryKind::Link : EntryKind::Directory;
 }
 
-EntryKind KindOfPath(const std::string& path)
+EntryKind KindOfPath(const std::string& path, uint32_t& error)
 {
     FileIterator entry(path);
-    return entry.First().empty() ? EntryKind::Missing : KindOf(entry.Attributes());
+    const bool found = !entry.First().empty();
+    error = entry.Error();
+    return found ? KindOf(entry.Attributes()) : EntryKind::Missing;
+}
+
+EntryKind KindOfPath(const std::string& path)
+{
+    uint32_t ignored = 0;
+    return KindOfPath(path, ignored);
 }
 
 struct Entry {
@@ -64,13 +72,13 @@ std::vector<Entry> ListTree(const std::string& root, uint32_t& error)
     return tree;
 }
 
+// Another process may have removed it since it was found.
 void RemoveOne(const std::string& path, EntryKind kind)
 {
-    if (kind == EntryKind::File) {
-        if (!DeleteFileA(path.c_str())) Fail("Call to DeleteFile failed for " + path + " " + LastErrorText());
-    } else {
-        if (!RemoveDirectoryA(path.c_str())) Fail("Call to RemoveDirectory failed for " + path + " " + LastErrorText());
-    }
+    const bool isFile = kind == EntryKind::File;
+    if (isFile ? DeleteFileA(path.c_str()) : RemoveDirectoryA(path.c_str())) return;
+    if (NamesNothing(GetLastError())) return;
+    Fail((isFile ? "Call to DeleteFile failed for " : "Call to RemoveDirectory failed for ") + path + " " + LastErrorText());
 }
 
 void CopyOneFile(const std::string& from, const std::string& to)
@@ -133,6 +141,9 @@ std::string MakeOneDirectory(const std::string& path)
 }
 
 }  // namespace
+
+FileMutexTable FileManagement::fileMutexes;
+Mutex FileManagement::fileMutexesMutex("FileManagement::fileMutexesMutex");
 
 bool NamesNothing(uint32_t error)
 {
@@ -202,8 +213,13 @@ void FileManagement::WriteWholeFile(const std::string& path, std::string_view by
 
 void FileManagement::RemoveTree(const std::string& path)
 {
-    const EntryKind kind = KindOfPath(path);
-    if (kind == EntryKind::Missing) return;
+    uint32_t error = 0;
+    const EntryKind kind = KindOfPath(path, error);
+    if (kind == EntryKind::Missing) {
+        // What could not be asked for need not be gone.
+        if (error != 0 && !NamesNothing(error)) Fail("Call to DeleteFile failed for " + path + " " + ErrorText(error));
+        return;
+    }
     if (kind == EntryKind::Directory) {
         // What a failed listing leaves out keeps its directory from being removed, which is then reported.
         uint32_t ignored = 0;

@@ -1,13 +1,16 @@
 // File and directory operations that throw.
 //
-// "\" and "/" both separate. Failures are Exception with the source "FileManagement". There is no state: every function
-// may be called from any thread.
+// "\" and "/" both separate. Failures are Exception with the source "FileManagement". Every function may be called from any
+// thread: none has a state of its own.
 #ifndef VELMORA_COMMON_FILEMANAGEMENT_H
 #define VELMORA_COMMON_FILEMANAGEMENT_H
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "common/FileMutex.h"
+#include "common/Mutex.h"
 
 namespace velmora {
 
@@ -43,6 +46,11 @@ public:
     // listed is a failure before anything is copied, and so is, when the copy comes to it, a link to a directory, `from`
     // itself included. Such a link is not followed, and the system has no call here to make another.
     static bool CopyTree(const std::string& from, const std::string& to, bool quiet = false);
+
+    // One mutex for each file, guarded by the other; both live from the load of the library to its unload.
+    // Kept: nothing enters a file.
+    static FileMutexTable fileMutexes;
+    static Mutex fileMutexesMutex;
 };
 
 }  // namespace velmora

@@ -22,8 +22,8 @@ VELMORA_API uint64_t StoreLibrary_UnInit(void);
 /* Does nothing: a thread's state is made at its first call. Always 1. */
 VELMORA_API uint64_t StoreLibrary_ThreadInit(void);
 
-/* Gives back what the calling thread holds: with affinity 1 its open folder, its current item and its walk, and changes
- * that were not saved are lost; with affinity 0 nothing. Always 1.
+/* Gives back what the calling thread holds: its lists of child folders, and with affinity 1 its open folder, its current
+ * item and its walk; changes that were not saved are lost. Always 1.
  *
  * The end of a thread does the same by itself; with affinity 0 it also ends the thread's current item and walk, and leaves
  * its folder open for the others until the process ends. */

@@ -219,6 +219,28 @@ TEST_F(FileManagementTest, RemoveTreeTellsWhichCallFailed)
     EXPECT_TRUE(FileExists(directory_ / "a/b/two"));
 }
 
+TEST_F(FileManagementTest, RemoveTreeTellsOfAPathThatCannotBeAskedFor)
+{
+    MakeTree();
+    const FailingSeam seam(platform::FileOperation::Search, ERROR_ACCESS_DENIED, "one");
+    EXPECT_EQ(MessageOf([&] { FileManagement::RemoveTree(Path("a/one")); }),
+              "Call to DeleteFile failed for " + Path("a/one") + " (GetLastError() returned 5)");
+    EXPECT_TRUE(FileExists(directory_ / "a/one"));
+}
+
+// As when somebody else removes the same tree.
+TEST_F(FileManagementTest, RemoveTreeLeavesAtThatWhatGoesMeanwhile)
+{
+    MakeTree();
+    {
+        const FailingSeam seam(platform::FileOperation::Delete, ERROR_FILE_NOT_FOUND, "one");
+        EXPECT_EQ(MessageOf([&] { FileManagement::RemoveTree(Path("a/one")); }), "no exception");
+        EXPECT_EQ(seam.calls, 1);
+    }
+    const FailingSeam seam(platform::FileOperation::Delete, ERROR_PATH_NOT_FOUND, "c");
+    EXPECT_EQ(MessageOf([&] { FileManagement::RemoveTree(Path("a/b/c")); }), "no exception");
+}
+
 TEST_F(FileManagementTest, RemoveTreeRemovesADeepTree)
 {
     const std::string path = DeepPath(kDeepEverywhere);

@@ -1,8 +1,16 @@
 // _folder.xml, the list of a directory's child folders, and _folder.dty, the flag that says that it is out of date.
 //
 // The file is a cache of the directories: it can be deleted at any time and is made again by the next request. No lock guards
-// the two files. Safety comes from three things: each thread has a parsed copy of its own, writers share the file openly, and a
-// reader that meets half a file deletes it and lets the next request make it again.
+// the two files. Safety comes from four things: each thread has a parsed copy of its own, writers share the file openly, a
+// reader that meets half a file deletes it and lets the next request make it again, and whoever has taken the flag away looks
+// once more whether the list is that of the directories.
+//
+// The file has no declaration, no line ends and no indentation:
+//
+//     <folderindex><folder><name><![CDATA[Inbox]]></name></folder>...</folderindex>
+//
+// Names stand as they are, one for each child directory, in the order of the directory. Nothing but the existence of the flag
+// counts; "DIRTY" stands in it.
 //
 // `directory` is a resolved path without a separator at its end.
 #ifndef VELMORA_FOLDERS_FOLDERINDEXFILE_H
@@ -10,28 +18,36 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "folders/FolderLists.h"
 #include "velmora/folders.h"
 
 namespace velmora {
 
-// "\" or "/" alone: the root of a mailbox's folders.
+inline constexpr char kFolderIndexName[] = "_folder.xml";
+inline constexpr char kHierarchyFlagName[] = "_folder.dty";
+
+// "\" or "/" alone: the root of a mailbox's folders. An empty path and "//" lead to the same directory and are not the root: a
+// list that is made through them has the names as the disk spells them.
 bool IsRootFolderPath(const char* folderPath);
 
 // There is no list, or there is one and the flag as well.
 bool FolderIndexNeedsRebuild(const std::string& directory);
-// Writes the list anew from the directories and takes the flag away. 1; 0 when the file cannot be written. Raises Exception
-// when the flag cannot be deleted: the list is written all the same.
+// Writes the list anew from the directories and takes the flag away. Directories whose names a list cannot hold are renamed.
+// 1; 0 when the directory cannot be listed, or the file not written whole. Raises Exception when the flag cannot be deleted:
+// the list is written all the same.
 uint32_t RebuildFolderIndex(const std::string& directory, bool isRoot);
 // Reads the list of `directory` into `list`. 1; 0 for a file that does not load, which is deleted, so that the next request
-// makes it again.
+// makes it again. `entries` is null then. What goes wrong is printed; that there is no memory is raised as well.
 uint32_t LoadFolderIndex(FolderEntryList*& entries, const std::string& directory, TLSFolderList& list);
-// The list of `directory`, made, read or reused as the files ask for. `entries` belongs to `list`. 1 or 0.
+// The list of `directory`, made, read or reused as the files ask for. `entries` belongs to `list`, and is null on a failure.
+// 1; 0 when the list cannot be had, or `list` is not initialised. Raises what the two above raise.
 uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list);
-// Whether `name` stands in the list as it is on disk, in any case. False when it does not load.
+// Whether `name` stands in the list as it is on disk, in any case. A listed name counts by its first 259 bytes. False when the
+// list does not load, which is printed unless there is none. Raises nothing.
 bool IsNameInFolderIndex(const std::string& directory, const char* name);
-// Sets the flag. 1; 0 when it cannot be written.
+// Sets the flag. 1; 0, with nothing done, when it cannot be opened for writing.
 uint32_t MarkHierarchyDirty(const std::string& directory);
 // Replaces what a listed name may not hold by "_"; true when there was something. Looks at bytes: every byte above 127 goes.
 bool SanitiseFolderName(std::string& name);
@@ -39,9 +55,12 @@ bool SanitiseFolderName(std::string& name);
 // The stored spelling of a well-known folder's name, or `name` itself.
 const char* WellKnownFolderName(const char* name);
 
-// The last-write time of a file in DOS form, as it stands (UTC): the date in the high and the time in the low 16 bits. 0 when
-// there is no such file.
-uint32_t DosStampOf(const std::string& path);
+// No name of a folder: empty, or dots and white space alone, which some systems take for the directory itself or the one above
+// it.
+bool IsNoFolderName(std::string_view name);
+// Whether a list may give it for a child. A list can be written by anybody: what is no single name would lead out of the folder,
+// or back up into it without an end, and what does not fit a record would be cut to that of another.
+bool IsChildName(std::string_view name);
 
 }  // namespace velmora
 

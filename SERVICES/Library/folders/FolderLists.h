@@ -1,7 +1,13 @@
 // A thread's parsed folder lists, and the walks over them.
+//
+// Each thread reads _folder.xml for itself, so that a listing needs no lock. A list belongs to one thread at a time. The
+// library keeps lists of its own for each thread, one for each depth of the stack that walks are begun at, so that a walk
+// inside another one does not move it on. They stay, with what they have parsed, until the thread ends or asks for its
+// release.
 #ifndef VELMORA_FOLDERS_FOLDERLISTS_H
 #define VELMORA_FOLDERS_FOLDERLISTS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -19,19 +25,39 @@ struct FolderEntryList {
 
 using FolderDirectories = std::map<std::string, std::unique_ptr<FolderEntryList>>;
 
+// Where a walk through one directory stands. It is a name and no place in Names, which a reload makes anew between two
+// steps: the next name is the first one behind it then, whatever has come or gone.
+struct FolderPosition {
+    std::string Name;
+    uint64_t Begun = 0;  // a later walk has a higher number; told apart among the library's own lists only
+    bool Ended = true;   // it has come to the end, or found no list at its First
+};
+
 }  // namespace velmora
 
 // What a caller's handle stands for. A list without Directories is not initialised.
 struct TLSFolderList {
     uint64_t Reserved = 0;
     velmora::FolderDirectories* Directories = nullptr;
-    std::string Position;  // the name that the walk gave last
+    std::map<std::string, velmora::FolderPosition> Position;  // by directory, of walks that were begun and not closed
+
+    TLSFolderList() = default;
+    ~TLSFolderList() { delete Directories; }
+    TLSFolderList(const TLSFolderList&) = delete;
+    TLSFolderList& operator=(const TLSFolderList&) = delete;
 };
 
 namespace velmora {
 
-// Gives back the calling thread's own lists, at the thread's end.
+// A list that is initialised, and goes with its scope.
+struct LocalFolderList : TLSFolderList {
+    LocalFolderList() { Directories = new FolderDirectories; }
+};
+
+// Gives back the calling thread's own lists; nothing without any.
 void ReleaseThreadFolderLists();
+// How many lists the library keeps for the calling thread. For tests.
+size_t ThreadFolderListCount();
 
 }  // namespace velmora
 

@@ -1,10 +1,11 @@
 // Process and thread life. The one source file of this room that knows the rooms above: what a thread has open is the
-// provider's.
+// provider's, and the folder lists that are kept for it are the folders'.
 #include "frame/Attach.h"
 
 #include <atomic>
 
 #include "common/Mutex.h"
+#include "folders/FolderLists.h"
 #include "frame/Companions.h"
 #include "frame/Guard.h"
 #include "frame/ProcessState.h"
@@ -69,6 +70,7 @@ void UnInitialise()
 {
     ProcessState& process = Process();
     GiveBackSharedState();
+    ReleaseThreadFolderLists();
     // The slots of contexts and folder lists stay with the process: other threads may still have values in them.
     TlsFree(process.TLSListPositionSlot);
     process.TLSListPositionSlot = kNoTlsSlot;
@@ -101,12 +103,10 @@ void ThreadAttach()
 
 void ThreadDetach()
 {
-    if (!ExistingContext()) return;
     // Kept: with affinity 0 the folder stays open, and its record in the registry until the process ends.
-    if (Process().StoreAffinity == 1)
-        StoreLibrary_ThreadRelease();
-    else
-        GuardedSwallow("ThreadDetach", AbandonThreadContext);
+    if (Process().StoreAffinity != 1) GuardedSwallow("ThreadDetach", AbandonThreadContext);
+    // A thread may have folder lists and no context.
+    StoreLibrary_ThreadRelease();
 }
 
 }  // namespace velmora
@@ -116,6 +116,7 @@ uint64_t StoreLibrary_ThreadRelease()
     using namespace velmora;
     // Kept: with affinity 0 the context stays, with its folder open.
     if (Process().StoreAffinity == 1) GuardedSwallow("StoreLibrary_ThreadRelease", CloseThreadContext);
+    GuardedSwallow("StoreLibrary_ThreadRelease", ReleaseThreadFolderLists);
     return 1;
 }
 

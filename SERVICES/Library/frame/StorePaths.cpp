@@ -195,6 +195,11 @@ char* ResolveFolderPath(const char* postoffice, const char* mailbox, const char*
     return dst;
 }
 
+std::string PlainMailboxDirectory(std::string_view postoffice, std::string_view mailbox)
+{
+    return Join(PlainRootOf(postoffice), "\\MAILROOT\\", mailbox);
+}
+
 uint64_t ResolveStatusPath(char* dst, size_t size, const char* postoffice, const char* mailbox, const char* folder)
 {
     char root[kStoreNameSize];

@@ -28,6 +28,9 @@ uint64_t ResolveItemPaths(STOREITEMTYPE& item);
 // The directory of a folder named by `postoffice`, `mailbox` and `folderPath`, the form of the folder operations.
 char* ResolveFolderPath(const char* postoffice, const char* mailbox, const char* folderPath, char* dst, size_t size);
 
+// "<mail root>\<postoffice>\MAILROOT\<mailbox>", whatever root of its own the post office has.
+std::string PlainMailboxDirectory(std::string_view postoffice, std::string_view mailbox);
+
 // Bytes that the directory of a cached status may take, the terminating zero included.
 inline constexpr size_t kStatusPathSize = 2048;
 

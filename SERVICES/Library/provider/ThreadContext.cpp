@@ -4,6 +4,7 @@
 
 #include "common/Text.h"
 #include "frame/ProcessState.h"
+#include "frame/StorePaths.h"
 #include "platform/Threads.h"
 #include "platform/win32.h"
 
@@ -53,7 +54,7 @@ TLSStoreIndex* ExistingContext()
 std::string DocumentSource(const TLSStoreIndex& context)
 {
     if (ContainsNoCase(context.Folder, "http://")) return context.Folder;
-    return std::string(MailRootText()) + "\\" + context.Postoffice + "\\MAILROOT\\" + context.Mailbox + "\\" + context.Folder;
+    return PlainMailboxDirectory(context.Postoffice, context.Mailbox) + "\\" + context.Folder;
 }
 
 void CloseThreadContext()
