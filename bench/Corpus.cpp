@@ -244,6 +244,27 @@ void MakeMessages(const std::filesystem::path& directory, uint32_t count)
     WriteFile(directory / "_complete", kStamp);
 }
 
+std::vector<std::filesystem::path> MakeTree(const std::filesystem::path& directory, uint32_t folders)
+{
+    constexpr uint32_t kFamily = 10, kItems = 20;
+    const bool complete = IsComplete(directory);
+    std::vector<std::filesystem::path> paths = {directory};
+    std::filesystem::path parent;
+    for (uint32_t folder = 0; folder < folders; ++folder) {
+        char name[16];
+        std::snprintf(name, sizeof name, "Folder%05u", folder);
+        if (folder % kFamily == 0) parent = directory / name;
+        paths.push_back(folder % kFamily == 0 ? parent : parent / name);
+        if (complete) continue;
+        std::filesystem::create_directories(paths.back());
+        std::string index = "<BASEELEMENT LASTUID=\"x00000014\">";
+        for (uint32_t item = 0; item < kItems; ++item) index += IndexElement(folder + item);
+        WriteFile(paths.back() / "_index.xml", index + "</BASEELEMENT>\r\n");
+    }
+    if (!complete) WriteFile(directory / "_complete", kStamp);
+    return paths;
+}
+
 void OverwriteFile(const std::filesystem::path& from, const std::filesystem::path& to)
 {
     std::filesystem::create_directories(to.parent_path());

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace velmora::bench {
 
@@ -26,6 +27,10 @@ std::string IndexElement(uint32_t number);
 std::filesystem::path MakeIndexFile(const std::filesystem::path& directory, uint32_t items);
 // `count` message files in `directory`.
 void MakeMessages(const std::filesystem::path& directory, uint32_t count);
+
+// `folders` folders below `directory`, in families of one and its nine children, each with an index of 20 items. Their
+// directories, `directory` itself in front.
+std::vector<std::filesystem::path> MakeTree(const std::filesystem::path& directory, uint32_t folders);
 
 // Copies bytes over a file that may exist, without making it anew.
 void OverwriteFile(const std::filesystem::path& from, const std::filesystem::path& to);

@@ -33,6 +33,13 @@ void DeliverBare(const std::filesystem::path& directory, const std::string& name
 // The floor under whatever asks whether something has changed: the file looked up by its name.
 void LookByName(const std::string& file);
 
+// The floor under a step of an enumeration: three files looked for by name, whether they are there or not.
+void LookForThree(const std::string& directory);
+
+// The floor under the size of one folder: its list looked for and read, its flags looked for, its lock file made and deleted,
+// its index read. Returns the bytes that were read.
+size_t MeasureBare(const std::string& directory);
+
 }  // namespace velmora::bench
 
 #endif

@@ -114,6 +114,42 @@ void DeliverBare(const std::filesystem::path& directory, const std::string& name
     unlink(lock.c_str());
 }
 
+namespace {
+
+size_t ReadAll(const std::string& file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return 0;
+    char buffer[65536];
+    size_t bytes = 0;
+    for (ssize_t size; (size = read(descriptor, buffer, sizeof buffer)) > 0;) bytes += static_cast<size_t>(size);
+    close(descriptor);
+    return bytes;
+}
+
+}  // namespace
+
+void LookForThree(const std::string& directory)
+{
+    struct stat info {};
+    for (const char* const name : {"/_folder.xml", "/_folder.dty", "/_folder.xml"})
+        benchmark::DoNotOptimize(stat((directory + name).c_str(), &info));
+}
+
+size_t MeasureBare(const std::string& directory)
+{
+    LookForThree(directory);
+    struct stat info {};
+    for (const char* const name : {"/_CACHED.DTY", "/_CHANGE.DTY", "/_index.xml"})
+        benchmark::DoNotOptimize(stat((directory + name).c_str(), &info));
+    const std::string lock = directory + "/_index.blk";
+    const int held = open(lock.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    Require(held >= 0, "the folder is held");
+    close(held);
+    unlink(lock.c_str());
+    return ReadAll(directory + "/_folder.xml") + ReadAll(directory + "/_index.xml");
+}
+
 void LookByName(const std::string& file)
 {
     struct stat info {};

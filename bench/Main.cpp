@@ -70,6 +70,8 @@ int RunAll(int argc, char** argv)
     RegisterIndexBenchmarks();
     RegisterScanBenchmarks();
     RegisterDeliveryBenchmarks();
+    RegisterDocumentBenchmarks();
+    RegisterTreeBenchmarks();
     CollectingReporter reporter;
     if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0) return kUsage;
     const bool reached = PrintRatios(reporter);

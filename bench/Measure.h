@@ -23,6 +23,8 @@ inline constexpr char kDeliverOption[] = "--deliver";
 // What main reads from the command line, once: where corpora and work files lie, and the numbers of items to measure with.
 std::filesystem::path& DataDirectory();
 std::vector<uint32_t>& Sizes();
+// The numbers of folders to measure trees with.
+inline std::vector<uint32_t> TreeSizes() { return {100, 2000}; }
 
 // A benchmark that does not do its work measures nothing, so it ends the run.
 inline void Require(bool condition, const char* what)
@@ -62,6 +64,8 @@ inline int64_t RoundsFor(uint32_t size) { return size <= 100 ? 101 : size <= 100
 void RegisterIndexBenchmarks();
 void RegisterScanBenchmarks();
 void RegisterDeliveryBenchmarks();
+void RegisterDocumentBenchmarks();
+void RegisterTreeBenchmarks();
 
 // In a child process: loads the folder's index in full and prints the peak of resident memory, in KB.
 int PrintPeakOfLoad(const std::string& folder);

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "bench/Measure.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 // Goals are meant for folders of this size, and are not asked of a run without them.
 constexpr uint32_t kGoalSize = 100000;
+constexpr uint32_t kTreeGoalSize = 2000;
 
 enum class Goal { AtMost, AtLeast, None };
 
@@ -51,6 +53,16 @@ constexpr Row kRows[] = {
     {"rate of deliveries, to that into the smallest folder", "DeliverOne", kMedian, "DeliverOne", true, Goal::AtLeast, 0.9, "", true},
     {"flag update of the last item, to its selected load", "FlagUpdateLast", kMedian, "SelectedLoadOfLast", false, Goal::AtMost, 1.5, ""},
     {"cached counts, to a small read", "CachedCounts", kMedian, "SmallRead", false, Goal::None, 0, ""},
+    {"load as a document, to pugixml load and walk", "DocumentLoad", kMedian, "PlainDocumentLoad", false, Goal::None, 0, ""},
+    {"save as a document, to pugixml saving the same", "DocumentSave", kMedian, "PlainDocumentSave", false, Goal::None, 0, ""},
+};
+
+// Those of trees, by their numbers of folders.
+constexpr Row kTreeRows[] = {
+    {"size of an unchanged tree, to looking at and reading the same files", "SizeWalk", kMedian, "SizeWalkFloor", false, Goal::None, 0, ""},
+    {"size of a tree that nobody has listed, to the same", "SizeWalkFirst", kMedian, "SizeWalkFloor", false, Goal::None, 0, ""},
+    {"listing of one folder's children, to three looks for each", "FolderListing", kMedian, "FolderListingFloor", false, Goal::None, 0, ""},
+    {"the same again by a list that is known", "FolderListingAgain", kMedian, "FolderListingFloor", false, Goal::None, 0, ""},
 };
 
 // The rows of the table of growth, in the order of a folder's life.
@@ -91,14 +103,35 @@ constexpr TimedRow kTimedRows[] = {
     {"reopen with nothing changed", "Reopen"},
     {"walk with three properties", "WalkThreeProperties"},
     {"cached counts", "CachedCounts"},
+    {"pugixml load and walk of the document", "PlainDocumentLoad"},
+    {"pugixml save of the document", "PlainDocumentSave"},
+    {"load as a document", "DocumentLoad"},
+    {"save as a document", "DocumentSave"},
 };
 
-// "10,000 items".
-std::string ItemsText(uint32_t size)
+constexpr TimedRow kTimedTreeRows[] = {
+    {"bare look at all folders of a tree", "SizeWalkFloor"},
+    {"size of a tree that nobody has listed", "SizeWalkFirst"},
+    {"size of an unchanged tree", "SizeWalk"},
+    {"bare looks of a listing", "FolderListingFloor"},
+    {"listing of one folder's children", "FolderListing"},
+    {"listing by a list that is known", "FolderListingAgain"},
+};
+
+// What the columns of a table stand for.
+struct Columns {
+    std::vector<uint32_t> sizes;
+    const char* what;
+};
+Columns ItemColumns() { return {Sizes(), " items"}; }
+Columns TreeColumns() { return {TreeSizes(), " folders"}; }
+
+// "10,000".
+std::string SizeText(uint32_t size)
 {
     std::string digits = std::to_string(size);
     for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
-    return digits + " items";
+    return digits;
 }
 
 std::string TimeText(double microseconds)
@@ -114,12 +147,12 @@ std::string TimeText(double microseconds)
 }
 
 // The head of a table with a first column, one for each size, and a last one.
-void PrintHead(const char* first, const std::string& last)
+void PrintHead(const char* first, const std::string& last, const Columns& columns)
 {
     std::string names = std::string("\n| ") + first;
     std::string rule = "|---";
-    for (const uint32_t size : Sizes()) {
-        names += " | " + ItemsText(size);
+    for (const uint32_t size : columns.sizes) {
+        names += " | " + SizeText(size) + columns.what;
         rule += "|---";
     }
     std::printf("%s | %s |\n%s|---|\n", names.c_str(), last.c_str(), rule.c_str());
@@ -164,15 +197,18 @@ double CollectingReporter::Counter(const std::string& benchmark, const std::stri
     return found == run->second.end() ? -1 : found->second;
 }
 
-bool PrintRatios(const CollectingReporter& runs)
+namespace {
+
+template <size_t N>
+bool PrintRows(const CollectingReporter& runs, const Row (&rows)[N], const Columns& columns, uint32_t goalSize)
 {
-    PrintHead("Measure", "Goal at 100,000");
+    PrintHead("Measure", "Goal at " + SizeText(goalSize), columns);
     bool reached = true;
-    for (const Row& row : kRows) {
+    for (const Row& row : rows) {
         std::string cells;
         bool any = false;
         double last = -1;
-        for (const uint32_t size : Sizes()) {
+        for (const uint32_t size : columns.sizes) {
             last = ValueOf(runs, row, size);
             char text[64] = "";
             if (last >= 0) std::snprintf(text, sizeof text, last < 100 ? "%.2f%s" : "%.0f%s", last, row.unit);
@@ -180,7 +216,7 @@ bool PrintRatios(const CollectingReporter& runs)
             cells += std::string(" | ") + text;
         }
         if (!any) continue;
-        const bool missed = last >= 0 && Sizes().back() == kGoalSize &&
+        const bool missed = last >= 0 && columns.sizes.back() == goalSize &&
                             ((row.goal == Goal::AtMost && last > row.bound) || (row.goal == Goal::AtLeast && last < row.bound));
         if (missed) reached = false;
         std::printf("| %s%s | %s%s |\n", row.text, cells.c_str(), GoalText(row).c_str(), missed ? " (missed)" : "");
@@ -188,21 +224,36 @@ bool PrintRatios(const CollectingReporter& runs)
     return reached;
 }
 
-void PrintGrowth(const CollectingReporter& runs)
+template <size_t N>
+void PrintTimes(const CollectingReporter& runs, const TimedRow (&rows)[N], const Columns& columns)
 {
-    PrintHead("Time", "Last to first");
-    for (const TimedRow& row : kTimedRows) {
+    PrintHead("Time", "Last to first", columns);
+    for (const TimedRow& row : rows) {
         std::string cells;
         double first = -1;
         double last = -1;
-        for (const uint32_t size : Sizes()) {
+        for (const uint32_t size : columns.sizes) {
             last = runs.Counter(std::string(row.benchmark) + "/" + std::to_string(size), kMedian);
-            if (size == Sizes().front()) first = last;
+            if (size == columns.sizes.front()) first = last;
             cells += " | " + (last < 0 ? std::string() : TimeText(last));
         }
         if (first <= 0 || last < 0) continue;
         std::printf("| %s%s | %.1f |\n", row.text, cells.c_str(), last / first);
     }
+}
+
+}  // namespace
+
+bool PrintRatios(const CollectingReporter& runs)
+{
+    const bool items = PrintRows(runs, kRows, ItemColumns(), kGoalSize);
+    return PrintRows(runs, kTreeRows, TreeColumns(), kTreeGoalSize) && items;
+}
+
+void PrintGrowth(const CollectingReporter& runs)
+{
+    PrintTimes(runs, kTimedRows, ItemColumns());
+    PrintTimes(runs, kTimedTreeRows, TreeColumns());
 }
 
 }  // namespace velmora::bench

@@ -1,38 +1,16 @@
 // What the direct calls cost: the bytes of each file that they read and write, and the memory that they ask for.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 
 #include "tests/counts/CountedFiles.h"
 #include "tests/counts/GrownFolder.h"
+#include "tests/support/memory/Allocations.h"
 #include "velmora/vlaisp.h"
-
-namespace {
-
-thread_local uint64_t allocations = 0;
-
-void* AllocateAndCount(size_t size)
-{
-    ++allocations;
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (!memory) throw std::bad_alloc();
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return AllocateAndCount(size); }
-void* operator new[](size_t size) { return AllocateAndCount(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace velmora::test {
 namespace {
@@ -201,9 +179,9 @@ TEST_F(DirectCost, ADeliveryAsksForTheSameMemoryWhateverTheSizeOfTheFolder)
 {
     Deliver(*one_);
     const auto asked = [](const GrownFolder& folder) {
-        const uint64_t before = allocations;
+        const uint64_t before = AllocationsAskedFor();
         Deliver(folder);
-        return allocations - before;
+        return AllocationsAskedFor() - before;
     };
     const uint64_t few = asked(*few_);
     EXPECT_GT(few, 0u);
@@ -245,12 +223,12 @@ TEST_F(DirectCost, AnUpdateOfOneItemMakesNoOtherItemInMemory)
             const auto asked = [&](const GrownFolder& folder) {
                 const uint32_t uid = part == 1 ? 1 + removes : part == 2 ? folder.Items() / 2 : folder.Items() - removes;
                 const std::string id = GrownItemName(uid);
-                const uint64_t before = allocations;
+                const uint64_t before = AllocationsAskedFor();
                 const char* const name = folder.Name().c_str();
                 EXPECT_EQ(removes ? Direct_StoreIndex_RemoveItem("po", "box", name, id.c_str())
                                   : Direct_StoreIndex_UpdateItem("po", "box", name, id.c_str(), "+ANSWERED"),
                           1u);
-                return allocations - before;
+                return AllocationsAskedFor() - before;
             };
             const uint64_t few = asked(*few_);
             // Hardly more than the doublings of one buffer, and a thousandth of the items.

@@ -5,12 +5,14 @@
 #include <memory>
 #include <string>
 
+#include "common/Text.h"
 #include "index/IndexItem.h"
 #include "index/IndexTable.h"
 #include "index/StoreIndexLife.h"
 #include "platform/posix/DirectoryNames.h"
 #include "platform/win32.h"
 #include "tests/counts/GrownFolder.h"
+#include "velmora/folders.h"
 #include "velmora/index_records.h"
 #include "velmora/vlaisp.h"
 
@@ -152,6 +154,28 @@ TEST_F(PosixListings, AnOpenAndAReopenListNothing)
     EXPECT_EQ(StoreIndex_Open(&record, 1), 2u);
     EXPECT_EQ(DirectoryListings(), before);
     StoreIndex_Release(&record);
+}
+
+// The list of a folder's children and the flag beside it are looked for at every step.
+TEST_F(PosixListings, ChildFoldersAndTheirSizesListNothing)
+{
+    store_.MakeFolder(folder_.Name() + "/Child");
+    StoreFolderRecord record{};
+    CopyBounded(record.Postoffice, "po");
+    CopyBounded(record.Mailbox, "box");
+    CopyBounded(record.FolderPath, "/" + folder_.Name());
+    const auto walk = [&] {
+        uint32_t children = 0;
+        for (uint64_t more = StoreFolderFindFirst(&record); more == 1; more = StoreFolderFindNext(&record)) ++children;
+        StoreFolderFindClose(&record);
+        EXPECT_EQ(children, 1u);
+        EXPECT_EQ(StoreFolderGetSize(&record), 1u);
+        EXPECT_EQ(record.FolderSize, kMessages * 4096u);
+    };
+    walk();
+    const uint64_t before = DirectoryListings();
+    walk();
+    EXPECT_EQ(DirectoryListings(), before);
 }
 
 }  // namespace

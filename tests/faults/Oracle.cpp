@@ -75,6 +75,8 @@ const char* NameOf(Quirk quirk) { return kQuirkNames[static_cast<size_t>(quirk)]
 
 Oracle::Oracle(const Scenario& scenario, bool backup) : scenario_(scenario), backup_(backup), folder_(store_.MakeFolder("INBOX"))
 {
+    for (const char* const setting : {"Use XML Stream Index Deserialisation", "Use XML Stream Index Serialisation"})
+        store_.SetNumber(setting, scenario_.documents ? 0 : 1);
     store_.Attach();
     SetPresentTime(clock_);
     MakeFirstFolder(folder_);
@@ -274,6 +276,7 @@ void Oracle::JudgeNextOpen(const Licence& given)
         look = Open();
     }
     if (look.opened != 1) Complain("the folder does not open");
+    const Listing unmended = look.listing;
     if (!ListsAllMessages(look.listing) && Use(Quirk::FlagGone, licence)) {
         CheckListing(look.listing, false, licence, "next");
         MarkFolderDirty(folder_.string().c_str());
@@ -281,7 +284,8 @@ void Oracle::JudgeNextOpen(const Licence& given)
         if (look.opened != 1) Complain("the folder does not open for a scan");
     }
     CheckListing(look.listing, true, licence, "next");
-    if (!scanIsDue && !(counts && AreCountsOf(*counts, look.listing)) && !AreKnownCounts(counts, look.listing, licence))
+    const bool areCounts = counts && (AreCountsOf(*counts, look.listing) || AreCountsOf(*counts, unmended));
+    if (!scanIsDue && !areCounts && !AreKnownCounts(counts, look.listing, licence))
         Complain("the counts in front of the next open are " + (counts ? Text(*counts) : "gone") + " for " + Text(CountsOf(look.listing)));
     CheckCounts(look, licence, "next");
     // It is on the disk and not in memory alone.

@@ -61,6 +61,8 @@ struct Scenario {
     uint32_t ownListings = 0;
     // Whether it leaves what it does not change in the index where it stands: a write that does nothing then costs nothing.
     bool savesInPlace = false;
+    // Whether indexes are read and written as documents, as on a machine with no settings for it. There are no backups then.
+    bool documents = false;
     // What must be met at the least, so that a seam that counts nothing is noticed: operations of any kind in one run, writes, changes
     // of the disk and allocations.
     uint32_t operations = 10;

@@ -25,6 +25,11 @@ enum class Allowance {
     ItemOfAFileThatWent,
     ItemBroughtBack,
     UpdateThatLostItsBlock,
+    ListCutByADeath,
+    ListBehindAFailure,
+    ListThatWasCopied,
+    ListOfAFolderThatMoved,
+    ParentMadeOnTheWay,
     kCount
 };
 
@@ -60,6 +65,16 @@ inline constexpr std::array<AllowanceText, static_cast<size_t>(Allowance::kCount
     {Allowance::ItemBroughtBack, "item brought back", "a save of an older load brings back what was removed since, until a rebuild"},
     {Allowance::UpdateThatLostItsBlock, "update that lost its block",
      "an update holds the block by its name alone, and who has waited for it to the end takes it away; two write at once then"},
+    {Allowance::ListCutByADeath, "list cut by a death", "a process died between a change of the folders and the mark that tells of it"},
+    {Allowance::ListBehindAFailure, "list behind a failure",
+     "a removal or a copy that fails half-way leaves what it has done by then, and marks nothing"},
+    {Allowance::ListThatWasCopied, "list that was copied",
+     "a copy takes the lists along as they are, also over those of a folder that is there"},
+    {Allowance::ListOfAFolderThatMoved, "list of a folder that moved",
+     "who marks or lists a folder while it is renamed does so under a name that is not there any more"},
+    {Allowance::ParentMadeOnTheWay, "parent made on the way",
+     "a rename and a copy make the parents of their target again that another has removed meanwhile, and mark where they saw the first "
+     "missing"},
 }};
 
 // How often each was used.

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <system_error>
@@ -17,6 +18,8 @@
 #include "tests/torture/HastyClock.h"
 #include "tests/torture/OwnRecord.h"
 #include "tests/torture/Tally.h"
+#include "tests/torture/Tree.h"
+#include "tests/torture/TreeOracle.h"
 #include "tests/torture/Worker.h"
 
 namespace velmora::torture {
@@ -44,6 +47,8 @@ public:
     int Run();
 
 private:
+    // None where the tree is fought for.
+    uint32_t MessageFolders() const { return plan_.trees != 0 ? 0 : static_cast<uint32_t>(plan_.folders); }
     void MakeStore();
     void Start();
     void Fight(Time::time_point end);
@@ -69,6 +74,7 @@ private:
     std::vector<Fighter> fighters_;
     std::vector<JournalReader> journals_;
     std::vector<FolderOracle> oracles_;
+    std::optional<TreeOracle> tree_;
     AllowanceCounts counts_;
     Tally tally_;
     std::map<uint64_t, int64_t> deaths_;  // when each was killed
@@ -84,20 +90,27 @@ Driver::Driver(const Plan& plan) : plan_(plan), dice_(plan.seed)
 
 void Driver::MakeStore()
 {
+    const Strategy& strategy = StrategyOf(plan_);
+    store_.SetNumber("Use XML Stream Index Deserialisation", strategy.streamReader ? 1 : 0);
+    store_.SetNumber("Use XML Stream Index Serialisation", strategy.streamWriter ? 1 : 0);
     // With it, a block that is left behind costs a second and not a minute.
     store_.SetNumber("Index Unblock Mode", static_cast<uint32_t>(plan_.unblock), kProviders);
     store_.SetNumber("Backup Index", static_cast<uint32_t>(plan_.backup));
     store_.SetNumber("Backup Index Interval", 0);
     store_.SetNumber("Index Garbage Collection Threshold", 20);
     fs::create_directory(store_.Directory().Path() / "journals");
-    for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
+    if (plan_.trees != 0) {
+        for (const char* const path : kKeptFolders) fs::create_directories(TreeDirectory(plan_.mailRoot, path));
+        tree_.emplace(plan_, store_.Directory().Path() / "journals" / "look.txt", counts_);
+    }
+    for (uint32_t folder = 0; folder < MessageFolders(); ++folder) {
         store_.MakeFolder(FolderName(folder), kMailbox, kPostoffice);
         oracles_.emplace_back(plan_, folder, counts_);
     }
     store_.Attach();
     clock_ = std::make_unique<HastyClock>(plan_.haste);
     // Every folder has an index before anybody fights for it.
-    for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
+    for (uint32_t folder = 0; folder < MessageFolders(); ++folder) {
         OwnRecord record(FolderName(folder));
         if (StoreIndex_Open(&record, 1) != 1) throw std::runtime_error("an empty folder cannot be opened");
     }
@@ -190,7 +203,7 @@ void Driver::EndAll()
 // at which it was.
 void Driver::LookAtBlocks(const std::map<uint32_t, History>& histories)
 {
-    for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
+    for (uint32_t folder = 0; folder < MessageFolders(); ++folder) {
         const fs::path block = FolderDirectory(plan_.mailRoot, folder) / "_index.blk";
         if (!fs::exists(block)) continue;
         const auto history = histories.find(folder);
@@ -206,10 +219,12 @@ void Driver::Check(bool last)
     std::vector<Record> records;
     for (JournalReader& journal : journals_) journal.ReadOn(records);
     tally_.Take(records);
-    const std::map<uint32_t, History> histories = MakeHistories(records, deaths_);
+    if (tree_)
+        for (const std::string& fault : tree_->Check(records)) Fault(fault);
+    const std::map<uint32_t, History> histories = tree_ ? std::map<uint32_t, History>() : MakeHistories(records, deaths_);
     LookAtBlocks(histories);
     const History nothing;
-    for (uint32_t folder = 0; folder < plan_.folders; ++folder) {
+    for (uint32_t folder = 0; folder < MessageFolders(); ++folder) {
         const auto history = histories.find(folder);
         for (const std::string& fault :
              oracles_[folder].Check(history == histories.end() ? nothing : history->second, last || dice_.OneIn(3)))
@@ -265,14 +280,16 @@ int Driver::Run()
 int RunDriver(Plan plan)
 {
     if (plan.seed == 0) plan.seed = std::random_device()() + 1u;
+    if (plan.strategy == 0) plan.strategy = 1 + plan.seed % std::size(kStrategies);
     std::printf(
         "torture: --seed=%llu --seconds=%llu --processes=%llu --threads=%llu --folders=%llu --kills=%llu --haste=%llu --backup=%llu "
-        "--unblock=%llu\n",
+        "--unblock=%llu --strategy=%llu --trees=%llu\n",
         static_cast<unsigned long long>(plan.seed), static_cast<unsigned long long>(plan.seconds),
         static_cast<unsigned long long>(plan.processes), static_cast<unsigned long long>(plan.threads),
         static_cast<unsigned long long>(plan.folders), static_cast<unsigned long long>(plan.kills),
         static_cast<unsigned long long>(plan.haste), static_cast<unsigned long long>(plan.backup),
-        static_cast<unsigned long long>(plan.unblock));
+        static_cast<unsigned long long>(plan.unblock), static_cast<unsigned long long>(plan.strategy),
+        static_cast<unsigned long long>(plan.trees));
     std::fflush(stdout);
     return Driver(plan).Run();
 }

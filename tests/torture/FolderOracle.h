@@ -44,6 +44,7 @@ private:
     void OpenByTheRules();
     void OpenMarked();
     bool ReadIndex();
+    std::string Compared(const std::string& description) const;
     void CheckListing();
     void CheckGhosts();
     void CheckUids();
@@ -67,6 +68,7 @@ private:
 
     const uint32_t folder_;
     const bool hasBackups_;
+    const bool readsStreams_;
     const bool nobodyDies_;
     const bool spoilsCounts_;
     const std::filesystem::path directory_;

@@ -17,7 +17,7 @@ using platform::FileOperation;
 
 namespace {
 
-constexpr std::string_view kHeader = "<BASEELEMENT LASTUID=\"x";
+constexpr std::string_view kHeader = "<BASEELEMENT LASTUID=\"";
 constexpr std::string_view kEnd = "</BASEELEMENT>";
 constexpr std::string_view kEmptyEnd = "/>";
 
@@ -90,8 +90,12 @@ std::string SpanText(int64_t begin, int64_t end) { return std::to_string(begin) 
 
 std::optional<uint32_t> HeaderUid(std::string_view bytes)
 {
-    if (!bytes.starts_with(kHeader) || bytes.size() < kHeader.size() + 8) return std::nullopt;
-    return ParseUnsigned(bytes.substr(kHeader.size(), 8), 16);
+    if (!bytes.starts_with(kHeader)) return std::nullopt;
+    const size_t end = bytes.find('"', kHeader.size());
+    if (end == bytes.npos) return std::nullopt;
+    const std::string_view digits = bytes.substr(kHeader.size(), end - kHeader.size());
+    if (digits.starts_with('x')) return digits.size() == 9 ? std::optional(ParseUnsigned(digits.substr(1), 16)) : std::nullopt;
+    return digits.empty() ? std::nullopt : std::optional(ParseUnsigned(digits, digits.starts_with('0') ? 16 : 10));
 }
 
 platform::FileVerdict IndexWatch::Before(FileOperation operation, const char* path, uint64_t)

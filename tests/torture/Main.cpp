@@ -4,6 +4,7 @@
 
 #include "tests/torture/Driver.h"
 #include "tests/torture/Plan.h"
+#include "tests/torture/TreeLook.h"
 #include "tests/torture/Worker.h"
 
 int main(int argc, char** argv)
@@ -11,6 +12,7 @@ int main(int argc, char** argv)
     using namespace velmora::torture;
     try {
         const Plan plan = ParsePlan(argc, argv);
+        if (!plan.look.empty()) return RunTreeLook(plan);
         return plan.worker.empty() ? RunDriver(plan) : RunWorker(plan);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "torture: %s\n%s", fault.what(), argc > 1 && argv[1][0] == '-' ? Usage().c_str() : "");

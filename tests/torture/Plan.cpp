@@ -25,6 +25,9 @@ constexpr struct {
     {"haste", &Plan::haste, 1, 1000, "divides the library's waits"},
     {"backup", &Plan::backup, 0, 1, "whether indexes have backups"},
     {"unblock", &Plan::unblock, 0, 1, "whether an orphaned block goes at once; with 0 items are updated directly as well"},
+    {"strategy", &Plan::strategy, 0, std::size(kStrategies),
+     "1: documents; 2: streams; 3: streams are read and documents written; 4: the reverse; 0: by the seed"},
+    {"trees", &Plan::trees, 0, 1, "whether the tree of folders is fought for, and not the messages in some"},
     {"keep", &Plan::keep, 0, 1, "keeps the store, whatever the result"},
     {"process", &Plan::process, 0, UINT32_MAX, nullptr},
 };
@@ -36,13 +39,15 @@ constexpr struct {
 } kTexts[] = {
     {"sabotage", &Plan::sabotage, "a fault on purpose, by name; see Sabotage.cpp"},
     {"worker", &Plan::worker, nullptr},
+    {"look", &Plan::look, nullptr},
     {"mail-root", &Plan::mailRoot, nullptr},
 };
 
 constexpr std::string_view kSabotages[] = {"lose-file",       "duplicate-uid",      "tear-element",   "forget-flag",   "save-without-block",
                                            "leave-block",     "reset-read",         "lower-last-uid", "make-up-flag",  "list-ghost",
                                            "cut-index",       "write-when-refused", "refuse-open",    "refuse-blocks", "spoil-counts",
-                                           "forget-delivery", "forget-update",      "forget-removal", "hold-twice"};
+                                           "forget-delivery", "forget-update",      "forget-removal", "hold-twice",    "hide-folder",
+                                           "lose-kept",       "lie-of-size"};
 
 uint64_t NumberOf(const std::string& name, const std::string& text, uint64_t least, uint64_t most)
 {

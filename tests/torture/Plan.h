@@ -19,12 +19,23 @@ struct Plan {
     uint64_t haste = 1;      // the library's waits are divided by this
     uint64_t backup = 1;     // whether the store keeps backups of its indexes
     uint64_t unblock = 1;    // the setting "Index Unblock Mode"; with 0 there are direct updates as well
+    uint64_t strategy = 0;   // how indexes are read and written, see kStrategies; 0: by the seed
+    uint64_t trees = 0;      // 1: they fight for the tree of folders, and not for the messages in some
     uint64_t keep = 0;       // 1: the store stays, whatever the result
     std::string sabotage;    // a fault that one worker commits on purpose, for the oracle to find
     std::string worker;      // not empty in a worker: where its journal goes
+    std::string look;        // not empty in a process that looks at the tree: where its answer goes
     std::string mailRoot;    // of the driver's store
     uint64_t process = 0;    // a worker's number, unique in the run
 };
+
+// The settings of a store by the plan's strategy.
+struct Strategy {
+    bool streamReader, streamWriter;
+};
+inline constexpr Strategy kStrategies[] = {{false, false}, {true, true}, {true, false}, {false, true}};
+// Of a plan that has one.
+inline const Strategy& StrategyOf(const Plan& plan) { return kStrategies[plan.strategy - 1]; }
 
 // Reads `--name=value`, and `--name` alone for 1. Throws std::runtime_error with what is wrong.
 Plan ParsePlan(int argc, char** argv);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tests/torture/TreeHand.h"
+
 namespace velmora::torture {
 
 namespace {
@@ -13,6 +15,7 @@ struct Floor {
     double aSecond;
     double part;
     bool onlyWithUpdates = false;
+    bool ofTrees = false;
 };
 constexpr Floor kFloors[] = {
     {"open", 1, 0.25},
@@ -28,6 +31,15 @@ constexpr Floor kFloors[] = {
     {"remove-written", 0.05, 0.5},
     {"update", 0.2, 0.1, true},
     {"update-written", 0.2, 0.5, true},
+    {kAdd, 1, 0.1, false, true},
+    {kRename, 0.5, 0.05, false, true},
+    {kCopy, 0.2, 0.05, false, true},
+    {kRemove, 0.5, 0.2, false, true},
+    {kList, 1, 0.05, false, true},
+    {kReindex, 0.05, 0.2, false, true},
+    {kSize, 0.1, 0.5, false, true},
+    {"open", 0.2, 0.1, false, true},
+    {"deliver", 0.2, 0.1, false, true},
 };
 constexpr uint64_t kOftenEnough = 20;
 }  // namespace
@@ -54,7 +66,7 @@ std::vector<std::string> Tally::TooLittle(const Plan& plan, double seconds) cons
 {
     std::vector<std::string> faults;
     for (const Floor& floor : kFloors) {
-        if (floor.onlyWithUpdates && plan.unblock != 0) continue;
+        if (floor.ofTrees != (plan.trees != 0) || (floor.onlyWithUpdates && plan.unblock != 0)) continue;
         const auto found = counts_.find(floor.what);
         const Count count = found == counts_.end() ? Count() : found->second;
         const bool seldom = count.done < static_cast<uint64_t>(floor.aSecond * seconds);

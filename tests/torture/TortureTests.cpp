@@ -27,12 +27,30 @@ Outcome RunTorture(const std::vector<std::string>& arguments)
     return outcome;
 }
 
+// Indexes as documents, as on a machine with no settings for it, and as streams. Without a number the seed chooses.
+constexpr char kDocuments[] = "--strategy=1";
+constexpr char kStreams[] = "--strategy=2";
+
 // The waits of the library are the real ones; what a fight of them comes to is printed.
 TEST(Torture, ProcessesThatFightAndDieLoseNothing)
 {
-    const Outcome run = RunTorture({"--seconds=20"});
-    EXPECT_EQ(run.exitCode, 0) << run.output;
-    std::printf("%s", run.output.c_str());
+    for (const char* const strategy : {kDocuments, kStreams}) {
+        const Outcome run = RunTorture({"--seconds=10", strategy});
+        EXPECT_EQ(run.exitCode, 0) << run.output;
+        std::printf("%s", run.output.c_str());
+    }
+}
+
+TEST(Torture, ProcessesThatFightForTheFoldersThemselvesLoseNoneThatStays)
+{
+    for (const std::vector<std::string>& how :
+         {std::vector<std::string>{"--kills=0", kDocuments}, std::vector<std::string>{"--kills=100"}}) {
+        std::vector<std::string> arguments = {"--trees", "--seconds=5", "--haste=40"};
+        arguments.insert(arguments.end(), how.begin(), how.end());
+        const Outcome run = RunTorture(arguments);
+        EXPECT_EQ(run.exitCode, 0) << run.output;
+        std::printf("%s", run.output.c_str());
+    }
 }
 
 // With short waits ten times as much comes together; without backups a damaged index has to be mended from the files.
@@ -75,6 +93,7 @@ struct Sabotage {
     const char* sooner = rule;    // the rule by which a worker may come across it before the check does
     bool inTheThickOfIt = false;  // with several processes, and some of them killed
     const char* folders = inTheThickOfIt ? "8" : "2";
+    bool trees = false;  // in a fight for the tree of folders
 };
 
 void PrintTo(const Sabotage& sabotage, std::ostream* out) { *out << sabotage.name; }
@@ -89,6 +108,8 @@ TEST_P(Oracle, NoticesWhatIsDoneOnPurpose)
     else
         arguments.insert(arguments.end(), {"--kills=0", "--processes=1", "--threads=1"});
     arguments.push_back(std::string("--folders=") + GetParam().folders);
+    arguments.emplace_back(kStreams);
+    if (GetParam().trees) arguments.emplace_back("--trees");
     const Outcome run = RunTorture(arguments);
     EXPECT_EQ(run.exitCode, 1);
     const auto broken = [&](const char* rule) { return run.output.find(std::string(": ") + rule + ": ") != std::string::npos; };
@@ -132,7 +153,11 @@ INSTANTIATE_TEST_SUITE_P(
                     Sabotage{"forget-delivery", "an open by the rules lists every file", "an open by the rules lists every file", false,
                              "20"},
                     Sabotage{"forget-update", "a flag that a save was told of is there"},
-                    Sabotage{"forget-removal", "no item is listed that has no file", "no item is listed that has no file", false, "20"}),
+                    Sabotage{"forget-removal", "no item is listed that has no file", "no item is listed that has no file", false, "20"},
+                    Sabotage{"hide-folder", "every list equals the directories", "every list equals the directories", false, "1", true},
+                    Sabotage{"lose-kept", "a folder that nobody removed keeps its messages", "what is told to have been done is done",
+                             false, "1", true},
+                    Sabotage{"lie-of-size", "a size is the sum of the messages", "a size is the sum of the messages", false, "1", true}),
     NameOf);
 
 INSTANTIATE_TEST_SUITE_P(

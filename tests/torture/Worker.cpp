@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "tests/torture/Hand.h"
 #include "tests/torture/HastyClock.h"
 #include "tests/torture/IndexWatch.h"
+#include "tests/torture/TreeHand.h"
 #include "velmora/library.h"
 
 namespace velmora::torture {
@@ -60,9 +62,9 @@ private:
     uint64_t standing_ = 0;
 };
 
-void RunThread(const Plan& plan, uint32_t thread, Journal& journal, IndexWatch& watch, Gate& gate)
+template <typename AnyHand>
+void RunThread(AnyHand hand, uint32_t thread, Journal& journal, Gate& gate)
 {
-    Hand hand(plan, thread, journal, watch);
     while (gate.Pass()) {
         try {
             hand.DoSomething();
@@ -84,12 +86,21 @@ int RunWorker(const Plan& plan)
     // Every fourth process shares folders between its threads.
     StoreLibrary_SetAffinity(plan.process % 4 == 3 ? 0 : 1);
     Journal journal(plan.worker);
-    IndexWatch watch(journal);
-    clock.beforeSleep = [&] { watch.Resolve(); };
-    if (plan.sabotage == "refuse-blocks") watch.RefuseBlocks();
+    std::optional<IndexWatch> watch;
+    if (plan.trees == 0) {
+        watch.emplace(journal);
+        clock.beforeSleep = [&] { watch->Resolve(); };
+        if (plan.sabotage == "refuse-blocks") watch->RefuseBlocks();
+    }
     Gate gate(plan.threads);
     std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < plan.threads; ++i) threads.emplace_back([&, i] { RunThread(plan, i, journal, watch, gate); });
+    for (uint32_t i = 0; i < plan.threads; ++i)
+        threads.emplace_back([&, i] {
+            if (plan.trees != 0)
+                RunThread(TreeHand(plan, i, journal), i, journal, gate);
+            else
+                RunThread(Hand(plan, i, journal, *watch), i, journal, gate);
+        });
     while (const auto order = line.ReadLine()) {
         if (*order == kGo) gate.Open();
         if (*order != kStop) continue;
