@@ -106,7 +106,7 @@ TEST_F(ItemFlag, FlagsThatAreNotStoredAreAnError)
 {
     std::string id = DeliverOne("one");
     // Without a writer of indexes no change is stored.
-    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    TurnIndexWritersOff();
     Outcome run = InStore({"item", "flag", kInbox, "+SEEN", id}, 74);
     EXPECT_TRUE(run.err.ends_with("\nvlstore: the flags were not stored: po/box/Inbox " + id + "\n")) << run.err;
 }

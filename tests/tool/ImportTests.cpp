@@ -269,7 +269,7 @@ TEST_F(Import, WhatAKilledImportLeftIsFoundByTheNextOpen)
 
 TEST_F(Import, AStoreThatSavesNoIndexesIsNoted)
 {
-    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    TurnIndexWritersOff();
     Outcome run = InStore({"import", MakeFile("a.eml", Mail("a")).string(), "--to", kInbox});
     EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
     EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;

@@ -154,7 +154,7 @@ TEST_F(Item, AValueThatIsNotStoredAsGivenIsAnError)
 {
     ImportSubjects({"one"});
     // Without a writer of indexes no change is stored.
-    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    TurnIndexWritersOff();
     Outcome run = InStore({"item", "set", kInbox, "00000001.MAI", "PR_VL_READ", "1"}, 74);
     EXPECT_EQ(run.out, "");
     EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;

@@ -123,7 +123,7 @@ TEST_F(ItemRemove, WhatTheIndexKeepsKeepsItsMessage)
 {
     std::vector<std::string> ids = ImportSubjects({"one"});
     // Without a writer of indexes no item leaves the index.
-    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    TurnIndexWritersOff();
     Outcome run = InStore({"--format", "tab", "item", "remove", kInbox, ids[0], "--yes"}, 74);
     EXPECT_EQ(run.out, "VL_ITEM_ID\n");
     EXPECT_TRUE(run.err.ends_with("vlstore: not removed: " + ids[0] +

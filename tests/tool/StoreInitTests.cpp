@@ -39,13 +39,33 @@ TEST_F(StoreInit, DefaultsSetNothingButTheMailRoot)
     EXPECT_EQ(ReadFileBytes(SettingsPath()), Heading() + "\"Mail Root\"=\"" + Escaped(Root() / "POSTOFFICES") + "\"\r\n");
 }
 
-TEST_F(StoreInit, DefaultsAreSaidToSaveNoIndexes)
+TEST_F(StoreInit, SettingsThatLeaveNoIndexWriterAreNoted)
 {
-    Outcome run = Tool({"store", "init", Root().string(), "--defaults"});
-    EXPECT_TRUE(run.err.starts_with("vlstore: note: this store saves no indexes")) << run.err;
-    EXPECT_EQ(Tool({"store", "init", Root().string() + "2"}).err, "");
+    const std::vector<std::string> version = {"settings", "set", "XML Version", "4", "--key", "Providers\\Store"};
+    EXPECT_EQ(Tool({"store", "init", Root().string(), "--defaults"}).err, "");
+    std::string note = InStore(version).err;
+    EXPECT_TRUE(note.starts_with("vlstore: note: this store saves no indexes")) << note;
     EXPECT_EQ(InStore({"settings", "set", "Use XML Stream Index Serialisation", "1"}).err, "");
-    EXPECT_EQ(InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"}).err, run.err);
+    EXPECT_EQ(InStore(version).err, "");
+    EXPECT_EQ(InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"}).err, note);
+}
+
+TEST_F(StoreInit, WithNoSettingsTheDirectoriesMakeTheStore)
+{
+    ASSERT_EQ(Tool({"store", "init", Root().string(), "--no-settings"}).exitCode, 0);
+    EXPECT_EQ(FileNames(Root()), std::vector<std::string>{"POSTOFFICES"});
+    InStore({"mailbox", "add", "po", "box"});
+    fs::path file = MakeFile("a.eml", "Subject: kept\nFrom: a@b\n\nbody\n");
+    Outcome run = InStore({"import", file.string(), "--to", kInbox});
+    EXPECT_EQ(run.out, "imported 1 of 1 messages into po/box/Inbox\n");
+    EXPECT_EQ(run.err, "");
+    InStore({"item", "set", kInbox, "00000001.MAI", "PR_VL_READ", "1"});
+    EXPECT_EQ(InStore({"item", "get", kInbox, "00000001.MAI", "PR_VL_READ"}).out, "1\n");
+    EXPECT_EQ(JsonInStore({"index", "check", kInbox}).at(0).at("form"), "dom-old");
+    EXPECT_EQ(FileNames(Root()), std::vector<std::string>{"POSTOFFICES"});
+    Outcome again = Tool({"store", "init", Root().string(), "--no-settings"});
+    EXPECT_EQ(again.exitCode, 73);
+    EXPECT_EQ(again.err, "vlstore: there is a store already: " + (Root() / "POSTOFFICES").string() + "\n");
 }
 
 TEST_F(StoreInit, RefusesARootThatOtherPlatformsCannotName)

@@ -112,6 +112,13 @@ void ToolTest::MakeStore() const
     InStore({"mailbox", "add", "po", "box"});
 }
 
+void ToolTest::TurnIndexWritersOff() const
+{
+    InStore({"settings", "set", "Use XML Stream Index Serialisation", "0"});
+    // The document writer of this version is not there.
+    InStore({"settings", "set", "XML Version", "4", "--key", "Providers\\Store"});
+}
+
 fs::path ToolTest::MakeFile(std::string_view name, std::string_view bytes) const
 {
     fs::path path = directory_.Path() / name;

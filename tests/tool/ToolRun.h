@@ -88,6 +88,8 @@ protected:
 
     // "store init" and "mailbox add po box".
     void MakeStore() const;
+    // From here on no index is saved.
+    void TurnIndexWritersOff() const;
     // A file outside the store.
     std::filesystem::path MakeFile(std::string_view name, std::string_view bytes) const;
     // Imports messages of one line of subject each and returns their IDs.

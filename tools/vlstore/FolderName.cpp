@@ -45,6 +45,25 @@ void CheckPart(const std::string& whole, const std::string& part)
 
 std::vector<std::string> FolderName::FolderParts() const { return Split(folder, "/\\"); }
 
+FolderName FolderName::Parent() const
+{
+    const size_t at = folder.rfind('/');
+    return {postoffice, mailbox, at == std::string::npos ? std::string() : folder.substr(0, at)};
+}
+
+std::string FolderName::Leaf() const { return folder.substr(folder.rfind('/') + 1); }
+
+FolderName FolderName::Child(const std::string& name) const { return {postoffice, mailbox, folder.empty() ? name : folder + "/" + name}; }
+
+FolderName ParseMailboxOrFolder(const std::string& text)
+{
+    const std::vector<std::string> parts = Split(text, "/\\");
+    if (parts.size() != 2) return ParseFolderName(text);
+    if (text.size() > kLongestName) throw Failure(ExitCode::Usage, "the mailbox's name is too long");
+    for (const std::string& part : parts) CheckPart(text, part);
+    return {parts[0], parts[1], {}};
+}
+
 FolderName ParseFolderName(const std::string& text)
 {
     if (text.size() > kLongestName) throw Failure(ExitCode::Usage, "the folder's name is too long");

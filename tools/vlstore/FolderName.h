@@ -12,15 +12,22 @@ namespace vlstore {
 struct FolderName {
     std::string postoffice;
     std::string mailbox;
-    std::string folder;  // with "/" between its parts
+    std::string folder;  // with "/" between its parts; empty for the mailbox itself
 
-    std::string Str() const { return postoffice + "/" + mailbox + "/" + folder; }
+    std::string Str() const { return postoffice + "/" + mailbox + (folder.empty() ? "" : "/" + folder); }
     std::vector<std::string> FolderParts() const;
+    // The folder that this one stands in; of a folder at the root, the mailbox.
+    FolderName Parent() const;
+    // Its last part.
+    std::string Leaf() const;
+    FolderName Child(const std::string& name) const;
 };
 
 // Throws Failure (usage) for a text that has fewer than three parts, an empty part, "." or "..", or that is longer than
 // the library's name fields: those cut a name, and a cut name is another folder.
 FolderName ParseFolderName(const std::string& text);
+// The same, with POSTOFFICE/MAILBOX for the mailbox itself.
+FolderName ParseMailboxOrFolder(const std::string& text);
 
 // Throws Failure (usage) for a name that cannot be a directory of its own on every platform.
 void CheckNewName(std::string_view what, std::string_view name);

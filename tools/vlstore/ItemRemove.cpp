@@ -7,10 +7,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <memory>
 
+#include "Confirm.h"
 #include "ExitCode.h"
 #include "FolderFiles.h"
 #include "ItemIds.h"
@@ -51,12 +51,13 @@ public:
     void Run()
     {
         if (options_.dryRun) return ReportDryRun();
-        if (!options_.yes && !IsTerminal(stdin)) throw Failure(ExitCode::Usage, "nobody can be asked here; --yes removes without asking");
+        if (!options_.yes) RequireSomebodyToAsk();
         if (!SettingsFile::Load(store_.SettingsFile()).SavesIndexes()) PutMessage(kNoIndexWriterNote);
         OpenFolder folder(store_, name_, wait_);
         std::vector<std::string> ids = SelectIds(folder, options_.ids);
         for (const std::string& id : ids) RequirePlain(id);
-        if (!options_.yes && !Ask(ids.size())) throw Failure(ExitCode::Usage, "nothing was removed");
+        if (!options_.yes && !IsConfirmed("Remove " + CountText(ids.size()) + " from " + name_.Str()))
+            throw Failure(ExitCode::Usage, "nothing was removed");
         RemoveAll(folder, ids);
         Report(ids);
     }
@@ -66,14 +67,6 @@ private:
     static void RequirePlain(const std::string& id)
     {
         if (!IsPlainItemName(id)) throw Failure(ExitCode::Data, "not the name of a message: " + id);
-    }
-
-    bool Ask(size_t count) const
-    {
-        std::fprintf(stderr, "Remove %s from %s? [y/N] ", CountText(count).c_str(), name_.Str().c_str());
-        std::fflush(stderr);
-        char answer[16] = "";
-        return std::fgets(answer, sizeof answer, stdin) && (answer[0] == 'y' || answer[0] == 'Y');
     }
 
     // As the directory spells them, which a look by name does not tell on every system.

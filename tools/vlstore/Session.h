@@ -24,7 +24,8 @@ struct Session {
 
 // The settings file of this run: ROOT/registry.reg, else VELMORA_REGISTRY, else the system's.
 std::filesystem::path SettingsFilePath(const Session& session);
-// The same; throws Failure when there is no such file, or none that may be read.
+// The same; throws Failure when there is no such file, or none that may be read. A store at ROOT may have none: then its
+// directories make it one, and every setting has its default.
 std::filesystem::path ExistingSettingsFile(const Session& session);
 
 // Each verb stands in a file of its own and adds itself to its noun.
@@ -43,6 +44,17 @@ void AddItemFlag(CLI::App& noun, Session& session);
 void AddItemRemove(CLI::App& noun, Session& session);
 void AddFolderStatus(CLI::App& noun, Session& session);
 void AddFolderCounts(CLI::App& noun, Session& session);
+void AddFolderList(CLI::App& noun, Session& session);
+void AddFolderAdd(CLI::App& noun, Session& session);
+void AddFolderRename(CLI::App& noun, Session& session);
+void AddFolderCopy(CLI::App& noun, Session& session);
+void AddFolderRemove(CLI::App& noun, Session& session);
+void AddFolderSize(CLI::App& noun, Session& session);
+void AddFolderReindex(CLI::App& noun, Session& session);
+void AddShareList(CLI::App& noun, Session& session);
+void AddIndexDump(CLI::App& noun, Session& session);
+void AddIndexCheck(CLI::App& noun, Session& session);
+void AddIndexConvert(CLI::App& noun, Session& session);
 void AddPropertyList(CLI::App& noun, Session& session);
 
 }  // namespace vlstore

@@ -58,7 +58,7 @@ constexpr KnownSetting kKnownSettings[] = {
     {"Use XML Stream Index Deserialisation", kNumber, kBase},
     {"Use XML Stream Index Serialisation", kNumber, kBase},
     {"Write Wait Timeout", kNumber, kPlainProviders},
-    {"XML Version", kText, kStoreProvider},
+    {kXmlVersionSetting, kText, kStoreProvider},
 };
 
 }  // namespace
@@ -79,6 +79,9 @@ fs::path ExistingSettingsFile(const Session& session)
     std::error_code error;
     fs::file_status status = fs::status(path, error);
     if (fs::is_regular_file(status)) return path;
+    // A store by its directories alone.
+    std::error_code ignored;
+    if (!session.store.empty() && !fs::exists(status) && fs::is_directory(path.parent_path() / kMailRootInStore, ignored)) return path;
     if (error && !fs::status_known(status)) throw CannotRead(path.string(), error);
     if (!session.store.empty()) throw Failure(ExitCode::NoInput, "no such store: " + session.store);
     throw Failure(ExitCode::NoInput, "no such settings file: " + path.string());
@@ -124,7 +127,13 @@ uint32_t SettingsFile::Number(std::string_view name, uint32_t fallback) const
     return value ? value->Number().value_or(fallback) : fallback;
 }
 
-bool SettingsFile::SavesIndexes() const { return Number(kIndexWriterSetting, 0) != 0; }
+bool SettingsFile::SavesIndexes() const
+{
+    if (Number(kIndexWriterSetting, 0) == 1) return true;
+    const RegistryValue* version = text_.Find(FullKey(kStoreProvider), kXmlVersionSetting);
+    const std::string text = version && version->GetType() == RegistryValue::Type::Text ? version->Text() : std::string();
+    return !text.starts_with('4') && !text.starts_with('6');
+}
 
 fs::path SettingsFile::MailRoot() const
 {

@@ -32,12 +32,13 @@ inline constexpr std::string_view kPlainMailRootSetting = "Mail Root";
 // The directory of the post offices in a store that the tool made.
 inline constexpr const char* kMailRootInStore = "POSTOFFICES";
 
-// Turns on the writer of indexes.
+// Turns on the stream writer of indexes; without it the document writer saves them, unless it is of a version that is not there.
 inline constexpr std::string_view kIndexWriterSetting = "Use XML Stream Index Serialisation";
+inline constexpr std::string_view kXmlVersionSetting = "XML Version";
 // What a verb says that would have an index saved where none is.
 inline constexpr const char* kNoIndexWriterNote =
-    "note: this store saves no indexes, as their document form has no writer yet; items are found by scanning, and changes to them are "
-    "lost. Turn the stream writer on with: vlstore settings set \"Use XML Stream Index Serialisation\" 1";
+    "note: this store saves no indexes, as its \"XML Version\" is one that is not there; items are found by scanning, and changes to them "
+    "are lost. Turn the stream writer on with: vlstore settings set \"Use XML Stream Index Serialisation\" 1";
 
 class SettingsFile {
 public:
@@ -49,7 +50,7 @@ public:
     std::filesystem::path MailRoot() const;
     // A number below the base key.
     uint32_t Number(std::string_view name, uint32_t fallback) const;
-    // Whether the store saves its indexes: the form that it uses without being told otherwise has no writer yet.
+    // Whether the store saves its indexes.
     bool SavesIndexes() const;
     // Sets a value and puts the file in place in one step. Throws Failure; a file with a fault in it is not written, because
     // nothing behind the fault is read.

@@ -57,7 +57,8 @@ void SetSetting(const Options& options, Session& session, Output& output)
     RegistryValue value = ValueOf(options, TypeOf(options, settings.Text().Find(key, options.name)));
     settings.Set(key, options.name, value);
     NoteOtherKey(options, key);
-    if (EqualNoCase(options.name, kIndexWriterSetting) && !settings.SavesIndexes()) PutMessage(kNoIndexWriterNote);
+    const bool ofWriter = EqualNoCase(options.name, kIndexWriterSetting) || EqualNoCase(options.name, kXmlVersionSetting);
+    if (ofWriter && !settings.SavesIndexes()) PutMessage(kNoIndexWriterNote);
     output.Value(kSettingColumns, SettingRow({key, options.name, value}), kSettingValueColumn);
 }
 

@@ -100,6 +100,7 @@ fs::path Store::FolderDirectory(const FolderName& name) const
     fs::path office = Require(root, name.postoffice, "no such post office: " + name.postoffice);
     std::string noMailbox = "no such mailbox: " + name.postoffice + "/" + name.mailbox;
     fs::path directory = Require(Require(office, kMailboxes, noMailbox), name.mailbox, noMailbox);
+    if (name.folder.empty()) return directory;
 
     std::string noFolder = "no such folder: " + name.Str();
     std::vector<std::string> parts = name.FolderParts();

@@ -28,7 +28,7 @@ public:
 
     // The directory that holds the post offices, as the library says; it may not exist.
     const std::filesystem::path& MailRoot() const { return mailRoot_; }
-    // The directory of an existing folder. Throws Failure, one for each of store, post office, mailbox and folder, without
+    // The directory of an existing folder, or of a mailbox. Throws Failure, one for each of store, post office, mailbox and folder, without
     // touching anything: the library's own open would make the folder.
     std::filesystem::path FolderDirectory(const FolderName& name) const;
 

@@ -1,4 +1,4 @@
-// vlstore store init ROOT [--defaults]: an empty store with its settings file.
+// vlstore store init ROOT [--defaults|--no-settings]: an empty store, with its settings file or without one.
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -6,7 +6,6 @@
 
 #include "ExitCode.h"
 #include "FolderName.h"
-#include "Message.h"
 #include "Session.h"
 #include "SettingsFile.h"
 #include "System.h"
@@ -20,6 +19,7 @@ namespace {
 struct Options {
     std::string root;
     bool defaults = false;
+    bool noSettings = false;
 };
 
 std::string FirstSettings(const fs::path& mailRoot, bool defaults)
@@ -49,12 +49,14 @@ void InitStore(const Options& options, Output& output)
     fs::path mailRoot = root / kMailRootInStore;
     std::error_code error;
     if (fs::exists(settings, error)) throw Failure(ExitCode::CannotCreate, "there is a store already: " + settings.string());
+    if (options.noSettings && fs::exists(mailRoot, error))
+        throw Failure(ExitCode::CannotCreate, "there is a store already: " + mailRoot.string());
 
     fs::create_directories(mailRoot, error);
     if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + mailRoot.string() + ": " + error.message());
+    if (options.noSettings) return output.Record({"root", "mailRoot"}, {root.string(), mailRoot.string()});
     error = WriteNewFile(settings, FirstSettings(mailRoot, options.defaults));
     if (error) throw Failure(CodeOf(error, ExitCode::CannotCreate), "cannot make " + settings.string() + ": " + error.message());
-    if (options.defaults) PutMessage(kNoIndexWriterNote);
     output.Record({"root", "mailRoot", "registry"}, {root.string(), mailRoot.string(), settings.string()});
 }
 
@@ -65,7 +67,9 @@ void AddStoreInit(CLI::App& noun, Session& session)
     auto options = std::make_shared<Options>();
     CLI::App* verb = noun.add_subcommand("init", "Make an empty store at ROOT, with the stream index reader and writer on");
     verb->add_option("ROOT", options->root, "Directory of the store; made when it is not there")->required();
-    verb->add_flag("--defaults", options->defaults, "Set nothing but the mail root");
+    CLI::Option* defaults = verb->add_flag("--defaults", options->defaults, "Set nothing but the mail root");
+    verb->add_flag("--no-settings", options->noSettings, "Make no settings file; \"--store ROOT\" finds the store by its directories")
+        ->excludes(defaults);
     verb->callback([&session, options] { session.verb = [options](Session&, Output& output) { InitStore(*options, output); }; });
 }
 

@@ -71,6 +71,18 @@ void AddVerbs(CLI::App& app, Session& session)
     CLI::App* folder = AddNoun(app, "folder", "Folders");
     vlstore::AddFolderStatus(*folder, session);
     vlstore::AddFolderCounts(*folder, session);
+    vlstore::AddFolderList(*folder, session);
+    vlstore::AddFolderAdd(*folder, session);
+    vlstore::AddFolderRename(*folder, session);
+    vlstore::AddFolderCopy(*folder, session);
+    vlstore::AddFolderRemove(*folder, session);
+    vlstore::AddFolderSize(*folder, session);
+    vlstore::AddFolderReindex(*folder, session);
+    vlstore::AddShareList(*AddNoun(app, "share", "Shared folders"), session);
+    CLI::App* index = AddNoun(app, "index", "Index files");
+    vlstore::AddIndexDump(*index, session);
+    vlstore::AddIndexCheck(*index, session);
+    vlstore::AddIndexConvert(*index, session);
     vlstore::AddPropertyList(*AddNoun(app, "property", "Properties of items"), session);
 }
 
