@@ -49,8 +49,10 @@ VELMORA_API uint64_t StoreFolderCopy(StoreFolderRecord* from, StoreFolderRecord*
 /* FolderSize becomes the size of the folder FolderPath and of all below it, at most 4,294,967,295, in bytes or, with mode 1, in
  * kilobytes (each folder's own size is truncated before it is added). It is the sum of the sizes that the folders' indexes
  * tell. A folder that wants it is scanned on the way, unless somebody else is at work on it, for which nothing waits, or its
- * index is large ("Index Injection Size Limit"). Nothing else of the record changes. 1, also when a folder's index cannot be
- * read, which then counts nothing; 0, with a size of 0, when the listing of a folder ends in an error. */
+ * index is large ("Index Injection Size Limit"). A directory counts once, whatever the lists call it; a link to one is
+ * followed, unless it lies below another link. Nothing else of the record changes. 1, also when a folder's index cannot be read,
+ * which then counts nothing, or its list of child folders, which then has none; 0, with a size of 0, when a scan ends in an error
+ * or there is no memory. */
 VELMORA_API uint64_t StoreFolderGet(StoreFolderRecord* record);
 /* The same in bytes, or in kilobytes with mode 1; always of this machine, and in bytes while a remote host is selected. */
 VELMORA_API uint64_t StoreFolderGet_Ex(StoreFolderRecord* record, uint32_t mode);
@@ -72,15 +74,18 @@ VELMORA_API uint64_t StoreGetDeliveredMessageCount(StoreFolderRecord* record);
 
 /* Walks the child folders of FolderPath in the byte order of their names: First and Next write FolderName and answer 1; 0 at the
  * end or when the list cannot be had, with FolderName as it was. Close answers 1. Folders may come and go between two steps: a
- * walk goes on behind the name that it gave last, whatever FolderName says by then.
+ * walk goes on behind the name that it gave last, whatever FolderName says by then. The directory is what a walk is known by,
+ * byte for byte: First, Next and Close need the same spelling of post office, mailbox and FolderPath.
  *
  * `list` is the caller's own, or null for those that the library keeps for the thread until that ends or calls
  * StoreLibrary_ThreadRelease. With those, walks through several folders can be under way at once, and one through the same
  * folder in a function that is called from the loop; two such walks in one function need a list of their own. */
 VELMORA_API uint64_t StoreFolderFindFirst(StoreFolderRecord* record);
-/* The next one of the walk that the thread began last through FolderPath, or began here. */
+/* The next one of the walk through FolderPath that was begun here, by the depth of the stack; when none is under way here, of the
+ * one that the thread began last. */
 VELMORA_API uint64_t StoreFolderFindNext(StoreFolderRecord* record);
-/* Ends a walk; 0 while a remote host is selected. The thread keeps what it has parsed. */
+/* Ends the walk that was begun here, or else the one that the thread began last; 0 while a remote host is selected. Once for each
+ * walk: a second close may be of another. The thread keeps what it has parsed. */
 VELMORA_API uint64_t StoreFolderFindClose(StoreFolderRecord* record);
 /* StoreFolderFindFirst on a list of the caller's own. */
 VELMORA_API uint64_t TLS_StoreFolderFindFirst(StoreFolderRecord* record, TLSFolderList* list);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/posix/DirectoryNames.h"
 #include "tests/folders/FolderTree.h"
@@ -117,18 +118,18 @@ TEST_F(PosixLongFolder, IsMeasuredUpToTheSizeOfAPath)
     }
 }
 
-// Kept: the name of the block is cut from 1,013 bytes on, and so is another's.
-TEST_F(PosixLongFolder, IsScannedUpToTheSizeOfAPath)
+// Kept: from 1,013 bytes on the name of the block is cut, and with 1,022 nothing of it is left.
+TEST_F(PosixLongFolder, IsScannedAsLongAsItsBlockHasAName)
 {
-    for (const size_t bytes : {1012u, 1013u, 1023u, 1024u}) {
+    for (const auto& [bytes, expected] : {std::pair{1012u, 1u}, {1013u, 1u}, {1021u, 1u}, {1022u, 0u}, {1023u, 0u}, {1024u, 0u}}) {
         const std::string folder = FolderOf(bytes);
-        const fs::path directory = At(folder);
-        WriteFileBytes(directory / "1.MAI", "Subject: s\r\n\r\n");
+        WriteFileBytes(At(folder) / "1.MAI", "Subject: s\r\n\r\n");
         const std::string path = store.MailRoot().string() + "\\po\\MAILROOT\\box" + folder;
         ASSERT_EQ(path.size(), bytes);
-        std::cerr << bytes << " " << ScanFolders(path.c_str()) << "\n";
-        for (const std::string& name : FileNames(directory)) std::cerr << "  " << name << "\n";
-        for (const std::string& name : FileNames(directory.parent_path())) std::cerr << "  ../" << name << "\n";
+        EXPECT_EQ(ScanFolders(path.c_str()), expected) << bytes;
+        EXPECT_EQ(FileExists(At(folder) / "_index.xml"), expected == 1) << bytes;
+        for (const std::string& name : FileNames(At(folder)))
+            EXPECT_TRUE(name == "1.MAI" || name == "_index.xml" || name == "_DIRSIZE.TMP" || name == "_FOLDER.DAT") << bytes << " " << name;
     }
 }
 

@@ -224,7 +224,7 @@ TEST_F(FlagFiles, WithoutMemoryNoFlagIsLostAndNoSearchLeftOpen)
 {
     PutIndex();
     const std::string path = folder.string();
-    const size_t open = CountOpenHandles();
+    const uint32_t open = OpenHandleCount();
     uint32_t failures = 0;
     for (uint32_t n = 1;; ++n) {
         ASSERT_LT(n, 200u);
@@ -241,7 +241,7 @@ TEST_F(FlagFiles, WithoutMemoryNoFlagIsLostAndNoSearchLeftOpen)
             }
             hits = AllocationFault::Hits();
         }
-        EXPECT_EQ(CountOpenHandles(), open) << n;
+        EXPECT_EQ(OpenHandleCount(), open) << n;
         EXPECT_TRUE(told || (FileExists(folder / "_CHANGE.DTY") && FileExists(folder / "_CHANGE.TKN"))) << n;
         if (hits == 0) break;
     }

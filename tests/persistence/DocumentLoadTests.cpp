@@ -5,6 +5,7 @@
 
 #include "common/FileStream.h"
 #include "index/IndexPersistence.h"
+#include "platform/Xml.h"
 #include "tests/persistence/DocumentFolder.h"
 #include "tests/support/Captured.h"
 

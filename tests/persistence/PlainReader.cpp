@@ -92,7 +92,7 @@ bool ReadLastUid(std::string_view tag, uint32_t& lastUid)
         lastUid = PlainUnsigned(value.substr(1), 16);
         return true;
     }
-    lastUid = value.front() == '0' ? PlainUnsigned(value, 16) : static_cast<uint32_t>(PlainLong(value));
+    lastUid = PlainUnsigned(value, value.front() == '0' ? 16 : 10);
     return false;
 }
 

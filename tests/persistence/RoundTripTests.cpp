@@ -90,8 +90,11 @@ TEST(RoundTrip, NamesThatTheFormatCannotHoldDoNotSpoilTheFile)
     TestTable table;
     auto* item = Add(table, "a");
     for (const char* name : {"/X", "a<b", "a>b", "ELEMENTS", "BASEELEMENT"}) item->SetText(name, "value");
+    // What XML would take for something else.
+    for (const char* name : {"!x", "?x", "a/"}) item->SetText(name, "left out");
     item->SetText("SUBJECT", "kept");
     ASSERT_EQ(folder.Save(table), 1u);
+    EXPECT_EQ(folder.Bytes().find("left out"), std::string::npos);
     LoadedTable fresh(folder);
     ASSERT_EQ(fresh.LoadLevel, 3);
     EXPECT_EQ(TextOf(fresh["a"], "SUBJECT"), "kept");
