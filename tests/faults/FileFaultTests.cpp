@@ -84,8 +84,9 @@ uint32_t FloorOf(const Scenario& scenario, FaultKind kind)
 // What lasts for a while, other than once or for good, is another program that has the file, or a disk that answers again.
 std::vector<FaultSpan> SpansOf(FaultKind kind)
 {
-    if (kind == FaultKind::IoError || kind == FaultKind::IndexHeld)
-        return {FaultSpan::Once, FaultSpan::Two, FaultSpan::Three, FaultSpan::Five, FaultSpan::Onwards};
+    const bool lasts = kind == FaultKind::IoError || kind == FaultKind::IndexHeld;
+    if (lasts && VELMORA_TEST_LEAN) return {FaultSpan::Once, FaultSpan::Three, FaultSpan::Onwards};
+    if (lasts) return {FaultSpan::Once, FaultSpan::Two, FaultSpan::Three, FaultSpan::Five, FaultSpan::Onwards};
     return {FaultSpan::Once, FaultSpan::Onwards};
 }
 

@@ -1,6 +1,7 @@
-// Where the settings files stand when the environment names none, and a process that may open nothing for now.
-#include <sys/resource.h>
+// Where the settings files stand when the environment names none, and files that cannot be opened for now.
+#include <cerrno>
 
+#include "tests/platform/PosixSystemCalls.h"
 #include "tests/platform/SettingsFiles.h"
 #include "tests/support/FakeClock.h"
 
@@ -21,38 +22,19 @@ TEST_F(PosixRegistry, TheCurrentUsersFileStandsInTheHomeDirectory)
     EXPECT_EQ(NumberAt(HKEY_CURRENT_USER, "K", "V"), 3u);
 }
 
-// While it lives, the process can open no file.
-class NoDescriptors {
-public:
-    NoDescriptors()
-    {
-        EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before_), 0);
-        Set(0);
-    }
-    ~NoDescriptors() { End(); }
-    NoDescriptors(const NoDescriptors&) = delete;
-    NoDescriptors& operator=(const NoDescriptors&) = delete;
-    void End() const { Set(before_.rlim_cur); }
-
-private:
-    void Set(rlim_t most) const
-    {
-        const rlimit limit{most, before_.rlim_max};
-        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-    }
-    rlimit before_{};
-};
-
 TEST_F(PosixRegistry, AFileThatCannotBeOpenedForAMomentIsReadBehindAWait)
 {
     WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:1\r\n");
     EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 1u);
     WriteSettings("machine.reg", "[HKEY_LOCAL_MACHINE\\K]\r\n\"V\"=dword:12\r\n");
     FakeClock clock;
-    const NoDescriptors none;
+    SystemCalls calls;
+    calls.unopened = MachineFile();
+    calls.unopenedError = EMFILE;
     EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 1u) << "it was read last with this value";
     EXPECT_EQ(clock.Sleeps().size(), 4u);
-    clock.onSleep = [&](size_t) { none.End(); };
+    EXPECT_EQ(calls.Count("open"), 5u);
+    clock.onSleep = [&](size_t) { calls.unopenedError = 0; };
     EXPECT_EQ(NumberAt(HKEY_LOCAL_MACHINE, "K", "V"), 0x12u);
     EXPECT_EQ(clock.Sleeps().size(), 5u);
 }

@@ -59,6 +59,10 @@ int __wrap_open(const char* path, int flags, ...)
         errno = counting->refuseUnnamedFiles;
         return -1;
     }
+    if (counting && counting->unopenedError != 0 && counting->unopened == path) {
+        errno = counting->unopenedError;
+        return -1;
+    }
     return __real_open(path, flags, mode);
 }
 

@@ -24,6 +24,8 @@ public:
 
     std::vector<std::string> made;  // names, in order
     int refuseUnnamedFiles = 0;     // the errno with which an open of an unnamed file fails; 0 lets it pass
+    std::string unopened;           // the path that cannot be opened
+    int unopenedError = 0;          // and the errno that says why
     std::string undescribed;        // the name that statx does not tell of
     int undescribedError = 0;       // and the errno that it gives instead
 };
