@@ -46,6 +46,14 @@ TEST_F(FolderRemove, TakesTheSharesOfItAndOfThoseBelow)
     EXPECT_EQ(left[0].at("VL_FOLDER"), "Inbox");
 }
 
+TEST_F(FolderRemove, IsALineForEachNameInTabForm)
+{
+    MakeFolders();
+    Share({"Inbox/Projects"});
+    EXPECT_EQ(InStore({"--format", "tab", "folder", "remove", "po/box/Inbox/Projects", "--yes"}).out,
+              "removed\tpo/box/Inbox/Projects\nfolders\t1\nfiles\t1\nshares\t1\n");
+}
+
 TEST_F(FolderRemove, AsksForAWordWhereMoreGoesThanAFolder)
 {
     MakeFolders();
@@ -101,13 +109,36 @@ TEST_F(ShareList, NamesFoldersAndUsers)
               nlohmann::json({{"VL_FOLDER", "Inbox/Letters"}, {"user", nullptr}, {"inShares", true}, {"there", false}}));
 }
 
+TEST_F(ShareList, IsALineForEachUserInTabForm)
+{
+    MakeFolders();
+    Share({"Inbox", "Inbox/Letters"});
+    fs::remove(FolderPath("Inbox/Letters/_Access.XML"));
+    EXPECT_EQ(InStore({"--format", "tab", "share", "list", "po/box"}).out,
+              "VL_FOLDER\tuser\tinShares\tthere\nInbox\tada\tyes\tyes\nInbox\tb&b\tyes\tyes\nInbox/Letters\t\tyes\tyes\n");
+}
+
+TEST_F(ShareList, ABadAccessListHasALineAndTheOthersTheirRows)
+{
+    MakeFolders();
+    Share({"Inbox", "Inbox/Letters", "Inbox/Projects"});
+    const std::string bad = "<LIST>\n<ITEM USER=\"ada\"></LIST>";
+    const fs::path first = FolderPath("Inbox/_Access.XML"), second = FolderPath("Inbox/Projects/_Access.XML");
+    for (const fs::path& access : {first, second}) WriteFileBytes(access, bad);
+    Outcome run = InStore({"--format", "tab", "share", "list", "po/box"}, 65);
+    EXPECT_EQ(run.out,
+              "VL_FOLDER\tuser\tinShares\tthere\nInbox\t\tyes\tyes\nInbox/Letters\tada\tyes\tyes\nInbox/Letters\tb&b\tyes\tyes\n"
+              "Inbox/Projects\t\tyes\tyes\n");
+    const std::string fault = ": byte 24, line 2: </LIST> closes <ITEM>\n";
+    EXPECT_EQ(run.err, "vlstore: " + first.string() + fault + "vlstore: " + second.string() + fault);
+}
+
 TEST_F(ShareList, AFaultIsToldWithItsPlace)
 {
     fs::path shares = FolderPath("_Shares.xml"), access = FolderPath("Inbox/_Access.XML");
     WriteFileBytes(access, "<LIST>\n<ITEM USER=\"ada\"></LIST>");
     Outcome run = InStore({"share", "list", "po/box"}, 65);
-    EXPECT_EQ(run.err, "vlstore: " + access.string() +
-                           ": byte 24, line 2: </LIST> closes <ITEM>\nvlstore: listed with faults: the shares of po/box\n");
+    EXPECT_EQ(run.err, "vlstore: " + access.string() + ": byte 24, line 2: </LIST> closes <ITEM>\n");
     WriteFileBytes(shares, "<SHARES><SHARE></SHARES>");
     ExpectRefusal({"share", "list", "po/box"}, 65, shares.string() + ": byte 15, line 1: </SHARES> closes <SHARE>");
     ExpectRefusal({"share", "list", "po/nobody"}, 66, "no such mailbox: po/nobody");

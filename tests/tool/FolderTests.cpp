@@ -107,6 +107,12 @@ TEST_F(FolderAdd, MakesAFolderWithTheSpellingThatTheStoreHasForIt)
     EXPECT_TRUE(fs::is_directory(FolderPath("Drafts")));
 }
 
+TEST_F(FolderAdd, IsALineForEachNameInTabForm)
+{
+    EXPECT_TRUE(InStore({"--format", "tab", "folder", "add", "po/box/Inbox/New"})
+                    .out.starts_with("VL_POSTOFFICE\tpo\nVL_MAILBOX\tbox\nVL_FOLDER\tInbox/New\nVL_FOLDER_PATH\t"));
+}
+
 TEST_F(FolderAdd, RefusesWhatWouldSurprise)
 {
     MakeFolders();
@@ -142,6 +148,13 @@ TEST_F(FolderRename, TakesEverythingAlong)
     EXPECT_EQ(Listed("po/box/Outbox", true), (std::vector<std::string>{"Outbox/Old", "Outbox/Old/2026"}));
 }
 
+TEST_F(FolderRename, IsALineForEachNameInTabForm)
+{
+    MakeFolders();
+    EXPECT_EQ(InStore({"--format", "tab", "folder", "rename", "po/box/Inbox/Projects", "Works"}).out,
+              "from\tpo/box/Inbox/Projects\nto\tpo/box/Inbox/Works\nfolders\t1\nfiles\t1\n");
+}
+
 TEST_F(FolderRename, RefusesWhatWouldSurprise)
 {
     MakeFolders();
@@ -175,6 +188,13 @@ TEST_F(FolderCopy, CopiesEverything)
     EXPECT_EQ(Listed("po/box/Outbox", true), (std::vector<std::string>{"Outbox/Copy", "Outbox/Copy/2026"}));
     EXPECT_EQ(JsonInStore({"item", "list", "po/box/Outbox/Copy"}), JsonInStore({"item", "list", "po/box/Inbox/Projects"}));
     EXPECT_EQ(Listed(kInbox).size(), 2u);
+}
+
+TEST_F(FolderCopy, IsALineForEachNameInTabForm)
+{
+    MakeFolders();
+    EXPECT_EQ(InStore({"--format", "tab", "folder", "copy", "po/box/Inbox/Projects", "po/box/Outbox/Copy"}).out,
+              "from\tpo/box/Inbox/Projects\nto\tpo/box/Outbox/Copy\nfolders\t1\nfiles\t1\n");
 }
 
 TEST_F(FolderCopy, RefusesWhatWouldSurprise)
@@ -214,6 +234,13 @@ TEST_F(FolderSize, IsTheSumOfTheItems)
     InStore({"item", "deliver", "po/box/Inbox/Projects", MakeFile("large.eml", MessageOf("large") + std::string(5000, 'x')).string()});
     EXPECT_EQ(JsonInStore({"folder", "size", kInbox, "--kilobytes"}).at(0).at("kilobytes"), 5);
     ExpectRefusal({"folder", "size", "po/box/Nope"}, 66, "no such folder: po/box/Nope");
+}
+
+TEST_F(FolderReindex, IsALineForEachFolderInTabForm)
+{
+    MakeFolders();
+    EXPECT_EQ(InStore({"--format", "tab", "folder", "reindex", kInbox, "--recursive"}).out,
+              "folder\tfolders\npo/box/Inbox\t2\npo/box/Inbox/Letters\t0\npo/box/Inbox/Projects\t1\npo/box/Inbox/Projects/2026\t0\n");
 }
 
 TEST_F(FolderReindex, ListsWhatCameAndWentBehindTheStore)

@@ -165,6 +165,17 @@ TEST_F(IndexConvert, BringsAFolderFromEveryFormToEveryOther)
     EXPECT_EQ(names, std::vector<std::string>{});
 }
 
+TEST_F(IndexConvert, IsALineForEachNameInTabForm)
+{
+    fs::path file = MakeFile("folder/_index.xml", kTwoItems);
+    Outcome run = Tool({"--format", "tab", "index", "convert", file.string(), "--to", "dom-old"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    const std::string sizes =
+        "\nbytesBefore\t" + std::to_string(kTwoItems.size()) + "\nbytesAfter\t" + std::to_string(fs::file_size(file)) + "\n";
+    EXPECT_TRUE(run.out.starts_with("file\t")) << run.out;
+    EXPECT_TRUE(run.out.ends_with("\nresult\tconverted\nfrom\tstream\nto\tdom-old\nelements\t2\ntombstones\t1" + sizes)) << run.out;
+}
+
 TEST_F(IndexConvert, KeepsValuesOfAllBytesAndItemsWithoutFiles)
 {
     fs::path file = MakeFile("folder/_index.xml", ManyValues());
@@ -181,6 +192,24 @@ TEST_F(IndexConvert, KeepsValuesOfAllBytesAndItemsWithoutFiles)
     EXPECT_NE(values.find("<EMPTY></EMPTY><ENDS> x \r\n</ENDS><NESTED>&amp;amp;lt;&amp;#65;</NESTED><READ>0</READ>"), std::string::npos)
         << values;
     EXPECT_EQ(FileNames(file.parent_path()), std::vector<std::string>{"_index.xml"});
+}
+
+TEST_F(IndexConvert, AnIndexWithAValueThatWouldChangeStaysAsItIs)
+{
+    // In the library it is a number.
+    for (const char* value : {"yes", "01", "4294967297", ""}) {
+        const std::string stream = "<BASEELEMENT LASTUID=\"x00000003\"><ELEMENT ID=\"a.MAI\" UID=\"3\"><READ>" + std::string(value) +
+                                   "</READ></ELEMENT></BASEELEMENT>\r\n";
+        fs::path file = MakeFile("folder/_index.xml", stream);
+        for (const char* form : {"dom-old", "dom-new"}) {
+            Outcome run = Tool({"index", "convert", file.string(), "--to", form});
+            EXPECT_EQ(run.exitCode, 65) << value;
+            EXPECT_EQ(run.out, "") << value;
+            EXPECT_EQ(run.err, "vlstore: " + file.string() + " stays as it is, since converted the item a.MAI has other values\n") << value;
+        }
+        EXPECT_EQ(ReadFileBytes(file), stream);
+        EXPECT_EQ(FileNames(file.parent_path()), std::vector<std::string>{"_index.xml"});
+    }
 }
 
 TEST_F(IndexConvert, ANameThatADocumentEscapesKeepsTheOldForm)

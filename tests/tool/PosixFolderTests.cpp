@@ -1,4 +1,6 @@
-// The verbs of folders on a terminal, and where links lead around.
+// The verbs of folders on a terminal, where links lead around, and among directories that the store has no path or no name for.
+
+#include <algorithm>
 
 #include "tests/tool/FolderFixture.h"
 #include "tests/tool/PosixTerminal.h"
@@ -19,6 +21,35 @@ protected:
     }
 };
 class FolderLinks : public FolderVerb {};
+
+// Folders in Inbox that a system allows and the store cannot name, among others that it can.
+class FolderWithOddOnes : public FolderVerb {
+protected:
+    void SetUp() override
+    {
+        FolderVerb::SetUp();
+        MakeFolders();
+    }
+    // More levels than a path of the store holds, each with a name of 60 bytes; in the order of names before all others.
+    void MakeDeep() const
+    {
+        fs::path deep = FolderPath() / "Deep";
+        for (int level = 0; level < 20; ++level) deep /= std::string(60, 'd');
+        fs::create_directories(deep);
+    }
+    nlohmann::json Rows(std::vector<std::string> arguments, std::string& err) const
+    {
+        arguments.insert(arguments.begin(), {"--format", "json"});
+        Outcome run = InStore(std::move(arguments), 74);
+        err = run.err;
+        return nlohmann::json::parse(run.out);
+    }
+    // That one of the rows is of the folder.
+    static bool Has(const nlohmann::json& rows, const char* column, const std::string& folder)
+    {
+        return std::any_of(rows.begin(), rows.end(), [&](const nlohmann::json& row) { return row.at(column) == folder; });
+    }
+};
 
 }  // namespace
 
@@ -48,6 +79,63 @@ TEST_F(FolderLinks, ALinkIsListedAndNotGoneInto)
     InStore({"folder", "reindex", kInbox, "--recursive"});
     EXPECT_LE(Listed("po/box", true).size(), 14u);
     InStore({"folder", "size", kInbox, "--recursive"});
+}
+
+TEST_F(FolderWithOddOnes, TooDeepAListGoesOnWithTheOthers)
+{
+    MakeDeep();
+    std::string err;
+    const nlohmann::json rows = Rows({"folder", "list", "po/box", "--recursive"}, err);
+    for (const char* folder : {"Inbox/Deep", "Inbox/Projects/2026", "Tasks"}) EXPECT_TRUE(Has(rows, "VL_FOLDER", folder)) << folder;
+    EXPECT_TRUE(err.starts_with("vlstore: note: passed over: po/box/Inbox/Deep/dd")) << err;
+    EXPECT_TRUE(err.ends_with("d: its path is too long for the store\nvlstore: incomplete: 1 folder passed over\n")) << err;
+    EXPECT_EQ(Lines(err).size(), 2u) << err;
+}
+
+TEST_F(FolderWithOddOnes, TooDeepASizeGoesOnWithTheOthers)
+{
+    MakeDeep();
+    std::string err;
+    const nlohmann::json rows = Rows({"folder", "size", kInbox, "--recursive"}, err);
+    for (const char* folder : {"po/box/Inbox/Deep", "po/box/Inbox/Projects", "po/box/Inbox/Projects/2026"})
+        EXPECT_TRUE(Has(rows, "folder", folder)) << folder;
+    EXPECT_TRUE(err.ends_with("d: its path is too long for the store\nvlstore: incomplete: 1 folder passed over\n")) << err;
+}
+
+TEST_F(FolderWithOddOnes, TooDeepAReindexGoesOnWithTheOthers)
+{
+    MakeDeep();
+    std::string err;
+    const nlohmann::json rows = Rows({"folder", "reindex", "po/box", "--recursive"}, err);
+    for (const char* folder : {"po/box/Inbox/Deep", "po/box/Inbox/Projects/2026", "po/box/Tasks"})
+        EXPECT_TRUE(Has(rows, "folder", folder)) << folder;
+    EXPECT_TRUE(fs::exists(FolderPath("Inbox/Projects/_folder.xml")));
+    EXPECT_EQ(Lines(err).size(), 2u) << err;
+    EXPECT_TRUE(err.ends_with("\nvlstore: incomplete: 1 folder passed over\n")) << err;
+}
+
+TEST_F(FolderWithOddOnes, NamesThatAreNoneArePassedOver)
+{
+    // Before all others, by their order.
+    for (const char* name : {"  ", "A\nb", "B\\c"}) fs::create_directory(FolderPath() / name);
+    const std::string incomplete = "vlstore: incomplete: ";
+    std::string err;
+    nlohmann::json rows = Rows({"folder", "list", "po/box", "--recursive"}, err);
+    for (const char* folder : {"Inbox/A\nb", "Inbox/Letters", "Inbox/Projects/2026", "Tasks"})
+        EXPECT_TRUE(Has(rows, "VL_FOLDER", folder)) << folder;
+    EXPECT_TRUE(err.starts_with("vlstore: note: passed over: po/box/Inbox/A b: ")) << err;
+    EXPECT_TRUE(err.ends_with(incomplete + "1 folder passed over\n")) << err;
+
+    rows = Rows({"folder", "size", kInbox, "--recursive"}, err);
+    for (const char* folder : {"po/box/Inbox/Letters", "po/box/Inbox/Projects/2026"}) EXPECT_TRUE(Has(rows, "folder", folder)) << folder;
+    EXPECT_TRUE(err.ends_with(incomplete + "1 folder passed over\n")) << err;
+
+    rows = Rows({"folder", "reindex", kInbox, "--recursive"}, err);
+    for (const char* folder : {"po/box/Inbox/Letters", "po/box/Inbox/Projects/2026"}) EXPECT_TRUE(Has(rows, "folder", folder)) << folder;
+    EXPECT_EQ(rows.size(), 4u) << rows;
+    EXPECT_NE(err.find("vlstore: note: passed over: po/box/Inbox/  : "), std::string::npos) << err;
+    EXPECT_NE(err.find("vlstore: note: passed over: po/box/Inbox/B\\c: "), std::string::npos) << err;
+    EXPECT_TRUE(err.ends_with(incomplete + "3 folders passed over\n")) << err;
 }
 
 }  // namespace velmora::test

@@ -31,7 +31,8 @@ void ListFolders(const Options& options, Session& session, Output& output)
     else
         output.Begin({"VL_POSTOFFICE", "VL_MAILBOX", "VL_FOLDER", "name", "depth", "there"});
     std::vector<std::string> missing;
-    WalkFolders(store, from, options.recursive, [&](const ListedFolder& folder) {
+    WalkGaps gaps;
+    WalkFolders(store, from, options.recursive, gaps, [&](const ListedFolder& folder) {
         const FolderName& name = folder.name;
         if (!folder.there) missing.push_back(name.Str());
         if (tree)
@@ -42,6 +43,7 @@ void ListFolders(const Options& options, Session& session, Output& output)
     output.End();
     output.Finish();
     for (const std::string& name : missing) PutMessage("note: listed, but not there; \"folder reindex\" lists anew: " + name);
+    gaps.Finish();
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ std::vector<std::string> DirectoriesIn(const fs::path& directory)
     std::vector<std::string> names;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
-        if (entry.is_directory() && !entry.is_symlink()) names.push_back(entry.path().filename().string());
+        if (!entry.is_symlink() && entry.is_directory()) names.push_back(entry.path().filename().string());
     }
     if (error) throw CannotRead(directory.string(), error);
     return names;
@@ -47,6 +47,8 @@ public:
         output_.Begin({"folder", "folders"});
         Reindex(name_);
         output_.End();
+        output_.Finish();
+        gaps_.Finish();
     }
 
 private:
@@ -63,13 +65,20 @@ private:
         output_.Add({name.Str(), static_cast<int64_t>(names.size())});
         if (!options_.recursive) return;
         std::sort(names.begin(), names.end());
-        for (const std::string& child : names) Reindex(name.Child(child));
+        for (const std::string& child : names) {
+            try {
+                Reindex(name.Child(child));
+            } catch (const Failure& failure) {
+                gaps_.Add(name.Child(child), failure.what());
+            }
+        }
     }
 
     const Options& options_;
     Output& output_;
     const FolderName name_;
     Store store_;
+    WalkGaps gaps_;
 };
 
 }  // namespace

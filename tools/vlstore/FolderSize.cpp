@@ -42,10 +42,13 @@ void ShowSizes(const Options& options, Session& session, Output& output)
     if (!options.recursive) return output.Value(names, whole, 1);
     output.Begin(names);
     output.Add(whole);
-    WalkFolders(store, name, true, [&](const ListedFolder& folder) {
+    WalkGaps gaps;
+    WalkFolders(store, name, true, gaps, [&](const ListedFolder& folder) {
         if (folder.there) output.Add({folder.name.Str(), SizeOf(store, folder.name, options.kilobytes)});
     });
     output.End();
+    output.Finish();
+    gaps.Finish();
 }
 
 }  // namespace

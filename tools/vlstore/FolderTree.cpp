@@ -76,21 +76,21 @@ bool IsChildName(const std::string& name)
     return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos;
 }
 
-bool FitsInPath(const FolderName& name) { return PathIn(name).size() < sizeof StoreFolderRecord::FolderPath; }
-
-void WalkBelow(const Store& store, const FolderName& from, const fs::path& directory, size_t depth, bool recursive,
+void WalkBelow(const Store& store, const FolderName& from, const fs::path& directory, size_t depth, bool recursive, WalkGaps& gaps,
                const std::function<void(const ListedFolder&)>& visit)
 {
     for (const std::string& child : ChildFolders(store, from)) {
         const FolderName name = from.Child(child);
-        const std::optional<fs::path> path = IsChildName(child) ? FindNoCase(directory, child) : std::nullopt;
-        const bool there = path && fs::is_directory(*path);
-        visit({name, child, depth, there});
-        if (!there || !recursive || fs::is_symlink(*path)) continue;
-        if (FitsInPath(name))
-            WalkBelow(store, name, *path, depth + 1, recursive, visit);
-        else
-            PutMessage("note: too deep to look into: " + name.Str());
+        try {
+            const std::optional<fs::path> path = IsChildName(child) ? FindNoCase(directory, child) : std::nullopt;
+            const bool there = path && fs::is_directory(*path);
+            visit({name, child, depth, there});
+            if (!there || !recursive || fs::is_symlink(*path)) continue;
+            if (!store.FitsInPath(name)) throw Failure(ExitCode::IoError, "its path is too long for the store");
+            WalkBelow(store, name, *path, depth + 1, recursive, gaps, visit);
+        } catch (const Failure& failure) {
+            gaps.Add(name, failure.what());
+        }
     }
 }
 
@@ -143,9 +143,18 @@ std::vector<std::string> ChildFolders(const Store& store, const FolderName& name
     throw Failure(ExitCode::IoError, "cannot list the folders of " + name.Str() + ": there is no " + kListFile + ", and none can be made");
 }
 
-void WalkFolders(const Store& store, const FolderName& from, bool recursive, const std::function<void(const ListedFolder&)>& visit)
+void WalkGaps::Add(const FolderName& name, const std::string& reason) { notes_.push_back(name.Str() + ": " + reason); }
+
+void WalkGaps::Finish() const
 {
-    WalkBelow(store, from, store.FolderDirectory(from), 0, recursive, visit);
+    for (const std::string& note : notes_) PutMessage("note: passed over: " + note);
+    if (!notes_.empty()) throw Failure(ExitCode::IoError, "incomplete: " + CountOf(notes_.size(), "folder") + " passed over");
+}
+
+void WalkFolders(const Store& store, const FolderName& from, bool recursive, WalkGaps& gaps,
+                 const std::function<void(const ListedFolder&)>& visit)
+{
+    WalkBelow(store, from, store.FolderDirectory(from), 0, recursive, gaps, visit);
 }
 
 TreeContent ContentOf(const fs::path& directory)
@@ -155,7 +164,7 @@ TreeContent ContentOf(const fs::path& directory)
     fs::recursive_directory_iterator entries(directory, error);
     for (; !error && entries != fs::recursive_directory_iterator(); entries.increment(error)) {
         const std::string name = entries->path().filename().string();
-        if (entries->is_directory() && !entries->is_symlink())
+        if (!entries->is_symlink() && entries->is_directory())
             ++content.folders;
         else if (EqualNoCase(name, kBlockFile) || EqualNoCase(name, kGroupsBlockFile))
             content.blocks.push_back(entries->path());

@@ -25,15 +25,28 @@ FolderName AsOnDisk(const Store& store, const FolderName& name);
 // is no list to be had.
 std::vector<std::string> ChildFolders(const Store& store, const FolderName& name);
 
+// What a walk leaves out, so that one odd directory does not keep a person from all the others.
+class WalkGaps {
+public:
+    void Add(const FolderName& name, const std::string& reason);
+    // Puts a note for each. Throws Failure (IO error) when there is one: what was printed is not all.
+    void Finish() const;
+
+private:
+    std::vector<std::string> notes_;
+};
+
 struct ListedFolder {
     FolderName name;
     std::string leaf;  // as it is listed
     size_t depth;      // 0 for a child of where the walk began
     bool there;        // a directory stands behind the listed name
 };
-// Goes through the child folders in the order of their names, a folder before those that it holds. Goes into no link, and
-// not beyond what a path holds. `visit` is called for each.
-void WalkFolders(const Store& store, const FolderName& from, bool recursive, const std::function<void(const ListedFolder&)>& visit);
+// Goes through the child folders in the order of their names, a folder before those that it holds. Goes into no link.
+// `visit` is called for each, whatever the store can do with it. One that it throws Failure for is passed over with those below
+// it, and so is what cannot be listed, or lies deeper than the store's paths reach: `gaps` has a note of each.
+void WalkFolders(const Store& store, const FolderName& from, bool recursive, WalkGaps& gaps,
+                 const std::function<void(const ListedFolder&)>& visit);
 
 // What a directory and those below it hold.
 struct TreeContent {

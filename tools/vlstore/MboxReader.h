@@ -2,8 +2,8 @@
 //
 // A message begins behind a separator, a line "From ADDRESS Thu Jan  1 00:00:00 1970" that stands at the start of the file or
 // behind an empty line, and ends before the empty line in front of the next one. The time may be without its seconds, and a
-// zone may stand before or behind the year; a line "From ..." with no such date is text of its message. Inside, a line of any number of ">" and then "From " has lost one ">" when the
-// reader hands it out. Every other byte is kept, line ends among them.
+// zone may stand before or behind the year; a line "From ..." with no such date is text of its message. Inside, a line of any
+// number of ">" and then "From " has lost one ">" when the reader hands it out. Every other byte is kept, line ends among them.
 #ifndef VLSTORE_MBOXREADER_H
 #define VLSTORE_MBOXREADER_H
 

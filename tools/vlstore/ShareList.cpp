@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "ExitCode.h"
 #include "FolderName.h"
@@ -39,7 +40,7 @@ public:
         AddUnlisted();
         output_.End();
         output_.Finish();
-        if (fault_ != ExitCode::Ok) throw Failure(fault_, "listed with faults: the shares of " + name_.Str());
+        if (fault_) throw Failure(*fault_);
     }
 
 private:
@@ -62,7 +63,7 @@ private:
         std::error_code error;
         fs::recursive_directory_iterator entries(mailbox_, error);
         for (; !error && entries != fs::recursive_directory_iterator(); entries.increment(error)) {
-            if (!entries->is_directory() || entries->is_symlink() || !HasAccessList(entries->path())) continue;
+            if (entries->is_symlink() || !entries->is_directory() || !HasAccessList(entries->path())) continue;
             if (std::find(seen_.begin(), seen_.end(), entries->path()) == seen_.end())
                 found.emplace(entries->path().lexically_relative(mailbox_).generic_string(), entries->path());
         }
@@ -95,8 +96,9 @@ private:
         try {
             return ReadUsers(directory);
         } catch (const Failure& failure) {
-            PutMessage(failure.what());
-            if (fault_ == ExitCode::Ok) fault_ = failure.Code();
+            // The last one ends the run, behind the rows.
+            if (fault_) PutMessage(fault_->what());
+            fault_ = failure;
             return {};
         }
     }
@@ -106,7 +108,7 @@ private:
     Store store_;
     fs::path mailbox_;
     std::vector<fs::path> seen_;
-    ExitCode fault_ = ExitCode::Ok;
+    std::optional<Failure> fault_;
 };
 
 }  // namespace

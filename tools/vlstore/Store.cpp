@@ -87,6 +87,11 @@ fs::path Store::AskMailRoot() const
     return PathOf(path.substr(0, path.size() - below.size())).make_preferred();
 }
 
+bool Store::FitsInPath(const FolderName& name) const
+{
+    return MailRoot().string().size() + name.Str().size() + kRoomForNames <= kLongestPath;
+}
+
 fs::path Store::FolderDirectory(const FolderName& name) const
 {
     FolderPlace place = PlaceOf(name);
@@ -94,9 +99,7 @@ fs::path Store::FolderDirectory(const FolderName& name) const
     if (!opened) throw Failure(ExitCode::Unavailable, "not a folder that this tool opens: " + name.Str());
     const fs::path& root = MailRoot();
     if (!fs::is_directory(root)) throw Failure(ExitCode::NoInput, "no such store: the mail root " + root.string() + " is not there");
-    if (root.string().size() + name.Str().size() + kRoomForNames > kLongestPath) {
-        throw Failure(ExitCode::Usage, "the folder's path is too long for the store: " + name.Str());
-    }
+    if (!FitsInPath(name)) throw Failure(ExitCode::Usage, "the folder's path is too long for the store: " + name.Str());
     fs::path office = Require(root, name.postoffice, "no such post office: " + name.postoffice);
     std::string noMailbox = "no such mailbox: " + name.postoffice + "/" + name.mailbox;
     fs::path directory = Require(Require(office, kMailboxes, noMailbox), name.mailbox, noMailbox);

@@ -28,9 +28,11 @@ public:
 
     // The directory that holds the post offices, as the library says; it may not exist.
     const std::filesystem::path& MailRoot() const { return mailRoot_; }
-    // The directory of an existing folder, or of a mailbox. Throws Failure, one for each of store, post office, mailbox and folder, without
-    // touching anything: the library's own open would make the folder.
+    // The directory of an existing folder, or of a mailbox. Throws Failure, one for each of store, post office, mailbox and
+    // folder, without touching anything: the library's own open would make the folder.
     std::filesystem::path FolderDirectory(const FolderName& name) const;
+    // Whether the directory of the folder, and the files in it, have paths that the library holds whole.
+    bool FitsInPath(const FolderName& name) const;
 
 private:
     std::filesystem::path AskMailRoot() const;

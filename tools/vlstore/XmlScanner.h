@@ -2,8 +2,8 @@
 // but the bytes themselves in memory.
 //
 // Strict means that what is not well-formed is a fault: two roots, a bare "&", an attribute twice, text behind the root,
-// "]]>" in a text, bytes that are no UTF-8. Names are ASCII. References to control bytes are taken, since the store writes such. A document type
-// is a fault, and so are more levels or attributes than the limits below.
+// "]]>" in a text, bytes that are no UTF-8. Names are ASCII. References to control bytes are taken, since the store writes
+// such. A document type is a fault, and so are more levels or attributes than the limits below.
 #ifndef VLSTORE_XMLSCANNER_H
 #define VLSTORE_XMLSCANNER_H
 
