@@ -39,9 +39,10 @@ public:
     UnknownWeakPtr(const UnknownWeakPtr& other) : Pointer(other.Pointer) {}
 
     virtual ~UnknownWeakPtr() = default;
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): it has its place in the order.
     virtual UnknownWeakPtr& operator=(const UnknownWeakPtr& other)
     {
-        AssignPointer(other);
+        if (this != &other) AssignPointer(other);
         return *this;
     }
     virtual UnknownWeakPtr& operator=(T* pointer)
@@ -81,7 +82,7 @@ public:
     ~UnknownPtr() override { UnknownPtr::ReleaseReference(); }
     UnknownPtr& operator=(const UnknownPtr& other)
     {
-        this->AssignPointer(other);
+        if (this != &other) this->AssignPointer(other);
         return *this;
     }
     using UnknownWeakPtr<T>::operator=;

@@ -1,7 +1,8 @@
 /* The folders of a mailbox: add, rename, copy, remove, list, size and date them.
  *
- * All calls pass one record, which the caller owns and the library reads and fills in place. They take no lock of the store:
- * the file system settles the order, and a flag beside the folders has the next listing, in whatever process, look again.
+ * The calls on folders pass a record, which the caller owns and the library reads and fills in place. They take no lock of the
+ * store, but for a scan, which holds its folder: the file system settles the order, and a flag beside the folders has the next
+ * listing, in whatever process, look again.
  * Texts are bytes, end at their first zero, and are taken as they stand. Post office, mailbox, path or name with a part of dots
  * and white space alone, such as "..", names no folder: nothing is touched, and what is asked for is 0. */
 #ifndef VELMORA_FOLDERS_H

@@ -33,9 +33,9 @@
  * Buffers that cross the boundary come from one heap, so a host that hands one over takes it from Memory_Allocate.
  *
  * Threads. Any thread may call, at any time; only StoreLibrary_Init, StoreLibrary_UnInit and StoreLibrary_SetAffinity are
- * for the process's beginning and end, when no other thread is in the library. The StoreFolder_ and StoreItem_ functions take no handle: each thread has one open folder
- * and one current item of its own, made at its first call and given back when it ends or calls
- * StoreLibrary_ThreadRelease. A STOREINDEXTYPE that a host holds for itself belongs to one thread at a time.
+ * for the process's beginning and end, when no other thread is in the library. The StoreFolder_ and StoreItem_ functions
+ * take no handle: each thread has one open folder and one current item of its own, made at its first call and given back
+ * when it ends or calls StoreLibrary_ThreadRelease. A STOREINDEXTYPE that a host holds for itself belongs to one thread at a time.
  *
  * Waiting. Calls do their work on the caller's thread. An open waits for another process that holds the folder for about
  * a minute before it breaks the lock, and up to 80 seconds more for a lock that cannot be broken; it then goes on

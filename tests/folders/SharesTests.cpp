@@ -289,6 +289,52 @@ TEST_F(Shares, OfAPathWithStepsUpTouchNoOtherAccessList)
     EXPECT_TRUE(HasAccess("ann", "SF:po/box/../other/a"));
 }
 
+TEST_F(Shares, OfAMailboxOrPostOfficeWithStepsUpTouchNothing)
+{
+    // Each pair of names would lead to a list that is there, and that names a folder with an access list.
+    const std::string list = "<SHARES>" + Share("/a") + "</SHARES>";
+    struct Place {
+        const char *mailbox, *postoffice;
+        fs::path directory;  // of the mailbox that is meant by them
+    };
+    const Place places[] = {
+        {"..", "po", store.MailRoot() / "po"},
+        {"box/../../b", "po", store.MailRoot() / "po" / "b"},
+        {"..\\..\\c", "po", store.MailRoot() / "c"},
+        {".", "po", store.MailRoot() / "po" / "MAILROOT"},
+        {"box", "../d", store.MailRoot().parent_path() / "d" / "MAILROOT" / "box"},
+        {"box", "po\\..", store.MailRoot() / "MAILROOT" / "box"},
+    };
+    for (const Place& place : places) {
+        SCOPED_TRACE(std::string(place.mailbox) + " of " + place.postoffice);
+        fs::create_directories(place.directory / "a");
+        WriteFileBytes(place.directory / "_Shares.xml", list);
+        WriteUsers(place.directory / "a" / "_Access.XML", {"ann"});
+        EXPECT_EQ(RemoveMailboxShares(place.mailbox, place.postoffice), 0u);
+        char folder[kFolderPathSize] = "a";
+        EXPECT_EQ(RemoveFolderShareEntries(folder, place.mailbox, place.postoffice), 0u);
+        EXPECT_STREQ(folder, "/a");
+        EXPECT_EQ(ReadFileBytes(place.directory / "_Shares.xml"), list);
+        EXPECT_TRUE(FileExists(place.directory / "a" / "_Access.XML"));
+    }
+    EXPECT_FALSE(FileExists(config / "Postoffices"));
+}
+
+TEST_F(Shares, OfAUserOfAPostOfficeWithStepsUpTouchNothing)
+{
+    const fs::path outside = config / "Security" / "ann.xml";
+    fs::create_directories(outside.parent_path());
+    fs::create_directories(config / "Postoffices");
+    WriteFileBytes(outside, "<LIST><ITEM URI=\"SF:po/box/a\"/></LIST>");
+    for (const char* postoffice : {"..", "po/../..", "..\\x", "."}) {
+        EXPECT_EQ(SecurityFilePath("ann", postoffice), "") << postoffice;
+        EXPECT_EQ(RemoveUserAccess("ann", "SF:po/box/a", postoffice), 0u) << postoffice;
+    }
+    EXPECT_TRUE(FileExists(outside));
+    EXPECT_TRUE(FileNames(config / "Postoffices").empty());
+    EXPECT_EQ(FileNames(config).size(), 2u);
+}
+
 TEST_F(Shares, AreReadFromFilesInAnySpelling)
 {
     for (const char* name : {"_shares.xml", "_SHARES.XML", "_Shares.XML", "_Shares.xml"}) {

@@ -32,8 +32,8 @@ inline bool LoadFrom(platform::XmlDocument& document, const std::string& path)
     return false;
 }
 
-// The same as GuardedDocumentWork for work whose caller takes a failure for a document with nothing in it: that there is no memory is printed and
-// raised.
+// The same as GuardedDocumentWork for work whose caller takes a failure for a document with nothing in it: that there is no
+// memory is printed and raised.
 template <typename Result, typename Body>
 Result GuardedDocumentRead(Result onFailure, Body body)
 {

@@ -30,6 +30,12 @@ using platform::XmlNode;
 
 // ---- Paths ----
 
+// No name that a path can be made of: a step up in it would lead to another mailbox, or out of the store.
+bool LeadsElsewhere(const char* mailbox, const char* postoffice)
+{
+    return HoldsStep(TextOrEmpty(mailbox)) || HoldsStep(TextOrEmpty(postoffice));
+}
+
 std::string MailboxRootOf(const char* postoffice, bool isFiles)
 {
     char root[kStoreNameSize] = {};
@@ -140,6 +146,7 @@ bool RemoveAccess(const std::string& accessPath, const std::string& resource, co
 
 uint32_t RemoveAllShares(const char* mailbox, const char* postoffice)
 {
+    if (LeadsElsewhere(mailbox, postoffice)) return 0;
     const std::unique_ptr<XmlDocument> shares = GetDOMInstance(kNoDomText);
     if (!Needed(shares).Load(SharesPath(mailbox, postoffice))) return 0;
     for (const XmlNode& share : shares->DocumentElement().SelectNodes("//SHARES/SHARE")) {
@@ -156,6 +163,7 @@ uint32_t RemoveAllShares(const char* mailbox, const char* postoffice)
 
 std::string SecurityFilePath(const char* user, const char* postoffice)
 {
+    if (HoldsStep(TextOrEmpty(postoffice))) return {};
     std::string directory;
     // Without that setting the directories would be made at the root of the drive.
     if (!ReadSettingText(kBaseKey, "Configuration Directory", directory) || directory.empty()) return {};
@@ -189,7 +197,7 @@ uint32_t RemoveFolderShareEntries(char* folderPath, const char* mailbox, const c
         const std::string folder = folderPath;
         // The list is another component's. A path with steps up in it would lead to the access list of a folder that was not
         // shared here, or of another mailbox.
-        if (HoldsStep(folder)) return 0;
+        if (HoldsStep(folder) || LeadsElsewhere(mailbox, postoffice)) return 0;
         if (!RemoveShare(SharesPath(mailbox, postoffice), folder)) return 0;
         const std::string resource = "SF:" + std::string(TextOrEmpty(postoffice)) + "/" + std::string(TextOrEmpty(mailbox)) + folder;
         return RemoveAccess(AccessPath(folder, mailbox, postoffice), resource, postoffice) ? 1 : 0;

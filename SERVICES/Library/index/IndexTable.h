@@ -37,7 +37,7 @@ struct IndexTableContent {
     bool UnusualFile = false;  // the file holds what its writer would not have put there, so offsets in it mean nothing
     bool DamagedFile = false;  // a reader found faults; an item in whose element there was one has the offset 0
     bool ScanUnread = false;   // a scan for a record could not read something now: its caller marks the folder dirty
-    // The file was read as a document, to its end or to the fault in it. Nobody noted its size, nor where its elements stand (kPlaceUnknown).
+    // Read as a document, to its end or to the fault in it: nobody noted the file's size, nor where its elements stand (kPlaceUnknown).
     bool ReadAsDocument = false;
     bool DoubledIds = false;  // the file holds elements whose ID another one bears; the first of them is the item
     std::vector<StepAfterSave> StepsAfterSave;
