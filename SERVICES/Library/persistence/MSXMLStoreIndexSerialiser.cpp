@@ -198,7 +198,9 @@ struct Column {
 std::vector<Column> ColumnsByName()
 {
     std::vector<Column> columns;
-    for (const NamedProperty& property : *IndexPropertyTable::ByName())
+    // Held for the walk: another thread's new name has the table make another list.
+    const auto names = IndexPropertyTable::ByName();
+    for (const NamedProperty& property : *names)
         if (FitsAsChild(property.Name)) columns.push_back({property.Name, property.Ref, IsElementName(property.Name)});
     return columns;
 }
