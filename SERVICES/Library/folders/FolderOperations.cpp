@@ -175,7 +175,7 @@ std::vector<std::string> MergedFolders(const std::string& source, const std::str
         FileIterator children(source + below + "\\*", kDirectoryAttribute);
         for (std::string name = children.First(); children.HasMore(); name = children.Next()) {
             const bool isChild = name != "." && name != ".." && (children.Attributes() & kLinkAttribute) == 0;
-            if (isChild) pending.push_back(below + "\\" + name);
+            if (isChild) pending.emplace_back(below).append("\\").append(name);
         }
     }
     return merged;
