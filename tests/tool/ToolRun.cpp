@@ -74,7 +74,11 @@ void HeldBlock::Release()
     DeleteFileA(path_.c_str());
 }
 
-fs::path ToolTest::FolderPath(std::string_view folder) const { return Root() / "POSTOFFICES" / "po" / "MAILROOT" / "box" / folder; }
+fs::path ToolTest::FolderPath(std::string_view folder) const
+{
+    // With the separators of the system throughout, as the tool shows paths.
+    return (Root() / "POSTOFFICES" / "po" / "MAILROOT" / "box" / folder).make_preferred();
+}
 
 Outcome ToolTest::InStore(std::vector<std::string> arguments, int exitCode) const
 {
