@@ -72,7 +72,7 @@ std::vector<Entry> ListTree(const std::string& root, uint32_t& error)
     return tree;
 }
 
-// Another process may have removed it since it was found.
+// Another process may have removed it since it was found, or its name means nothing by now: both leave nothing to remove.
 void RemoveOne(const std::string& path, EntryKind kind)
 {
     const bool isFile = kind == EntryKind::File;
@@ -142,8 +142,9 @@ std::string MakeOneDirectory(const std::string& path)
 
 }  // namespace
 
-FileMutexTable FileManagement::fileMutexes;
+// The guard is there before its table, and goes behind it.
 Mutex FileManagement::fileMutexesMutex("FileManagement::fileMutexesMutex");
+FileMutexTable FileManagement::fileMutexes;
 
 bool NamesNothing(uint32_t error)
 {

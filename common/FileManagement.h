@@ -1,7 +1,7 @@
 // File and directory operations that throw.
 //
 // "\" and "/" both separate. Failures are Exception with the source "FileManagement". Every function may be called from any
-// thread: none has a state of its own.
+// thread: the table of mutexes at its end is all the state there is, and none of them uses it.
 #ifndef VELMORA_COMMON_FILEMANAGEMENT_H
 #define VELMORA_COMMON_FILEMANAGEMENT_H
 
@@ -47,10 +47,10 @@ public:
     // itself included. Such a link is not followed, and the system has no call here to make another.
     static bool CopyTree(const std::string& from, const std::string& to, bool quiet = false);
 
-    // One mutex for each file, guarded by the other; both live from the load of the library to its unload.
-    // Kept: nothing enters a file.
-    static FileMutexTable fileMutexes;
+    // A mutex for each file, and the mutex that guards this table; both live from the load of the library to its unload.
+    // Kept: nothing enters a file, since the locks that are taken are block files and the mutexes of records.
     static Mutex fileMutexesMutex;
+    static FileMutexTable fileMutexes;
 };
 
 }  // namespace velmora

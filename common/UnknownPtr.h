@@ -7,11 +7,13 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace velmora {
 
 // What a counted pointer may point at. The order of the virtual operations is the contract, and so is the place of the
-// count, first behind them.
+// count, first behind them. An object that holds the next one ends it in its own end: a chain of them takes as much stack as
+// it is long.
 class Unknown {
 public:
     Unknown(const Unknown&) = delete;
@@ -20,6 +22,7 @@ public:
     // Destroys and frees the object.
     virtual void Destroy() = 0;
     // The number of counted pointers at it.
+    // Between the two that a counted pointer calls.
     virtual uint32_t References() const { return Count; }
     // Called just before Destroy, when the last counted pointer lets go.
     virtual void BeforeDestroy() {}
@@ -31,7 +34,8 @@ protected:
     ~Unknown() = default;
 };
 
-// Points and does not count. T is an Unknown. The order of the virtual operations is the contract.
+// Points and does not count. T is an Unknown. The order of the virtual operations is the contract; compilers here give the
+// destructor, the first of them, two places in their tables.
 template <typename T>
 class UnknownWeakPtr {
 public:
@@ -39,10 +43,11 @@ public:
     UnknownWeakPtr(const UnknownWeakPtr& other) : Pointer(other.Pointer) {}
 
     virtual ~UnknownWeakPtr() = default;
-    // NOLINTNEXTLINE(misc-unconventional-assign-operator): it has its place in the order.
+    // Virtual, since it has its place in the order; an assignment to itself ends in SetPointer, as one of the same pointer.
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator,bugprone-unhandled-self-assignment,cert-oop54-cpp)
     virtual UnknownWeakPtr& operator=(const UnknownWeakPtr& other)
     {
-        if (this != &other) AssignPointer(other);
+        AssignPointer(other);
         return *this;
     }
     virtual UnknownWeakPtr& operator=(T* pointer)
@@ -80,9 +85,10 @@ public:
     UnknownPtr(const UnknownPtr& other) : UnknownWeakPtr<T>(other) { UnknownPtr::AddReference(); }
 
     ~UnknownPtr() override { UnknownPtr::ReleaseReference(); }
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment,cert-oop54-cpp)
     UnknownPtr& operator=(const UnknownPtr& other)
     {
-        if (this != &other) this->AssignPointer(other);
+        static_cast<UnknownWeakPtr<T>&>(*this) = other;
         return *this;
     }
     using UnknownWeakPtr<T>::operator=;
@@ -93,20 +99,27 @@ public:
         // The object that goes may hold the only other pointer at the new one.
         const UnknownPtr meanwhile(pointer);
         ReleaseReference();
-        this->Pointer = pointer;
+        // Its end may have set this pointer again.
+        T* const setMeanwhile = std::exchange(this->Pointer, pointer);
         AddReference();
+        LetGo(setMeanwhile);
     }
     virtual void AddReference()
     {
         if (this->Pointer) ++this->Pointer->Count;
     }
-    virtual void ReleaseReference()
+    // The pointer is cleared before the object's operations are called: they may look at it, or set it.
+    virtual void ReleaseReference() { LetGo(std::exchange(this->Pointer, nullptr)); }
+
+private:
+    static void LetGo(T* object)
     {
-        T* const left = this->Pointer;
-        this->Pointer = nullptr;
-        if (!left || left->Count-- != 1) return;
-        left->BeforeDestroy();
-        left->Destroy();
+        constexpr uint32_t kEnding = uint32_t{1} << 31;
+        if (!object || object->Count-- != 1) return;
+        // Pointers that its own end makes and lets go of do not end it again.
+        object->Count = kEnding;
+        object->BeforeDestroy();
+        object->Destroy();
     }
 };
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -10,6 +12,7 @@
 
 #include "common/FileManagement.h"
 #include "platform/win32.h"
+#include "tests/support/TestStore.h"
 
 namespace velmora {
 namespace {
@@ -71,16 +74,100 @@ TEST(UnknownPtr, TheLastReleaseCallsTheThirdOperationAndThenTheFirst)
     EXPECT_EQ(log, "bd") << "null has no count";
 }
 
+// Says when it counts and lets go.
+class Counting : public Counted {
+public:
+    using Counted::Counted;
+    using Counted::operator=;
+    std::string log;
+    void AddReference() override
+    {
+        log += '+';
+        Counted::AddReference();
+    }
+    void ReleaseReference() override
+    {
+        log += this->Pointer ? '-' : '0';
+        Counted::ReleaseReference();
+    }
+};
+
 TEST(UnknownPtr, AnUnchangedPointerDoesNothing)
 {
     std::string log;
     auto* const object = new Told(log);
-    Counted pointer(object);
+    Counting pointer(object);
     pointer = object;
-    const Counted& same = pointer;
-    pointer = same;
+    const Weak& same = pointer;
+    static_cast<Weak&>(pointer) = same;
+    EXPECT_EQ(pointer.log, "");
     EXPECT_EQ(object->Count, 1u);
     EXPECT_EQ(log, "");
+    Counted none;
+    const Counted& noneToo = none;
+    none = noneToo;
+    EXPECT_TRUE(!none);
+}
+
+TEST(UnknownPtr, AnotherPointerIsLetGoOfAndThenCounted)
+{
+    std::string log;
+    Counting pointer(new Told(log));
+    Weak& seen = pointer;
+    const Weak other(new Told(log));
+    seen = other;
+    EXPECT_EQ(pointer.log, "-+");
+    EXPECT_EQ(log, "bd");
+}
+
+TEST(UnknownPtr, DeletedAsItsBaseItLetsGo)
+{
+    std::string log;
+    Weak* const pointer = new Counted(new Told(log));
+    delete pointer;
+    EXPECT_EQ(log, "bd");
+}
+
+// What its end does with the pointer that it is let go by.
+class Resetting final : public Unknown {
+public:
+    enum class Sets { Another, Itself };
+    Resetting(UnknownPtr<Resetting>& pointer, Sets sets, std::string& log) : pointer_(pointer), sets_(sets), log_(log) {}
+    void BeforeDestroy() override
+    {
+        log_ += !pointer_ ? 'b' : 'B';
+        if (sets_ == Sets::Another) pointer_ = new Resetting(pointer_, Sets::Itself, log_);
+        if (sets_ == Sets::Itself) const UnknownPtr<Resetting> own(this);
+    }
+    void Destroy() override
+    {
+        log_ += 'd';
+        delete this;
+    }
+
+private:
+    UnknownPtr<Resetting>& pointer_;
+    const Sets sets_;
+    std::string& log_;
+};
+
+TEST(UnknownPtr, IsClearWhenTheObjectEnds)
+{
+    std::string log;
+    UnknownPtr<Resetting> pointer;
+    pointer = new Resetting(pointer, Resetting::Sets::Itself, log);
+    pointer.ReleaseReference();
+    EXPECT_EQ(log, "bd") << "and a pointer that its end makes at it does not end it again";
+}
+
+TEST(UnknownPtr, WhatTheObjectsEndHasSetIsLetGoOfToo)
+{
+    std::string log;
+    UnknownPtr<Resetting> pointer;
+    pointer = new Resetting(pointer, Resetting::Sets::Another, log);
+    pointer = nullptr;
+    EXPECT_EQ(log, "bdbd");
+    EXPECT_TRUE(!pointer);
 }
 
 TEST(UnknownPtr, AnotherPointerLetsGoOfTheOldObjectAndCountsTheNew)
@@ -142,6 +229,39 @@ TEST(UnknownPtr, CountsAreRightWhenManyThreadsPointAtOneObject)
     EXPECT_EQ(log, "");
 }
 
+TEST(UnknownPtr, TheLastOfManyThreadsEndsTheObjectOnce)
+{
+    for (int round = 0; round < 200; ++round) {
+        std::string log;
+        auto first = std::make_unique<Counted>(new Told(log));
+        auto second = std::make_unique<Counted>(*first);
+        std::atomic<int> ready = 0;
+        std::vector<std::thread> threads;
+        for (std::unique_ptr<Counted>* const pointer : {&first, &second}) {
+            threads.emplace_back([&ready, pointer] {
+                ++ready;
+                while (ready < 2) {
+                }
+                pointer->reset();
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_EQ(log, "bd") << round;
+    }
+}
+
+// What the hosts of another language would count on: the table of operations, and what stands behind it.
+TEST(UnknownPtr, IsATableOfOperationsAndOnePointer)
+{
+    EXPECT_EQ(sizeof(Weak), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(Counted), 2 * sizeof(void*));
+    std::string log;
+    auto* const object = new Told(log);
+    const Counted held(object);
+    EXPECT_EQ(static_cast<const void*>(&object->Count), reinterpret_cast<const char*>(object) + sizeof(void*));
+    EXPECT_EQ(sizeof object->Count, sizeof(uint32_t));
+}
+
 TEST(UnknownWeakPtr, PointsAndDoesNotCount)
 {
     std::string log;
@@ -199,6 +319,7 @@ TEST(UnknownWeakPtr, EachOperationGoesThroughTheOneThatItIsMadeOf)
     EXPECT_EQ(std::exchange(asked.log, {}), "as");
     asked = none;
     EXPECT_EQ(std::exchange(asked.log, {}), "s");
+    // Named, since a comparison by its sign may be one that the compiler turns round.
     EXPECT_TRUE(asked.Weak::operator==(weak) && asked.Weak::operator==(none));
     EXPECT_FALSE(asked.Weak::operator!=(weak) || asked.Weak::operator!=(none));
     EXPECT_TRUE(asked.Weak::operator<(weak) && asked.Weak::operator<(none));
@@ -209,7 +330,12 @@ TEST(UnknownWeakPtr, EachOperationGoesThroughTheOneThatItIsMadeOf)
 TEST(FileMutexes, TheTableIsEmptyAlsoWhenFilesHaveBeenUsed)
 {
     EXPECT_TRUE(FileManagement::fileMutexes.empty());
-    EXPECT_FALSE(FileManagement::Exists("a file that is not there"));
+    const test::TempDirectory directory;
+    const std::string root = directory.Path().string();
+    FileManagement::WriteWholeFile(root + "\\a\\f", "bytes");
+    FileManagement::MovePath(root + "\\a", root + "\\b");
+    FileManagement::CopyTree(root + "\\b", root + "\\c");
+    FileManagement::RemoveTree(root + "\\b");
     EXPECT_TRUE(FileManagement::fileMutexes.empty());
 }
 
@@ -219,6 +345,7 @@ TEST(FileMutexes, TheMutexOfTheTableIsThereAndItsLabelIsNoNameOfTheSystem)
     const MutexLock lock(FileManagement::fileMutexesMutex.Get(), 0);
     EXPECT_TRUE(lock.Held());
     EXPECT_EQ(OpenMutexA(0, FALSE, "FileManagement::fileMutexesMutex"), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
 }
 
 TEST(FileMutexes, AMutexThatIsEnteredGoesWithItsTable)
