@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "folders/FolderIndexFile.h"
+#include "folders/FolderNames.h"
 #include "fuzz/FuzzedChoices.h"
 #include "tests/support/StandardOutput.h"
 #include "tests/support/TestStore.h"
@@ -36,15 +37,11 @@ struct Directory {
     TempDirectory place;
 };
 
-struct OwnList : TLSFolderList {
-    OwnList() { Directories = new FolderDirectories; }
-};
-
 void AnyFile(const Directory& directory, std::string_view bytes, const std::string& name)
 {
     WriteFileBytes(directory.List(), bytes);
     IsNameInFolderIndex(directory.Path(), name.c_str());
-    OwnList list;
+    LocalFolderList list;
     FolderEntryList* entries = nullptr;
     const bool loaded = LoadFolderIndex(entries, directory.Path(), list) == 1;
     if (loaded != (entries != nullptr)) Require("a list and its result do not agree");
@@ -54,7 +51,8 @@ void AnyFile(const Directory& directory, std::string_view bytes, const std::stri
             if (key != value || !IsChildName(key)) Require("a name is none: (" + key + ")");
         return;
     }
-    if (GetFolderEntryList(entries, directory.Path(), false, list) != 1 || entries->Names.size() != 1 || !entries->Names.contains("child"))
+    if (GetFolderEntryList(entries, directory.Path(), false, list, "FolderIndexFileFuzz") != 1 || entries->Names.size() != 1 ||
+        !entries->Names.contains("child"))
         Require("the request behind a list that did not load does not give the directories");
 }
 
@@ -84,7 +82,7 @@ void WrittenList(const Directory& directory, Choices& choices)
         if (IsChildName(name)) expected.insert(name);
     }
     WriteFileBytes(directory.List(), text + "</folderindex>");
-    OwnList list;
+    LocalFolderList list;
     FolderEntryList* entries = nullptr;
     if (LoadFolderIndex(entries, directory.Path(), list) != 1) Require("a list as it is written does not load: " + text);
     std::set<std::string> names;

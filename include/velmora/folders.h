@@ -33,7 +33,7 @@ typedef struct TLSFolderList TLSFolderList;
  * three below, a FolderName with a separator in it leads further down. */
 VELMORA_API uint64_t StoreFolderAdd(StoreFolderRecord* record);
 /* Removes the folder, everything below it, and its shares; with an empty FolderName the directory of FolderPath itself.
- * FolderPath comes back with slashes and a slash before it. 1 removed, or not there; 0 refused, or something could not be
+ * FolderPath comes back with slashes and a slash before it, behind which "$FILEROOT" and "$VCFROOT" are plain names. 1 removed, or not there; 0 refused, or something could not be
  * deleted, and what was deleted by then stays so. Refused are the reserved Public path, and a folder that is the root of all
  * mailboxes, public folders, files or contacts. Nothing is asked: neither whether it is empty nor whether it is in use. */
 VELMORA_API uint64_t StoreFolderRemove(StoreFolderRecord* record);
@@ -76,10 +76,11 @@ VELMORA_API uint64_t StoreGetDeliveredMessageCount(StoreFolderRecord* record);
 /* Walks the child folders of FolderPath in the byte order of their names: First and Next write FolderName and answer 1; 0 at the
  * end or when the list cannot be had, with FolderName as it was. Close answers 1. Folders may come and go between two steps: a
  * walk goes on behind the name that it gave last, whatever FolderName says by then. The directory is what a walk is known by,
- * byte for byte: First, Next and Close need the same spelling of post office, mailbox and FolderPath.
+ * whichever separators lead to it, and how many: First, Next and Close otherwise need the same spelling of post office, mailbox
+ * and FolderPath.
  *
- * `list` is the caller's own, or null for those that the library keeps for the thread until that ends or calls
- * StoreLibrary_ThreadRelease. With those, walks through several folders can be under way at once, and one through the same
+ * `list` is the caller's own, or null for the one that the library keeps for the thread until that ends or calls
+ * StoreLibrary_ThreadRelease. With that, walks through several folders can be under way at once, and one through the same
  * folder in a function that is called from the loop; two such walks in one function need a list of their own. */
 VELMORA_API uint64_t StoreFolderFindFirst(StoreFolderRecord* record);
 /* The next one of the walk through FolderPath that was begun here, by the depth of the stack; when none is under way here, of the

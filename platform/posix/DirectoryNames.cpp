@@ -132,10 +132,24 @@ KeptDirectory* KeptOf(Keeper& keeper, const DirectoryIdentity& identity)
     return nullptr;
 }
 
+using OpenDirectory = std::unique_ptr<DIR, int (*)(DIR*)>;
+
+// 0 or an error.
+template <typename Each>
+DWORD ForEachName(DIR* opened, Each each)
+{
+    listings.fetch_add(1, std::memory_order_relaxed);
+    for (errno = 0; const dirent* entry = readdir(opened); errno = 0) {
+        const std::string_view name(entry->d_name);
+        if (name.size() <= 255) each(name);
+    }
+    return errno == 0 ? 0 : PresentError();
+}
+
 // 0 or an error. The identity is taken before the names are read, so a change while reading shows afterwards.
 DWORD List(const char* path, KeptDirectory& directory)
 {
-    const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(path), closedir);
+    const OpenDirectory opened(opendir(path), closedir);
     if (!opened) return PresentError();
     struct stat info = {};
     if (fstat(dirfd(opened.get()), &info) != 0) return PresentError();
@@ -145,12 +159,7 @@ DWORD List(const char* path, KeptDirectory& directory)
     clock_gettime(CLOCK_REALTIME, &now);
     const int64_t age = (now.tv_sec - info.st_mtim.tv_sec) * 1'000'000'000 + (now.tv_nsec - info.st_mtim.tv_nsec);
     directory.settled = age > kYoungNanoseconds;
-    listings.fetch_add(1, std::memory_order_relaxed);
-    for (errno = 0; const dirent* entry = readdir(opened.get()); errno = 0) {
-        const std::string_view name(entry->d_name);
-        if (name.size() <= 255) directory.names.Add(name);
-    }
-    return errno == 0 ? 0 : PresentError();
+    return ForEachName(opened.get(), [&](std::string_view name) { directory.names.Add(name); });
 }
 
 void Keep(Keeper& keeper, std::shared_ptr<KeptDirectory> directory)
@@ -169,6 +178,24 @@ DWORD FindIn(const KeptDirectory& directory, char* name, size_t length)
     const std::string_view spelling = directory.names.Find({name, length});
     if (spelling.empty()) return ERROR_FILE_NOT_FOUND;
     std::memcpy(name, spelling.data(), length);
+    return 0;
+}
+
+// FindInDirectory with nothing kept, where there is no memory for the names.
+DWORD FindByReading(const char* path, char* name, size_t length)
+{
+    const OpenDirectory opened(opendir(path), closedir);
+    if (!opened) return PresentError();
+    bool found = false;
+    char spelling[256];
+    const DWORD error = ForEachName(opened.get(), [&](std::string_view each) {
+        if (!EqualBytesNoCase(each, {name, length}) || (found && each >= std::string_view(spelling, length))) return;
+        found = true;
+        std::memcpy(spelling, each.data(), length);
+    });
+    if (error != 0) return error;
+    if (!found) return ERROR_FILE_NOT_FOUND;
+    std::memcpy(name, spelling, length);
     return 0;
 }
 
@@ -202,7 +229,7 @@ try {
     Keep(keeper, std::move(listed));
     return result;
 } catch (const std::bad_alloc&) {
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return FindByReading(directory, name, length);
 }
 
 bool AnyDirectoryKept() { return keptCount.load(std::memory_order_relaxed) != 0; }

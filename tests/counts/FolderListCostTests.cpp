@@ -8,6 +8,7 @@
 #include "common/Text.h"
 #include "tests/counts/CountedFiles.h"
 #include "tests/counts/GrownFolder.h"
+#include "tests/support/OwnList.h"
 #include "velmora/folders.h"
 
 namespace velmora::test {
@@ -49,26 +50,6 @@ private:
     std::string name_;
     uint32_t folders_;
     std::filesystem::path path_;
-};
-
-class OwnList {
-public:
-    OwnList()
-    {
-        CreateTLSFolderList(&list_);
-        InitTLSFolderList(list_);
-    }
-    ~OwnList()
-    {
-        UnInitTLSFolderList(list_);
-        FreeTLSFolderList(&list_);
-    }
-    OwnList(const OwnList&) = delete;
-    OwnList& operator=(const OwnList&) = delete;
-    operator TLSFolderList*() const { return list_; }
-
-private:
-    TLSFolderList* list_ = nullptr;
 };
 
 // The list stays initialised, with what it has parsed. How many children there are.

@@ -60,7 +60,7 @@ int RunToDeath(const std::vector<std::string>& arguments)
                        static_cast<uint32_t>(std::stoul(arguments[4])));
         seam.NoteDeathIn(arguments[5]);
         Report report;
-        scenario->act(arguments[1], report);
+        scenario->act(arguments[1].c_str(), report);
     }
     ThreadDetach();
     ProcessDetach();
@@ -73,14 +73,13 @@ int RunCold(const std::vector<std::string>& arguments)
     FakeClock clock;
     SetPresentTime(clock);
     if (!scenario || !ProcessAttach()) return 1;
-    const std::filesystem::path folder = arguments[1];
     const auto nth = static_cast<uint32_t>(std::stoul(arguments[2]));
     uint32_t hits = 0;
     const ScanWatch watch;
     {
         const AllocationFault fault(nth, FaultSpan::Once);
         Report report;
-        scenario->act(folder, report);
+        scenario->act(arguments[1].c_str(), report);
         hits = AllocationFault::Hits();
     }
     WriteFileBytes(arguments[3], std::to_string(watch.Scans()));

@@ -73,7 +73,8 @@ bool IsMessage(const std::string& name) { return name.front() != '_' && name.end
 
 const char* NameOf(Quirk quirk) { return kQuirkNames[static_cast<size_t>(quirk)]; }
 
-Oracle::Oracle(const Scenario& scenario, bool backup) : scenario_(scenario), backup_(backup), folder_(store_.MakeFolder("INBOX"))
+Oracle::Oracle(const Scenario& scenario, bool backup)
+    : scenario_(scenario), backup_(backup), folder_(store_.MakeFolder("INBOX")), folderText_(folder_.string())
 {
     for (const char* const setting : {"Use XML Stream Index Deserialisation", "Use XML Stream Index Serialisation"})
         store_.SetNumber(setting, scenario_.documents ? 0 : 1);
@@ -130,7 +131,7 @@ Report Oracle::Act()
 {
     Report report;
     const ScanWatch watch;
-    scenario_.act(folder_, report);
+    scenario_.act(folderText_.c_str(), report);
     report.scanned = watch.Scans() > scenario_.ownListings;
     return report;
 }

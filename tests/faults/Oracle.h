@@ -117,6 +117,7 @@ private:
     const bool backup_;
     TestStore store_;
     std::filesystem::path folder_;
+    const std::string folderText_;
     FakeClock clock_;
     CapturedLog log_;
     FolderImage initial_;

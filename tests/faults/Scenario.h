@@ -40,8 +40,8 @@ struct Scenario {
     const char* name;
     // From the folder that all scenarios begin with to this one's. Null: nothing.
     void (*prepare)(const std::filesystem::path& folder) = nullptr;
-    // As a host does it, on the folder "INBOX" of mailbox "box".
-    void (*act)(const std::filesystem::path& folder, Report& report) = nullptr;
+    // As a host does it, on the folder "INBOX" of mailbox "box", which has the path `folder`.
+    void (*act)(const char* folder, Report& report) = nullptr;
     // Every answer that the calls may give, whatever goes wrong.
     std::vector<std::string> allowed = {};
     // The message that is deleted, if any.
@@ -55,8 +55,9 @@ struct Scenario {
     std::vector<uint32_t> movedCounts = {};
     // Whether it keeps the cached counts of a folder that it does not load.
     bool countsUnderBlock = false;
-    // Of a hundred places at which memory runs out for good, how many may leave a due scan without its flag.
-    uint32_t unmarkedPercent = 0;
+    // At how many places, where it is not yet known what folder it is about, memory that runs out for good may leave a due
+    // scan without its flag.
+    uint32_t unmarked = 0;
     // How often the scenario lists the messages itself, which is no scan.
     uint32_t ownListings = 0;
     // Whether it leaves what it does not change in the index where it stands: a write that does nothing then costs nothing.

@@ -38,12 +38,17 @@ std::vector<const TreeScenario*> AllTreeScenarios()
 
 class TreeFault : public testing::TestWithParam<std::tuple<const TreeScenario*, FaultKind>> {};
 
+// What such a change has made by then, parents or a part of a copy, no flag tells of.
+bool BrokeOff(const TreeScenario& scenario, const TreeAnswer& answer)
+{
+    return answer.result == 0 && (scenario.change == TreeChange::Move || scenario.change == TreeChange::Copy);
+}
+
 TreeLicence LicenceOf(const FaultSeam& seam, const TreeScenario& scenario, const TreeAnswer& answer)
 {
     TreeLicence licence;
     const bool flagHit = seam.HitAny(FileOperation::Open, "_folder.dty") || seam.HitAny(FileOperation::Write, "_folder.dty");
-    const bool brokeOff = answer.result == 0 && scenario.change != TreeChange::None && scenario.change != TreeChange::Add;
-    licence.oldLists = flagHit || brokeOff;
+    licence.oldLists = flagHit || BrokeOff(scenario, answer);
     licence.unlisted = seam.HitAny(FileOperation::Open, "_CHANGE.DTY");
     licence.block = seam.HitAny(FileOperation::Delete, "_index.blk");
     licence.leftovers = seam.HitAny(FileOperation::Delete, ".tmp");
@@ -120,11 +125,8 @@ TEST_P(TreeMemoryFault, LosesNothingAndTellsNothingFalse)
                 oracle.JudgeUndisturbed(answer, what);
                 break;
             }
-            // The mark and the flag need memory, too.
             TreeLicence licence;
-            licence.oldLists = scenario.change != TreeChange::None;
-            licence.untold = true;
-            licence.unlisted = span == FaultSpan::Onwards;
+            licence.oldLists = BrokeOff(scenario, answer);
             oracle.Judge(answer, licence, what);
         }
         EXPECT_LT(nth, kEndless) << "the scenario does not come to its end";

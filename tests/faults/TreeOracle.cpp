@@ -67,8 +67,10 @@ void TreeOracle::Judge(const TreeAnswer& answer, const TreeLicence& licence, con
     LeaveEverything();
     CheckHandles();
     CheckAnswer(answer, licence);
-    CheckMessages(answer, licence);
+    CheckMessages(answer);
     CheckShares();
+    // In front of the lists, which are made anew there.
+    CheckSize(licence);
     CheckLists(licence);
     CheckScans(licence);
     Conclude(what);
@@ -98,7 +100,7 @@ void TreeOracle::CheckAnswer(const TreeAnswer& answer, const TreeLicence& licenc
 
 // ---- Messages ----
 
-void TreeOracle::CheckMessages(const TreeAnswer& answer, const TreeLicence& licence)
+void TreeOracle::CheckMessages(const TreeAnswer& answer)
 {
     const Messages now = MessagesOf(ReadTree(mailbox_));
     const bool told = answer.result == 1;
@@ -110,14 +112,14 @@ void TreeOracle::CheckMessages(const TreeAnswer& answer, const TreeLicence& lice
     }
     switch (scenario_.change) {
         case TreeChange::Add:
-            if (fs::is_directory(mailbox_ / scenario_.from) != told && !(!told && Use(licence.untold, "untold")))
+            if (fs::is_directory(mailbox_ / scenario_.from) != told)
                 Complain(told ? "it was told to have been made, and is not there" : "it was made, and was not told");
             break;
         case TreeChange::Remove:
             if (told && fs::exists(mailbox_ / scenario_.from)) Complain("it was told to have been removed, and is there");
             break;
         case TreeChange::Move:
-            CheckMoved(now, told, licence);
+            CheckMoved(now, told);
             break;
         case TreeChange::Copy:
             if (told)
@@ -132,12 +134,11 @@ void TreeOracle::CheckMessages(const TreeAnswer& answer, const TreeLicence& lice
 }
 
 // All of it here or all of it there.
-void TreeOracle::CheckMoved(const Messages& now, bool told, const TreeLicence& licence)
+void TreeOracle::CheckMoved(const Messages& now, bool told)
 {
     const bool isThere = fs::exists(mailbox_ / scenario_.to);
     if (isThere == fs::exists(mailbox_ / scenario_.from)) Complain("the folder is in both places, or in none");
-    if (isThere != told && !(!told && Use(licence.untold, "untold")))
-        Complain(told ? "it was told to have moved" : "it has moved, and was not told");
+    if (isThere != told) Complain(told ? "it was told to have moved" : "it has moved, and was not told");
     for (const auto& [name, bytes] : messages_) {
         if (!IsWithin(name, scenario_.from)) continue;
         const auto found = now.find(isThere ? scenario_.to + name.substr(scenario_.from.size()) : name);
@@ -172,7 +173,7 @@ void TreeOracle::CheckShares()
 
 // ---- Lists ----
 
-// A list that was cut is deleted by the request that meets it, which fails; the next one makes it anew.
+// The first request gives what is there: no list that was cut stands in its way.
 void TreeOracle::CheckLists(const TreeLicence& licence)
 {
     std::vector<std::string> folders = {""};
@@ -183,7 +184,7 @@ void TreeOracle::CheckLists(const TreeLicence& licence)
             const std::vector<std::string> names = ListChildren(folder);
             return std::set<std::string>(names.begin(), names.end()) == there && names.size() == there.size();
         };
-        if (!matches() && !matches()) {
+        if (!matches()) {
             if (!Use(licence.oldLists, "oldLists")) Complain("the list of \"" + folder + "\" is not what is there");
             StoreFolderRecord record{};
             std::string("po").copy(record.Postoffice, 2);
@@ -195,7 +196,15 @@ void TreeOracle::CheckLists(const TreeLicence& licence)
     }
 }
 
-// The size behind it is that of the messages, and an open lists them all, unless a copy has brought another index.
+// The next size is that of an undisturbed run, whatever the one before it met.
+void TreeOracle::CheckSize(const TreeLicence& licence)
+{
+    if (!scenario_.sizes) return;
+    if (SizeOfTree() == undisturbed_.size || Use(licence.block, "block") || Use(licence.unlisted, "unlisted")) return;
+    Complain("the next size is not " + std::to_string(undisturbed_.size));
+}
+
+// An open lists all messages.
 void TreeOracle::CheckScans(const TreeLicence& licence)
 {
     if (!scenario_.sizes) return;
@@ -209,7 +218,7 @@ void TreeOracle::CheckScans(const TreeLicence& licence)
         if (ListMessages(folder) != files) Complain(std::string(folder) + " does not list its messages behind a mark");
     }
     if (const uint32_t size = SizeOfTree(); size != undisturbed_.size)
-        Complain("the next size is " + std::to_string(size) + " and not " + std::to_string(undisturbed_.size));
+        Complain("the size behind that is " + std::to_string(size) + " and not " + std::to_string(undisturbed_.size));
 }
 
 // ---- The verdict ----

@@ -21,7 +21,6 @@ struct TreeLicence {
     bool oldLists = false;   // the flag that asks for a new list could not be set, or the change broke off in front of it
     bool unlisted = false;   // the mark that asks for a scan could not be set
     bool block = false;      // nobody could delete the block of a folder
-    bool untold = false;     // the change was made and memory ran out behind it
     bool leftovers = false;  // the file beside a document could not be deleted
 };
 
@@ -41,9 +40,10 @@ private:
     using Messages = std::map<std::string, std::string>;
 
     void CheckAnswer(const TreeAnswer& answer, const TreeLicence& licence);
-    void CheckMessages(const TreeAnswer& answer, const TreeLicence& licence);
-    void CheckMoved(const Messages& now, bool told, const TreeLicence& licence);
+    void CheckMessages(const TreeAnswer& answer);
+    void CheckMoved(const Messages& now, bool told);
     void CheckShares();
+    void CheckSize(const TreeLicence& licence);
     void CheckLists(const TreeLicence& licence);
     void CheckScans(const TreeLicence& licence);
     void CheckHandles();

@@ -5,6 +5,7 @@
 #include "common/Text.h"
 #include "tests/faults/Listing.h"
 #include "tests/faults/Scenario.h"
+#include "tests/support/OwnList.h"
 #include "velmora/folders.h"
 #include "velmora/vlaisp.h"
 
@@ -26,26 +27,6 @@ StoreFolderRecord RecordOf(const char* path, const char* name = "")
     CopyBounded(record.FolderName, name);
     return record;
 }
-
-class OwnList {
-public:
-    OwnList()
-    {
-        CreateTLSFolderList(&list_);
-        InitTLSFolderList(list_);
-    }
-    ~OwnList()
-    {
-        UnInitTLSFolderList(list_);
-        FreeTLSFolderList(&list_);
-    }
-    OwnList(const OwnList&) = delete;
-    OwnList& operator=(const OwnList&) = delete;
-    operator TLSFolderList*() const { return list_; }
-
-private:
-    TLSFolderList* list_ = nullptr;
-};
 
 TreeAnswer Add()
 {

@@ -4,9 +4,13 @@
 #include "common/FileStream.h"
 #include "folders/DosStamp.h"
 #include "tests/folders/FolderFiles.h"
+#include "tests/support/OpenHandles.h"
+#include "tests/support/memory/Allocations.h"
 
 namespace velmora::test {
 namespace {
+
+using platform::FileOperation;
 
 class FolderDates : public FolderFiles {
 protected:
@@ -82,6 +86,18 @@ TEST_F(FolderDates, AFlagOfAnyDateCounts)
     EXPECT_EQ(Contents("/"), 0u);
 }
 
+TEST_F(FolderDates, AFlagThatCannotBeAskedForCounts)
+{
+    Put("_index.xml", "");
+    ASSERT_NE(Contents("/"), 0u);
+    for (const uint32_t error : {5u, 32u, 8u}) {
+        const WatchedFiles files(
+            [&](FileOperation, std::string_view path) -> uint32_t { return path.ends_with("_CHANGE.DTY") ? error : 0; });
+        EXPECT_EQ(Contents("/"), 0u) << error;
+    }
+    EXPECT_NE(Contents("/"), 0u);
+}
+
 TEST_F(FolderDates, ADateWithoutADosFormIsUnknown)
 {
     Put("_folder.xml", "");
@@ -122,6 +138,47 @@ TEST_F(FolderDates, CountersThatAreNoNumbersCountForNothingAndGo)
     for (const char* name : {"_.NEW", "_x.NEW", "_-4.NEW", "_0.NEW", "_2.1.NEW"}) Put(name, "");
     EXPECT_EQ(Delivered(), 2u);
     EXPECT_EQ(FileNames(box), Names{});
+}
+
+TEST_F(FolderDates, ACounterThatCannotBeDeletedIsGivenAgain)
+{
+    for (const char* name : {"_3.NEW", "_7.NEW", "_5.NEW"}) Put(name, "");
+    {
+        const WatchedFiles files([](FileOperation operation, std::string_view path) -> uint32_t {
+            return operation == FileOperation::Delete && !path.ends_with("_5.NEW") ? ERROR_ACCESS_DENIED : 0;
+        });
+        EXPECT_EQ(Delivered(), 7u);
+    }
+    EXPECT_EQ(FileNames(box), (Names{"_3.NEW", "_7.NEW"}));
+    EXPECT_EQ(Delivered(), 7u);
+    EXPECT_EQ(Delivered(), 0u);
+}
+
+// Each allocation fails once.
+TEST_F(FolderDates, WithoutMemoryNoCounterIsLostAndNoSearchLeftOpen)
+{
+    const uint32_t open = OpenHandleCount();
+    uint32_t failures = 0;
+    for (uint32_t n = 1;; ++n) {
+        ASSERT_LT(n, 500u);
+        // Longer than a text that needs no memory.
+        for (const char* name : {"_00000000000000000003.NEW", "_00000000000000000007.NEW"}) Put(name, "");
+        uint64_t told = 0;
+        uint32_t hits = 0;
+        {
+            const AllocationFault fault(n, FaultSpan::Once);
+            told = Delivered();
+            hits = AllocationFault::Hits();
+        }
+        EXPECT_EQ(OpenHandleCount(), open) << n;
+        EXPECT_TRUE(told == 7 || Delivered() == 7) << n;
+        if (hits == 0) {
+            EXPECT_EQ(told, 7u);
+            break;
+        }
+        if (told == 0) ++failures;
+    }
+    EXPECT_GT(failures, 2u);
 }
 
 TEST_F(FolderDates, ANullRecordHasNoDatesAndNoMessages)

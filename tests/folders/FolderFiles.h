@@ -60,10 +60,7 @@ private:
     platform::FileSeam* before_;
 };
 
-// A caller's list, as CreateTLSFolderList and InitTLSFolderList make it.
-struct OwnFolderList : TLSFolderList {
-    OwnFolderList() { Directories = new FolderDirectories; }
-};
+inline constexpr char kReader[] = "Reader";  // who is reported when a flag cannot be deleted
 
 inline std::string ListOf(const std::vector<std::string>& names)
 {
@@ -128,14 +125,14 @@ protected:
     Names Listed(TLSFolderList& list, std::string_view below = {}) const
     {
         FolderEntryList* entries = nullptr;
-        const uint32_t result = GetFolderEntryList(entries, Dir(below), below.empty(), list);
+        const uint32_t result = GetFolderEntryList(entries, Dir(below), below.empty(), list, kReader);
         EXPECT_EQ(result, entries ? 1u : 0u);
         return NamesOf(entries);
     }
     // As a thread lists that has not listed before.
     Names ListedAnew(std::string_view below = {}) const
     {
-        OwnFolderList list;
+        LocalFolderList list;
         return Listed(list, below);
     }
 

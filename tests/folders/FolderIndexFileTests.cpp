@@ -3,6 +3,7 @@
 
 #include "common/Exception.h"
 #include "common/FileStream.h"
+#include "folders/FolderNames.h"
 #include "frame/Settings.h"
 #include "tests/folders/FolderFiles.h"
 
@@ -21,7 +22,7 @@ protected:
     Names Loaded(std::string_view bytes) const
     {
         Put("_folder.xml", bytes);
-        OwnFolderList list;
+        LocalFolderList list;
         FolderEntryList* entries = nullptr;
         const uint32_t result = LoadFolderIndex(entries, Dir(), list);
         EXPECT_EQ(result, entries ? 1u : 0u);
@@ -181,7 +182,7 @@ TEST_F(FolderIndexFile, OneThatDoesNotLoadIsDeletedFailsOnceAndIsMadeAgain)
     for (const std::string& bytes : {std::string(), whole.substr(0, whole.size() - 1), whole.substr(0, 20), whole + whole,
                                      std::string("no list at all"), whole + "</folderindex>"}) {
         Put("_folder.xml", bytes);
-        OwnFolderList list;
+        LocalFolderList list;
         std::string said = CaptureStdout([&] { EXPECT_EQ(Listed(list), Names{"no list"}) << bytes; });
         EXPECT_EQ(said, "") << bytes;
         EXPECT_FALSE(Has("_folder.xml")) << bytes;
@@ -192,7 +193,7 @@ TEST_F(FolderIndexFile, OneThatDoesNotLoadIsDeletedFailsOnceAndIsMadeAgain)
 
 TEST_F(FolderIndexFile, OneThatIsNotThereDoesNotLoad)
 {
-    OwnFolderList list;
+    LocalFolderList list;
     FolderEntryList* entries = nullptr;
     EXPECT_EQ(LoadFolderIndex(entries, Dir(), list), 0u);
     EXPECT_EQ(entries, nullptr);
@@ -240,7 +241,7 @@ TEST_F(FolderIndexFile, IsReadAgainWhenItIsNewer)
 {
     Put("_folder.xml", ListOf({"a"}));
     SetLastWrite("_folder.xml", At(10));
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{"a"});
     EXPECT_EQ(list.Directories->at(Dir())->Stamp, StampAt(10));
 
@@ -254,7 +255,7 @@ TEST_F(FolderIndexFile, WrittenAgainWithinTwoSecondsCountsAsUnchanged)
 {
     Put("_folder.xml", ListOf({"a"}));
     SetLastWrite("_folder.xml", At(10));
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{"a"});
     Put("_folder.xml", ListOf({"b"}));
     SetLastWrite("_folder.xml", At(11));
@@ -266,7 +267,7 @@ TEST_F(FolderIndexFile, OfAnOlderTimeCountsAsUnchanged)
 {
     Put("_folder.xml", ListOf({"a"}));
     SetLastWrite("_folder.xml", At(10));
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{"a"});
     Put("_folder.xml", ListOf({"b"}));
     SetLastWrite("_folder.xml", At(2));
@@ -276,7 +277,7 @@ TEST_F(FolderIndexFile, OfAnOlderTimeCountsAsUnchanged)
 TEST_F(FolderIndexFile, TheFlagOfAnyProcessHasTheNextRequestListTheDirectories)
 {
     Make("a");
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{"a"});
     Make("b");
     Put("_folder.dty", "");
@@ -286,7 +287,7 @@ TEST_F(FolderIndexFile, TheFlagOfAnyProcessHasTheNextRequestListTheDirectories)
 
 TEST_F(FolderIndexFile, AFolderMadeBehindTheLibrarysBackIsListedWhenTheListGoes)
 {
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{});
     Make("a");
     EXPECT_EQ(Listed(list), Names{});
@@ -333,7 +334,7 @@ TEST_F(FolderIndexFile, InAListThatIsNotInitialisedFails)
     TLSFolderList list;
     FolderEntryList* entries = nullptr;
     Make("a");
-    EXPECT_EQ(GetFolderEntryList(entries, Dir(), true, list), 0u);
+    EXPECT_EQ(GetFolderEntryList(entries, Dir(), true, list, kReader), 0u);
     EXPECT_EQ(LoadFolderIndex(entries, Dir(), list), 0u);
     EXPECT_EQ(entries, nullptr);
 }
@@ -388,7 +389,7 @@ TEST_F(FolderIndexFile, WithoutADocumentFacilityTheErrorIsPrintedAndTheListStays
 {
     store.SetText("XML Version", "6", std::string(kBaseKey) + "\\Providers\\Store");
     Put("_folder.xml", ListOf({"a"}));
-    OwnFolderList list;
+    LocalFolderList list;
     const auto isComError = [](const std::string& said) {
         return said.starts_with("Error:\nCode = 80004003\nCode meaning = ") && said.find("\nSource = ") != std::string::npos &&
                said.find("\nError Description = ") != std::string::npos && said.ends_with("\n");
@@ -405,7 +406,7 @@ TEST_F(FolderIndexFile, WithoutADocumentFacilityTheErrorIsPrintedAndTheListStays
 TEST_F(FolderIndexFile, AnotherFailureOfALoadIsPrinted)
 {
     Put("_folder.xml", ListOf({"a"}));
-    OwnFolderList list;
+    LocalFolderList list;
     const std::string said = CaptureStdout([&] {
         const WatchedFiles files([](FileOperation, std::string_view) -> uint32_t { throw Exception("out of order"); });
         FolderEntryList* entries = nullptr;
@@ -494,7 +495,7 @@ TEST_F(FolderIndexFile, AFlagSetWhileTheListIsWrittenIsNotLost)
 {
     Make("a");
     Put("_folder.dty", "DIRTY");
-    OwnFolderList list;
+    LocalFolderList list;
     {
         bool done = false;
         const WatchedFiles files([&](FileOperation operation, std::string_view) -> uint32_t {
@@ -517,7 +518,7 @@ TEST_F(FolderIndexFile, AnOlderListWrittenOverItIsNoticed)
 {
     Make("a");
     Put("_folder.dty", "DIRTY");
-    OwnFolderList list;
+    LocalFolderList list;
     {
         const WatchedFiles files([&](FileOperation operation, std::string_view) -> uint32_t {
             if (operation == FileOperation::Delete) Put("_folder.xml", ListOf({"z"}));
@@ -534,7 +535,7 @@ TEST_F(FolderIndexFile, AFailedLoadIsNotTakenForAnEmptyListTheNextTime)
 {
     Put("_folder.xml", ListOf({"a"}));
     SetLastWrite("_folder.xml", At(10));
-    OwnFolderList list;
+    LocalFolderList list;
     EXPECT_EQ(Listed(list), Names{"a"});
 
     Put("_folder.xml", "half a li");
@@ -558,7 +559,7 @@ TEST_F(FolderIndexFile, AFailedLoadOfAFileOfNoTimeIsNotTakenForAnEmptyListEither
     SYSTEMTIME old = At(0);
     old.wYear = 1975;
     SetLastWrite("_folder.xml", old);
-    OwnFolderList list;
+    LocalFolderList list;
     {
         const WatchedFiles files([](FileOperation operation, std::string_view) -> uint32_t {
             return operation == FileOperation::Delete ? ERROR_SHARING_VIOLATION : 0;
@@ -575,7 +576,7 @@ TEST_F(FolderIndexFile, AFailedLoadOfAFileOfNoTimeIsNotTakenForAnEmptyListEither
 TEST_F(FolderIndexFile, TheTimeOfTheListIsAskedInFrontOfItsLoad)
 {
     Put("_folder.xml", ListOf({"a"}));
-    OwnFolderList list;
+    LocalFolderList list;
     std::vector<FileOperation> operations;
     {
         const WatchedFiles files([&](FileOperation operation, std::string_view) -> uint32_t {
@@ -595,7 +596,7 @@ TEST_F(FolderIndexFile, TheTimeOfTheListIsAskedInFrontOfItsLoad)
 TEST_F(FolderIndexFile, ListedAgainCostsThreeLooksAndNothingElse)
 {
     for (int folder = 0; folder < 50; ++folder) Make("folder " + std::to_string(folder));
-    OwnFolderList list;
+    LocalFolderList list;
     const Names first = Listed(list);
     EXPECT_EQ(first.size(), 50u);
     std::vector<std::pair<FileOperation, std::string>> operations;

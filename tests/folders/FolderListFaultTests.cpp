@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "folders/FolderIndexFile.h"
 #include "folders/FolderLists.h"
+#include "frame/ProcessState.h"
 #include "tests/folders/FolderTree.h"
 #include "tests/support/memory/Allocations.h"
 
@@ -34,11 +36,12 @@ TEST_F(FolderWalkFaults, GoesOnWhileTheFlagIsInUse)
     EXPECT_EQ(StoreFolderFindNext(&record), 0u);
     EXPECT_GT(inUse.Failed(), 0u);
     EXPECT_TRUE(FileExists(mailbox / "_folder.dty"));
-    EXPECT_TRUE(log.Events().empty());
+    EXPECT_TRUE(log.HasEvent("TLS_StoreFolderFindFirst handled an exception"));
+    EXPECT_TRUE(log.HasEvent("TLS_StoreFolderFindNext handled an exception"));
 }
 
-// The directories were listed before the flag went: what was made in between would be listed by nobody.
-TEST_F(FolderWalkFaults, LeavesTheFlagToTheNextRequestWhenItCouldBeTakenAwayTooLate)
+// The directories were listed before: what was made in between would be listed by nobody.
+TEST_F(FolderWalkFaults, LeavesAFlagThatWasInUseToTheNextRequest)
 {
     Make("a");
     Flag(mailbox);
@@ -52,20 +55,25 @@ TEST_F(FolderWalkFaults, LeavesTheFlagToTheNextRequestWhenItCouldBeTakenAwayTooL
     EXPECT_FALSE(FileExists(mailbox / "_folder.dty"));
 }
 
-TEST_F(FolderWalkFaults, EndsInAReportWhenTheFlagMayNotBeTakenAway)
+TEST_F(FolderWalkFaults, GoesOnBehindAReportWhenTheFlagMayNotBeTakenAway)
 {
-    for (const char* name : {"a", "b"}) Make(name);
+    for (const char* name : {"a", "b", "c"}) Make(name);
     StoreFolderRecord record = RecordOf("/");
     EXPECT_EQ(StoreFolderFindFirst(&record), 1u);
     Flag(mailbox);
     {
         const FailingFiles denied(FileOperation::Delete, "_folder.dty", kDenied);
-        EXPECT_EQ(StoreFolderFindNext(&record), 0u);
+        EXPECT_EQ(StoreFolderFindNext(&record), 1u);
+        EXPECT_STREQ(record.FolderName, "b");
+        EXPECT_TRUE(
+            log.HasEvent("TLS_StoreFolderFindNext handled an exception; session will be dropped.\n"
+                         "The exception was: Call to DeleteFile failed for "));
         EXPECT_EQ(StoreFolder_ReIndexChildFolders(&record), 0u);
     }
-    EXPECT_TRUE(log.HasEvent("TLS_StoreFolderFindNext handled an exception"));
+    EXPECT_TRUE(FileExists(mailbox / "_folder.dty"));
     EXPECT_EQ(StoreFolderFindNext(&record), 1u);
-    EXPECT_STREQ(record.FolderName, "b");
+    EXPECT_STREQ(record.FolderName, "c");
+    EXPECT_FALSE(FileExists(mailbox / "_folder.dty"));
 }
 
 TEST_F(FolderWalkFaults, OfAListThatCannotBeWrittenAnswersZero)
@@ -76,6 +84,59 @@ TEST_F(FolderWalkFaults, OfAListThatCannotBeWrittenAnswersZero)
     EXPECT_EQ(StoreFolderFindFirst(&record), 0u);
     EXPECT_STREQ(record.FolderName, "untouched");
     EXPECT_GT(denied.Failed(), 0u);
+}
+
+TEST_F(FolderWalkFaults, WithNoDocumentFacilityANextTellsTheErrorAndAnswersZero)
+{
+    constexpr char kProviderKey[] = "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers\\Store";
+    WriteList(mailbox, {"a", "b"});
+    StoreFolderRecord record = RecordOf("/");
+    EXPECT_EQ(StoreFolderFindFirst(&record), 1u);
+    WriteList(mailbox, {"a", "b", "c"});
+    store.SetText("XML Version", "6", kProviderKey);
+    const std::string said = CaptureStdout([&] { EXPECT_EQ(StoreFolderFindNext(&record), 0u); });
+    EXPECT_TRUE(said.starts_with("Error:\nCode = 80004003\nCode meaning = ")) << said;
+    EXPECT_STREQ(record.FolderName, "a");
+    EXPECT_TRUE(FileExists(mailbox / "_folder.xml"));
+    store.RemoveSetting("XML Version", kProviderKey);
+    EXPECT_EQ(StoreFolderFindNext(&record), 1u) << "the walk stands where it stood";
+    EXPECT_STREQ(record.FolderName, "b");
+}
+
+TEST_F(FolderWalkFaults, WithNoSlotForTheThreadsListsGoesThroughTheCallersOwnAlone)
+{
+    Make("a");
+    ReleaseThreadFolderLists();
+    const uint32_t slot = std::exchange(Process().TLSFolderListSlot, kNoTlsSlot);
+    StoreFolderRecord record = RecordOf("/");
+    EXPECT_EQ(StoreFolderFindFirst(&record), 0u);
+    EXPECT_EQ(StoreFolderFindNext(&record), 0u);
+    EXPECT_EQ(StoreFolderFindClose(&record), 1u);
+    EXPECT_STREQ(record.FolderName, "untouched");
+    EXPECT_EQ(ThreadFolderList(), nullptr);
+    LocalFolderList list;
+    EXPECT_EQ(TLS_StoreFolderFindFirst(&record, &list), 1u);
+    EXPECT_STREQ(record.FolderName, "a");
+    Process().TLSFolderListSlot = slot;
+    EXPECT_EQ(Walk("/"), Names{"a"});
+}
+
+// No memory to open a list is no damage, whatever the system calls it.
+TEST_F(FolderWalkFaults, AListThatThereIsNoMemoryToOpenStays)
+{
+    Make("a");
+    ASSERT_EQ(Walk("/"), Names{"a"});
+    for (const uint32_t error : {8u, 14u}) {
+        LocalFolderList list;
+        StoreFolderRecord record = RecordOf("/");
+        {
+            const FailingFiles noMemory(FileOperation::Open, "_folder.xml", error);
+            CaptureStdout([&] { EXPECT_EQ(TLS_StoreFolderFindFirst(&record, &list), 0u); });
+            EXPECT_GT(noMemory.Failed(), 0u);
+        }
+        EXPECT_TRUE(FileExists(mailbox / "_folder.xml")) << error;
+        EXPECT_EQ(TLS_StoreFolderFindFirst(&record, &list), 1u) << error;
+    }
 }
 
 // Each allocation of a walk fails once. What is given is always a beginning of the names, and what is missing is told.

@@ -39,11 +39,11 @@ TEST_F(FolderRaces, WhenAllRestTheListIsThatOfTheDirectories)
     for (int reader = 0; reader < 2; ++reader)
         readers.emplace_back([&] {
             while (!done) {
-                OwnFolderList list;
+                LocalFolderList list;
                 FolderEntryList* entries = nullptr;
                 // A flag that is being set at this moment cannot be deleted, which is an exception of the rebuild.
                 try {
-                    GetFolderEntryList(entries, Dir(), true, list);
+                    GetFolderEntryList(entries, Dir(), true, list, kReader);
                 } catch (const Exception&) {
                 }
             }

@@ -5,6 +5,7 @@
 
 #include "platform/win32.h"
 #include "tests/folders/FolderTree.h"
+#include "tests/support/memory/Allocations.h"
 
 namespace velmora::test {
 namespace {
@@ -93,6 +94,37 @@ TEST_F(FolderScan, ThatCannotBeSavedFailsAndLeavesAFlag)
     EXPECT_FALSE(FileExists(folder / "_index.blk"));
     EXPECT_EQ(Scan(), 1u);
     EXPECT_TRUE(Indexed("1.MAI"));
+}
+
+// Each allocation fails once. The flag that asked for the scan is gone with the load of the index.
+TEST_F(FolderScan, WithoutMemoryFailsAndAsksForAnother)
+{
+    ASSERT_EQ(Scan(), 1u);
+    const std::string index = ReadFileBytes(folder / "_index.xml");
+    WriteFileBytes(folder / "3.MAI", "Subject: s\r\n\r\n");
+    uint32_t failures = 0;
+    for (uint32_t n = 1;; ++n) {
+        ASSERT_LT(n, 20000u);
+        WriteFileBytes(folder / "_index.xml", index);
+        WriteFileBytes(folder / "_CHANGE.DTY", "");
+        const std::string path = folder.string();
+        uint64_t result = 0;
+        uint32_t hits = 0;
+        CaptureStdout([&] {
+            const AllocationFault fault(n, FaultSpan::Once);
+            result = ScanFolders(path.c_str());
+            hits = AllocationFault::Hits();
+        });
+        const bool done = Indexed("3.MAI");
+        EXPECT_TRUE((done && result == 1) || FileExists(folder / "_CHANGE.DTY")) << n << " " << result;
+        EXPECT_FALSE(FileExists(folder / "_index.blk")) << n;
+        if (hits == 0) {
+            EXPECT_TRUE(done);
+            break;
+        }
+        if (result == 0) ++failures;
+    }
+    EXPECT_GT(failures, 20u);
 }
 
 TEST_F(FolderScan, MakesADamagedIndexAnewFromTheFiles)

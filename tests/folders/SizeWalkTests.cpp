@@ -488,6 +488,32 @@ TEST_F(FolderSize, WaitsForABlockThatCannotBeDeletedAndGivesUp)
     EXPECT_EQ(said, "ScanFoldersOrdered::Unable to remove blocking file");
 }
 
+// Each would cost its wait, and be left as well.
+TEST_F(FolderSize, TakesNoMoreBlocksBehindOneThatCouldNotBeDeleted)
+{
+    for (const char* name : {"a", "a/b", "c", "d"}) MakeSized(name, "9");
+    WriteFileBytes(mailbox / "d/_CHANGE.DTY", "");
+    {
+        const FailingFiles stuck(platform::FileOperation::Delete, "_index.blk", 5);
+        CaptureStdout([&] { EXPECT_EQ(SizeOf("/"), 36u); });
+        EXPECT_EQ(stuck.Failed(), 81u);
+    }
+    EXPECT_EQ(clock.Sleeps().size(), 81u);
+    EXPECT_TRUE(FileExists(mailbox / "a/_index.blk"));
+    for (const char* name : {"a/b", "c", "d"}) EXPECT_FALSE(FileExists(mailbox / name / "_index.blk")) << name;
+    EXPECT_TRUE(FileExists(mailbox / "d/_CHANGE.DTY")) << "nobody has scanned it";
+}
+
+TEST_F(FolderSize, TakesTheNextBlocksBehindOneThatWasGone)
+{
+    for (const char* name : {"a", "b"}) MakeSized(name, "9");
+    WriteFileBytes(mailbox / "b/_CHANGE.DTY", "");
+    const FailingFiles gone(platform::FileOperation::Delete, "a\\_index.blk", 2);
+    CaptureStdout([&] { SizeOf("/"); });
+    EXPECT_EQ(gone.Failed(), 1u);
+    EXPECT_FALSE(FileExists(mailbox / "b/_CHANGE.DTY"));
+}
+
 TEST_F(FolderSize, GoesOnAsSoonAsTheBlockCanBeDeleted)
 {
     MakeSized("a", "9");

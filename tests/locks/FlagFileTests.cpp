@@ -249,6 +249,47 @@ TEST_F(FlagFiles, WithoutMemoryNoFlagIsLostAndNoSearchLeftOpen)
     EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
 }
 
+// The same where cached transactions are on: their flag does not go while another one cannot be looked for.
+TEST_F(FlagFiles, WithoutMemoryTheFlagOfCachedTransactionsGoesBehindAllThatCanFail)
+{
+    PutIndex();
+    Switches().CachedTransactionsEnabled = 1;
+    const std::string path = folder.string();
+    uint32_t failures = 0;
+    for (uint32_t n = 1;; ++n) {
+        ASSERT_LT(n, 200u);
+        WriteFileBytes(folder / "_CACHED.DTY", "");
+        bool raised = false;
+        uint32_t hits = 0;
+        {
+            const AllocationFault fault(n, FaultSpan::Once);
+            try {
+                StoreIndex_FolderNeedsScan(path.c_str());
+            } catch (const std::bad_alloc&) {
+                raised = true;
+            }
+            hits = AllocationFault::Hits();
+        }
+        if (raised) {
+            ++failures;
+            EXPECT_TRUE(FileExists(folder / "_CACHED.DTY")) << n;
+        }
+        if (hits == 0) break;
+    }
+    EXPECT_GT(failures, 2u);
+    EXPECT_EQ(FileNames(folder), (Names{"_index.xml"}));
+}
+
+TEST_F(FlagFiles, AFolderIsMarkedWithoutMemory)
+{
+    const std::string path = folder.string();
+    {
+        const AllocationFault fault(1, FaultSpan::Onwards);
+        MarkFolderDirty(path.c_str());
+    }
+    EXPECT_EQ(ReadFileBytes(folder / "_CHANGE.DTY"), kChangeText);
+}
+
 TEST_F(FlagFiles, CachedTransactionsAreOffByDefault)
 {
     WriteFileBytes(folder / "_CACHED.DTY", "c");

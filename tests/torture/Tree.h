@@ -42,27 +42,6 @@ std::vector<std::string> TreeFolders(const std::string& mailRoot);
 // The message files of a directory.
 std::set<std::string> MessageFiles(const std::filesystem::path& directory);
 
-// A caller's own list, initialised.
-class OwnList {
-public:
-    OwnList()
-    {
-        CreateTLSFolderList(&list_);
-        InitTLSFolderList(list_);
-    }
-    ~OwnList()
-    {
-        UnInitTLSFolderList(list_);
-        FreeTLSFolderList(&list_);
-    }
-    OwnList(const OwnList&) = delete;
-    OwnList& operator=(const OwnList&) = delete;
-    TLSFolderList* Get() const { return list_; }
-
-private:
-    TLSFolderList* list_ = nullptr;
-};
-
 // A record of the host for the folder itself; with a name, for a child of it.
 StoreFolderRecord RecordOf(const std::string& path, const std::string& name = {});
 // For the folder as a child of its parent.

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "common/Text.h"
+#include "tests/support/OwnList.h"
 #include "tests/support/TestStore.h"
 #include "tests/torture/Letter.h"
 #include "tests/torture/Tree.h"
@@ -58,7 +59,6 @@ void TreeHand::DoSomething()
     };
     uint32_t total = 0;
     for (const auto& entry : kMix) total += entry.weight;
-    if (++deeds_ > 20 && dice_.OneIn(15)) Sabotage();
     uint32_t chance = dice_.Below(total);
     for (const auto& entry : kMix) {
         if (chance < entry.weight) {
@@ -67,6 +67,7 @@ void TreeHand::DoSomething()
         }
         chance -= entry.weight;
     }
+    if (++deeds_ > 20) Sabotage();
     if (dice_.OneIn(3)) Pause(4);
 }
 
@@ -190,8 +191,9 @@ std::vector<std::string> TreeHand::Walk(const std::string& path, TLSFolderList* 
 
 void TreeHand::List()
 {
-    const OwnList list;
-    for (uint32_t rounds = 1 + dice_.Below(3); rounds > 0; --rounds) Walk(AnyFolder(), dice_.OneIn(2) ? list.Get() : nullptr);
+    const test::OwnList list;
+    for (uint32_t rounds = 1 + dice_.Below(3); rounds > 0; --rounds)
+        Walk(AnyFolder(), dice_.OneIn(2) ? static_cast<TLSFolderList*>(list) : nullptr);
 }
 
 // Each folder that a list names is listed in turn: some are gone by then.
@@ -200,8 +202,8 @@ void TreeHand::ListEverything()
     std::vector<std::string> folders = {""};
     for (size_t at = 0; at < folders.size() && folders.size() < 2 * kMostFolders; ++at) {
         const std::string path = folders[at];
-        const OwnList list;
-        for (const std::string& name : Walk(path, list.Get())) folders.push_back(path + "/" + name);
+        const test::OwnList list;
+        for (const std::string& name : Walk(path, list)) folders.push_back(path + "/" + name);
     }
 }
 
@@ -334,10 +336,16 @@ void TreeHand::Sabotage()
 {
     if (plan_.sabotage.empty() || thread_ != 0 || plan_.process != 1) return;
     std::error_code none;
+    if (plan_.sabotage == "hide-folder") {
+        // Behind the library's back, and under another name behind each deed, any of which may have listed the place again.
+        const auto hidden = [&] { return TreeDirectory(plan_.mailRoot, std::string(kLedger) + "/Hidden" + std::to_string(hidings_)); };
+        const fs::path before = hidden();
+        ++hidings_;
+        fs::rename(before, hidden(), none);
+        if (none) fs::create_directory(hidden(), none);
+    }
+    if (!dice_.OneIn(15)) return;
     const std::string kept = kKeptFolders[1 + dice_.Below(kKeptFolders.size() - 2)];
-    if (plan_.sabotage == "hide-folder" && folders_ < 20)
-        // Behind the library's back, and in a place that is listed again only when something there changes.
-        fs::create_directory(TreeDirectory(plan_.mailRoot, std::string(kLedger) + "/Hidden" + std::to_string(++folders_)), none);
     if (plan_.sabotage == "lose-kept")
         for (const std::string& name : MessageFiles(TreeDirectory(plan_.mailRoot, kept)))
             fs::remove(TreeDirectory(plan_.mailRoot, kept) / name, none);

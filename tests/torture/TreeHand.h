@@ -81,6 +81,7 @@ private:
     uint32_t letters_ = 0;
     uint32_t folders_ = 0;
     uint32_t deeds_ = 0;
+    uint32_t hidings_ = 0;
 };
 
 }  // namespace velmora::torture

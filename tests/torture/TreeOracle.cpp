@@ -4,6 +4,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "tests/support/OwnList.h"
 #include "tests/support/TestStore.h"
 #include "tests/torture/Letter.h"
 #include "tests/torture/Tree.h"
@@ -234,10 +235,10 @@ void TreeOracle::CheckLists()
     }
     for (const std::string& path : folders) {
         // One that this thread has kept may be taken for the new one, within the two seconds of a stamp.
-        const OwnList list;
+        const test::OwnList list;
         StoreFolderRecord record = RecordOf(path);
         std::set<std::string> listed;
-        for (uint64_t more = TLS_StoreFolderFindFirst(&record, list.Get()); more == 1; more = TLS_StoreFolderFindNext(&record, list.Get()))
+        for (uint64_t more = TLS_StoreFolderFindFirst(&record, list); more == 1; more = TLS_StoreFolderFindNext(&record, list))
             listed.insert(record.FolderName);
         if (listed != ListedChildren(path)) Fault("a list made anew equals the directories", "\"" + path + "\" lists " + Joined(listed));
     }

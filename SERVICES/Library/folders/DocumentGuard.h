@@ -11,43 +11,50 @@
 
 namespace velmora {
 
+// The lines for the exception that is being handled. Without the memory for them they are not printed.
+inline void PrintDocumentFailure() noexcept
+try {
+    throw;
+} catch (const ComError& error) {
+    try {
+        PrintComError(error);
+    } catch (...) {
+    }
+} catch (...) {
+    PrintLine("General error loading index file\n");
+}
+
 template <typename Result, typename Body>
 Result GuardedDocumentWork(Result onFailure, Body body)
 try {
     return body();
-} catch (const ComError& error) {
-    PrintComError(error);
-    return onFailure;
 } catch (...) {
-    PrintLine("General error loading index file\n");
+    PrintDocumentFailure();
     return onFailure;
 }
 
-// False when the file does not load. Raises when it could not be opened for want of memory, which is no damage.
+// The same for work whose caller takes a failure for a document with nothing in it: that there is no memory is printed and raised.
+template <typename Result, typename Body>
+Result GuardedDocumentRead(Result onFailure, Body body)
+try {
+    return body();
+} catch (const std::bad_alloc&) {
+    PrintDocumentFailure();
+    throw;
+} catch (...) {
+    PrintDocumentFailure();
+    return onFailure;
+}
+
+// False when the file does not load. Raises when it could not be opened, or read, for want of memory, which is no damage.
 inline bool LoadFrom(platform::XmlDocument& document, const std::string& path)
 {
     constexpr uint32_t kNotEnoughMemory = 0x80070008;
+    constexpr uint32_t kOutOfMemory = 0x8007000E;
     if (document.Load(path)) return true;
-    if (document.ParseError().code == kNotEnoughMemory) throw std::bad_alloc();
+    const uint32_t code = document.ParseError().code;
+    if (code == kNotEnoughMemory || code == kOutOfMemory) throw std::bad_alloc();
     return false;
-}
-
-// The same as GuardedDocumentWork for work whose caller takes a failure for a document with nothing in it: that there is no
-// memory is printed and raised.
-template <typename Result, typename Body>
-Result GuardedDocumentRead(Result onFailure, Body body)
-{
-    bool noMemory = false;
-    const Result result = GuardedDocumentWork(onFailure, [&] {
-        try {
-            return body();
-        } catch (const std::bad_alloc&) {
-            noMemory = true;
-            throw;
-        }
-    });
-    if (noMemory) throw std::bad_alloc();
-    return result;
 }
 
 }  // namespace velmora

@@ -2,11 +2,13 @@
 #include <optional>
 #include <string>
 
+#include "common/FileManagement.h"
 #include "folders/DosStamp.h"
 #include "folders/FolderIndexFile.h"
 #include "folders/FolderRecord.h"
 #include "frame/Guard.h"
 #include "index/StoreIndexLife.h"
+#include "locks/FlagFiles.h"
 #include "platform/win32.h"
 #include "velmora/folders.h"
 
@@ -31,10 +33,11 @@ std::optional<FILETIME> LastWriteOf(const std::string& path)
 
 uint32_t HierarchyDateOf(const std::string& directory) { return DosStampOf(LastWriteOf(directory + "\\" + kFolderIndexName)); }
 
-// A folder that is flagged as changed has no date: what is in its index is not what is in the folder.
+// A folder that is flagged as changed has no date: what is in its index is not what is in the folder. A flag that cannot be
+// asked for may be there.
 uint32_t ContentsDateOf(const std::string& directory)
 {
-    if (LastWriteOf(directory + "\\_CHANGE.DTY")) return 0;
+    if (FileManagement::MayExist(directory + "\\" + kChangeFlagName)) return 0;
     return DosStampOf(LastWriteOf(directory + "\\_index.xml"));
 }
 

@@ -4,19 +4,24 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "common/Exception.h"
 #include "common/FileIterator.h"
 #include "common/FileManagement.h"
 #include "common/FileStream.h"
 #include "common/Text.h"
 #include "folders/DocumentGuard.h"
 #include "folders/DosStamp.h"
+#include "folders/FolderNames.h"
 #include "folders/FolderRecord.h"
 #include "frame/Guard.h"
+#include "locks/FlagFiles.h"
 #include "persistence/Dom.h"
 #include "platform/win32.h"
+#include "velmora/folders.h"
 
 namespace velmora {
 
@@ -24,9 +29,6 @@ namespace {
 
 constexpr std::string_view kFlagText = "DIRTY";
 constexpr std::string_view kErrorMark = " (Error)";
-
-constexpr const char* kWellKnownNames[] = {"Inbox",    "Outbox", "Deleted Items", "Sent Items", "Calendar",
-                                           "Contacts", "Drafts", "Journal",       "Notes",      "Tasks"};
 
 std::string Below(const std::string& directory, const std::string& name) { return directory + "\\" + name; }
 
@@ -57,6 +59,27 @@ std::string ListText(const std::string& directory, std::vector<std::string>& nam
     std::string text = "<folderindex>";
     for (std::string& name : names) text += "<folder><name><![CDATA[" + ListedName(directory, name, isRoot) + "]]></name></folder>";
     return text += "</folderindex>";
+}
+
+// Makes `text` and writes it. False, with no list left, when the file cannot be written whole; with the old one, when it cannot be
+// opened, and then nothing is renamed.
+bool WriteList(const std::string& directory, std::vector<std::string>& names, bool isRoot, std::string& text)
+{
+    const std::string path = Below(directory, kFolderIndexName);
+    FileStream file;
+    if (!file.OpenTruncate(path)) return false;
+    try {
+        text = ListText(directory, names, isRoot);
+        file.Write(text);
+    } catch (...) {
+        // An empty list would be one that cannot be read, where none is one that is made.
+        file.Close();
+        DeleteFileA(path.c_str());
+        throw;
+    }
+    if (file.Close()) return true;
+    DeleteFileA(path.c_str());
+    return false;
 }
 
 // Another process may have changed the directories, or have written an older list over this one, before the flag that it set
@@ -108,9 +131,17 @@ bool HoldsName(const platform::XmlNode& root, std::string_view name)
     return false;
 }
 
-}  // namespace
+// Behind the list that was written the flag alone is left to be deleted. That it is in use, or may not be deleted, is no reason to
+// go without the list: the flag has the next request make it again.
+bool IsRebuilt(const std::string& directory, bool isRoot, const char* reader)
+try {
+    return RebuildFolderIndex(directory, isRoot) != 0;
+} catch (const Exception& error) {
+    ReportException(reader, error);
+    return true;
+}
 
-bool IsRootFolderPath(const char* folderPath) { return IsPathSeparator(folderPath[0]) && folderPath[1] == 0; }
+}  // namespace
 
 bool FolderIndexNeedsRebuild(const std::string& directory)
 {
@@ -122,17 +153,17 @@ uint32_t RebuildFolderIndex(const std::string& directory, bool isRoot)
     // Listed to the end before anything is renamed: a search that is still going on may meet a new name once more.
     std::vector<std::string> names;
     if (!ListChildDirectories(directory, names)) return 0;
-    const std::string path = Below(directory, kFolderIndexName);
-    FileStream file;
-    if (!file.OpenTruncate(path)) return 0;
-    const std::string text = ListText(directory, names, isRoot);
-    file.Write(text);
-    if (!file.Close()) {
-        DeleteFileA(path.c_str());
-        return 0;
-    }
+    std::string text;
+    if (!WriteList(directory, names, isRoot, text)) return 0;
     FileManagement::RemoveTree(Below(directory, kHierarchyFlagName));
-    if (!IsListOf(directory, std::move(names), text)) MarkHierarchyDirty(directory);
+    bool isCurrent = false;
+    try {
+        isCurrent = IsListOf(directory, std::move(names), text);
+    } catch (...) {
+        MarkHierarchyDirty(directory);
+        throw;
+    }
+    if (!isCurrent) MarkHierarchyDirty(directory);
     return 1;
 }
 
@@ -158,11 +189,11 @@ uint32_t LoadFolderIndex(FolderEntryList*& entries, const std::string& directory
     return loaded ? 1 : 0;
 }
 
-uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list)
+uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list, const char* reader)
 {
     entries = nullptr;
     if (!list.Directories) return 0;
-    if (FolderIndexNeedsRebuild(directory)) return RebuildFolderIndex(directory, isRoot) ? LoadFolderIndex(entries, directory, list) : 0;
+    if (FolderIndexNeedsRebuild(directory)) return IsRebuilt(directory, isRoot, reader) ? LoadFolderIndex(entries, directory, list) : 0;
     const auto known = list.Directories->find(directory);
     if (known == list.Directories->end()) return LoadFolderIndex(entries, directory, list);
     // Kept: a file that was written again within the two seconds of a stamp, or has an older one, is no new file.
@@ -183,41 +214,9 @@ bool IsNameInFolderIndex(const std::string& directory, const char* name)
     });
 }
 
-uint32_t MarkHierarchyDirty(const std::string& directory)
+uint32_t MarkHierarchyDirty(const std::string& directory) noexcept
 {
-    FileStream flag;
-    if (!flag.OpenTruncate(Below(directory, kHierarchyFlagName))) return 0;
-    flag.Write(kFlagText);
-    flag.Close();
-    return 1;
-}
-
-bool SanitiseFolderName(std::string& name)
-{
-    const std::string given = name;
-    for (char& c : name) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool stays = byte == '\t' || byte == '\n' || byte == '\r' || (byte >= 32 && byte <= 127);
-        if (!stays) c = '_';
-    }
-    // What ends a name in the file.
-    for (size_t at = name.find("]]>"); at != std::string::npos; at = name.find("]]>", at)) name[at + 2] = '_';
-    return name != given;
-}
-
-const char* WellKnownFolderName(const char* name)
-{
-    const auto* const known =
-        std::find_if(std::begin(kWellKnownNames), std::end(kWellKnownNames), [&](const char* row) { return EqualsNoCase(name, row); });
-    return known == std::end(kWellKnownNames) ? name : *known;
-}
-
-bool IsNoFolderName(std::string_view name) { return name.find_first_not_of(". \t\n\r") == std::string_view::npos; }
-
-bool IsChildName(std::string_view name)
-{
-    return !IsNoFolderName(name) && name.size() < sizeof StoreFolderRecord::FolderName &&
-           std::none_of(name.begin(), name.end(), IsPathSeparator);
+    return SetFlag(directory.c_str(), kHierarchyFlagName, kFlagText) ? 1 : 0;
 }
 
 }  // namespace velmora

@@ -18,49 +18,33 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "folders/FolderLists.h"
-#include "velmora/folders.h"
 
 namespace velmora {
 
 inline constexpr char kFolderIndexName[] = "_folder.xml";
 inline constexpr char kHierarchyFlagName[] = "_folder.dty";
 
-// "\" or "/" alone: the root of a mailbox's folders. An empty path and "//" lead to the same directory and are not the root: a
-// list that is made through them has the names as the disk spells them.
-bool IsRootFolderPath(const char* folderPath);
-
 // There is no list, or there is one and the flag as well.
 bool FolderIndexNeedsRebuild(const std::string& directory);
 // Writes the list anew from the directories and takes the flag away. Directories whose names a list cannot hold are renamed.
 // 1; 0 when the directory cannot be listed, or the file not written whole. Raises Exception when the flag cannot be deleted:
-// the list is written all the same.
+// the list is written all the same. Raises when there is no memory: there is the list with its flag, or none.
 uint32_t RebuildFolderIndex(const std::string& directory, bool isRoot);
 // Reads the list of `directory` into `list`. 1; 0 for a file that does not load, which is deleted, so that the next request
 // makes it again. `entries` is null then. What goes wrong is printed; that there is no memory is raised as well.
 uint32_t LoadFolderIndex(FolderEntryList*& entries, const std::string& directory, TLSFolderList& list);
 // The list of `directory`, made, read or reused as the files ask for. `entries` belongs to `list`, and is null on a failure.
-// 1; 0 when the list cannot be had, or `list` is not initialised. Raises what the two above raise.
-uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list);
+// 1; 0 when the list cannot be had, or `list` is not initialised. A flag that cannot be deleted is reported in the name of
+// `reader`, the function that a reader of the log would look for, and the list that was written in front of it serves. Raises
+// when there is no memory.
+uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list, const char* reader);
 // Whether `name` stands in the list as it is on disk, in any case. A listed name counts by its first 259 bytes. False when the
 // list does not load, which is printed unless there is none. Raises nothing.
 bool IsNameInFolderIndex(const std::string& directory, const char* name);
-// Sets the flag. 1; 0, with nothing done, when it cannot be opened for writing.
-uint32_t MarkHierarchyDirty(const std::string& directory);
-// Replaces what a listed name may not hold by "_"; true when there was something. Looks at bytes: every byte above 127 goes.
-bool SanitiseFolderName(std::string& name);
-
-// The stored spelling of a well-known folder's name, or `name` itself.
-const char* WellKnownFolderName(const char* name);
-
-// No name of a folder: empty, or dots and white space alone, which some systems take for the directory itself or the one above
-// it.
-bool IsNoFolderName(std::string_view name);
-// Whether a list may give it for a child. A list can be written by anybody: what is no single name would lead out of the folder,
-// or back up into it without an end, and what does not fit a record would be cut to that of another.
-bool IsChildName(std::string_view name);
+// Sets the flag, for which it needs no memory. 1; 0, with nothing done, when it cannot be opened for writing.
+uint32_t MarkHierarchyDirty(const std::string& directory) noexcept;
 
 }  // namespace velmora
 

@@ -1,12 +1,14 @@
 #include "folders/FolderLists.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
+#include <utility>
+#include <vector>
 
-#include "common/Exception.h"
-#include "common/FileManagement.h"
 #include "common/Text.h"
 #include "folders/FolderIndexFile.h"
+#include "folders/FolderNames.h"
 #include "folders/FolderRecord.h"
 #include "frame/Guard.h"
 #include "frame/ProcessState.h"
@@ -17,27 +19,21 @@ namespace velmora {
 
 namespace {
 
-// A thread's own lists, by the place on its stack that a walk is begun at.
-struct ThreadFolderTable {
-    std::map<const void*, TLSFolderList> Lists;
-    uint64_t WalksBegun = 0;
-};
-
-ThreadFolderTable* ExistingTable()
+LocalFolderList* ExistingList()
 {
     const uint32_t slot = Process().TLSFolderListSlot;
-    return slot == kNoTlsSlot ? nullptr : static_cast<ThreadFolderTable*>(TlsGetValue(slot));
+    return slot == kNoTlsSlot ? nullptr : static_cast<LocalFolderList*>(TlsGetValue(slot));
 }
 
 // Null when the process has no slot.
-ThreadFolderTable* CurrentTable()
+TLSFolderList* CurrentList()
 {
-    if (ThreadFolderTable* const table = ExistingTable()) return table;
-    auto table = std::make_unique<ThreadFolderTable>();
+    if (TLSFolderList* const list = ExistingList()) return list;
+    auto list = std::make_unique<LocalFolderList>();
     const uint32_t slot = Process().TLSFolderListSlot;
-    if (slot == kNoTlsSlot || !TlsSetValue(slot, table.get())) return nullptr;
+    if (slot == kNoTlsSlot || !TlsSetValue(slot, list.get())) return nullptr;
     platform::ArmThreadEndHook();
-    return table.release();
+    return list.release();
 }
 
 void Initialise(TLSFolderList& list)
@@ -56,103 +52,71 @@ void UnInitialise(TLSFolderList& list)
     list.Position.clear();
 }
 
-// A walk, in the list that it goes through. None has null for both.
-struct Walk {
+// The list that a step goes through and the place that its walk was begun at, which counts in the library's own lists alone.
+// `list` is null where there is none.
+struct Stand {
     TLSFolderList* list = nullptr;
-    FolderPosition* position = nullptr;
-
-    explicit operator bool() const { return position != nullptr; }
+    const void* place = nullptr;
 };
 
-Walk WalkIn(TLSFolderList& list, const std::string& directory)
+Stand StandOf(TLSFolderList* own, const void* place) { return own ? Stand{own} : Stand{ExistingList(), place}; }
+
+// A walk that is yet to find its first name. Null in a list that is not initialised.
+FolderPosition* Begin(const Stand& stand, const std::string& directory)
 {
-    const auto position = list.Position.find(directory);
-    return position == list.Position.end() ? Walk{} : Walk{&list, &position->second};
+    if (!stand.list || !stand.list->Directories) return nullptr;
+    std::vector<FolderPosition>& walks = stand.list->Position;
+    FolderPosition begun{directory, stand.place, {}};
+    std::erase_if(walks, [&](const FolderPosition& walk) { return walk.Place == stand.place && walk.Directory == directory; });
+    return &walks.emplace_back(std::move(begun));
 }
 
-// A walk that is yet to find its first name. None in a list that is not initialised.
-Walk Begin(TLSFolderList* own, const void* place, const std::string& directory)
+// The walk through the directory that was begun last at `place` or, when that is null, wherever; null when there is none.
+FolderPosition* LastBegun(TLSFolderList& list, const std::string& directory, const void* place = nullptr)
 {
-    ThreadFolderTable* const table = own ? nullptr : CurrentTable();
-    if (!own && !table) return {};
-    TLSFolderList& list = own ? *own : table->Lists[place];
-    if (!own && !list.Directories) Initialise(list);
-    if (!list.Directories) return {};
-    FolderPosition& position = list.Position[directory];
-    position = {{}, table ? ++table->WalksBegun : 0};
-    return {&list, &position};
-}
-
-// The walk through `directory` that was begun last in this thread.
-Walk LastBegun(ThreadFolderTable& table, const std::string& directory)
-{
-    Walk last;
-    for (auto& [place, list] : table.Lists)
-        if (const Walk walk = WalkIn(list, directory); walk && (!last || walk.position->Begun > last.position->Begun)) last = walk;
-    return last;
-}
-
-Walk WalkFrom(ThreadFolderTable& table, const void* place, const std::string& directory)
-{
-    const auto here = table.Lists.find(place);
-    return here == table.Lists.end() ? Walk{} : WalkIn(here->second, directory);
+    const auto last = std::find_if(list.Position.rbegin(), list.Position.rend(), [&](const FolderPosition& walk) {
+        return (!place || walk.Place == place) && walk.Directory == directory;
+    });
+    return last == list.Position.rend() ? nullptr : &*last;
 }
 
 // The walk that a Next goes on with: the one that was begun at its place on the stack or, when none is under way there, the last
 // one begun, wherever. That may have ended: behind its end a Next is not to move the walk of a caller further up.
-Walk WalkToGoOnWith(TLSFolderList* own, const void* place, const std::string& directory)
+FolderPosition* WalkToGoOnWith(const Stand& stand, const std::string& directory)
 {
-    if (own) return own->Directories ? WalkIn(*own, directory) : Walk{};
-    ThreadFolderTable* const table = ExistingTable();
-    if (!table) return {};
-    const Walk here = WalkFrom(*table, place, directory);
-    return here && !here.position->Ended ? here : LastBegun(*table, directory);
+    if (!stand.list) return nullptr;
+    FolderPosition* const here = LastBegun(*stand.list, directory, stand.place);
+    return here && !here->Ended ? here : LastBegun(*stand.list, directory);
 }
 
-// Kept: of the thread's own lists none is given back here. What they have parsed serves the thread's next walks, and goes with
-// the thread.
-void EndWalk(const void* place, const std::string& directory)
+// Kept: what the thread's own list has parsed is not given back here. It serves the thread's next walks, and goes with the
+// thread.
+void EndWalk(const Stand& stand, const std::string& directory)
 {
-    ThreadFolderTable* const table = ExistingTable();
-    if (!table) return;
-    const Walk here = WalkFrom(*table, place, directory);
-    const Walk walk = here ? here : LastBegun(*table, directory);
-    if (walk) walk.list->Position.erase(directory);
-}
-
-// Whether the flag of a directory cannot be taken away only because somebody has it open at this moment. One that goes now is
-// set again: the directories were listed before it went.
-bool FlagIsInUse(const std::string& directory)
-{
-    if (DeleteFileA((directory + "\\" + kHierarchyFlagName).c_str())) {
-        MarkHierarchyDirty(directory);
-        return true;
-    }
-    const uint32_t error = GetLastError();
-    return error == ERROR_SHARING_VIOLATION || NamesNothing(error);
+    if (!stand.list) return;
+    const FolderPosition* const here = LastBegun(*stand.list, directory, stand.place);
+    const FolderPosition* const ended = here ? here : LastBegun(*stand.list, directory);
+    if (ended) stand.list->Position.erase(stand.list->Position.begin() + (ended - stand.list->Position.data()));
 }
 
 // The names that a step of a walk goes by. Null when they cannot be had.
-const FolderEntryList* EntriesFor(const StoreFolderRecord& record, TLSFolderList& list, const std::string& directory)
+const FolderEntryList* EntriesFor(const StoreFolderRecord& record, TLSFolderList& list, const std::string& directory, const char* step)
 {
     FolderEntryList* entries = nullptr;
-    try {
-        GetFolderEntryList(entries, directory, IsRootFolderPath(RecordText(record.FolderPath).c_str()), list);
-    } catch (const Exception&) {
-        // The list is written by then. Somebody who just sets the flag is no reason to end the walk.
-        if (!FlagIsInUse(directory)) throw;
-        LoadFolderIndex(entries, directory, list);
-    }
+    GetFolderEntryList(entries, directory, IsRootFolderPath(RecordText(record.FolderPath).c_str()), list, step);
     return entries;
 }
 
+constexpr char kFirst[] = "TLS_StoreFolderFindFirst";
+constexpr char kNext[] = "TLS_StoreFolderFindNext";
+
 using NameIterator = std::map<std::string, std::string>::const_iterator;
 
-uint64_t Give(StoreFolderRecord& record, FolderPosition& position, const FolderEntryList& entries, NameIterator next)
+uint64_t Give(StoreFolderRecord& record, FolderPosition& walk, const FolderEntryList& entries, NameIterator next)
 {
-    position.Ended = next == entries.Names.end();
-    if (position.Ended) return 0;
-    position.Name = next->first;
+    walk.Ended = next == entries.Names.end();
+    if (walk.Ended) return 0;
+    walk.Name = next->first;
     CopyBounded(record.FolderName, next->first);
     return 1;
 }
@@ -162,10 +126,11 @@ uint64_t FindFirst(StoreFolderRecord& record, TLSFolderList* own, const void* pl
     if (!IsForThisMachine()) return 0;
     const std::optional<std::string> directory = FolderDirectoryOf(record);
     if (!directory) return 0;
-    const Walk walk = Begin(own, place, *directory);
+    const Stand stand = own ? Stand{own} : Stand{CurrentList(), place};
+    FolderPosition* const walk = Begin(stand, *directory);
     if (!walk) return 0;
-    const FolderEntryList* const entries = EntriesFor(record, *walk.list, *directory);
-    return entries ? Give(record, *walk.position, *entries, entries->Names.begin()) : 0;
+    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory, kFirst);
+    return entries ? Give(record, *walk, *entries, entries->Names.begin()) : 0;
 }
 
 uint64_t FindNext(StoreFolderRecord& record, TLSFolderList* own, const void* place)
@@ -173,21 +138,22 @@ uint64_t FindNext(StoreFolderRecord& record, TLSFolderList* own, const void* pla
     if (!IsForThisMachine()) return 0;
     const std::optional<std::string> directory = FolderDirectoryOf(record);
     if (!directory) return 0;
-    const Walk walk = WalkToGoOnWith(own, place, *directory);
-    if (!walk || walk.position->Ended) return 0;
+    const Stand stand = StandOf(own, place);
+    FolderPosition* const walk = WalkToGoOnWith(stand, *directory);
+    if (!walk || walk->Ended) return 0;
     // Every step looks at the files again, so a walk notices what others have done to the folder.
-    const FolderEntryList* const entries = EntriesFor(record, *walk.list, *directory);
-    return entries ? Give(record, *walk.position, *entries, entries->Names.upper_bound(walk.position->Name)) : 0;
+    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory, kNext);
+    return entries ? Give(record, *walk, *entries, entries->Names.upper_bound(walk->Name)) : 0;
 }
 
 uint64_t GuardedFirst(StoreFolderRecord* record, TLSFolderList* list, const void* place)
 {
-    return GuardedEntry("TLS_StoreFolderFindFirst", uint64_t{0}, [&] { return record ? FindFirst(*record, list, place) : 0; });
+    return GuardedEntry(kFirst, uint64_t{0}, [&] { return record ? FindFirst(*record, list, place) : 0; });
 }
 
 uint64_t GuardedNext(StoreFolderRecord* record, TLSFolderList* list, const void* place)
 {
-    return GuardedEntry("TLS_StoreFolderFindNext", uint64_t{0}, [&] { return record ? FindNext(*record, list, place) : 0; });
+    return GuardedEntry(kNext, uint64_t{0}, [&] { return record ? FindNext(*record, list, place) : 0; });
 }
 
 uint64_t GuardedClose(const StoreFolderRecord* record, TLSFolderList* list, const void* place)
@@ -197,7 +163,7 @@ uint64_t GuardedClose(const StoreFolderRecord* record, TLSFolderList* list, cons
         if (list) {
             UnInitialise(*list);
         } else if (record) {
-            if (const std::optional<std::string> directory = FolderDirectoryOf(*record)) EndWalk(place, *directory);
+            if (const std::optional<std::string> directory = FolderDirectoryOf(*record)) EndWalk(StandOf(nullptr, place), *directory);
         }
         return 1;
     });
@@ -207,17 +173,11 @@ uint64_t GuardedClose(const StoreFolderRecord* record, TLSFolderList* list, cons
 
 void ReleaseThreadFolderLists()
 {
-    ThreadFolderTable* const table = ExistingTable();
-    if (!table) return;
-    TlsSetValue(Process().TLSFolderListSlot, nullptr);
-    delete table;
+    const std::unique_ptr<LocalFolderList> list(ExistingList());
+    if (list) TlsSetValue(Process().TLSFolderListSlot, nullptr);
 }
 
-size_t ThreadFolderListCount()
-{
-    const ThreadFolderTable* const table = ExistingTable();
-    return table ? table->Lists.size() : 0;
-}
+const TLSFolderList* ThreadFolderList() { return ExistingList(); }
 
 }  // namespace velmora
 

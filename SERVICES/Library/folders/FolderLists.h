@@ -1,17 +1,17 @@
 // A thread's parsed folder lists, and the walks over them.
 //
 // Each thread reads _folder.xml for itself, so that a listing needs no lock. A list belongs to one thread at a time. The
-// library keeps lists of its own for each thread, one for each depth of the stack that walks are begun at, so that a walk
-// inside another one does not move it on. They stay, with what they have parsed, until the thread ends or asks for its
+// library keeps one of its own for each thread. Its walks are told apart by the place on the stack that they are begun at, so
+// that a walk inside another one does not move it on. It stays, with what it has parsed, until the thread ends or asks for its
 // release.
 #ifndef VELMORA_FOLDERS_FOLDERLISTS_H
 #define VELMORA_FOLDERS_FOLDERLISTS_H
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "velmora/folders.h"
 
@@ -25,12 +25,13 @@ struct FolderEntryList {
 
 using FolderDirectories = std::map<std::string, std::unique_ptr<FolderEntryList>>;
 
-// Where a walk through one directory stands. It is a name and no place in Names, which a reload makes anew between two
-// steps: the next name is the first one behind it then, whatever has come or gone.
+// A walk through one directory. Where it stands is a name and no place in Names, which a reload makes anew between two steps:
+// the next name is the first one behind it then, whatever has come or gone.
 struct FolderPosition {
+    std::string Directory;
+    const void* Place = nullptr;  // where on the thread's stack it was begun; none in a list of a caller's own
     std::string Name;
-    uint64_t Begun = 0;  // a later walk has a higher number; told apart among the library's own lists only
-    bool Ended = true;   // it has come to the end, or found no list at its First
+    bool Ended = true;  // it has come to the end, or found no list at its First
 };
 
 }  // namespace velmora
@@ -39,7 +40,7 @@ struct FolderPosition {
 struct TLSFolderList {
     uint64_t Reserved = 0;
     velmora::FolderDirectories* Directories = nullptr;
-    std::map<std::string, velmora::FolderPosition> Position;  // by directory, of walks that were begun and not closed
+    std::vector<velmora::FolderPosition> Position;  // of walks that were begun and not closed, in that order
 
     TLSFolderList() = default;
     ~TLSFolderList() { delete Directories; }
@@ -54,10 +55,10 @@ struct LocalFolderList : TLSFolderList {
     LocalFolderList() { Directories = new FolderDirectories; }
 };
 
-// Gives back the calling thread's own lists; nothing without any.
+// Gives back the list that the library keeps for the calling thread; nothing without one.
 void ReleaseThreadFolderLists();
-// How many lists the library keeps for the calling thread. For tests.
-size_t ThreadFolderListCount();
+// That list, or null. For tests.
+const TLSFolderList* ThreadFolderList();
 
 }  // namespace velmora
 

@@ -12,6 +12,7 @@
 #include "common/FileManagement.h"
 #include "common/Text.h"
 #include "folders/FolderIndexFile.h"
+#include "folders/FolderNames.h"
 #include "folders/FolderRecord.h"
 #include "folders/Shares.h"
 #include "frame/Guard.h"
@@ -55,8 +56,6 @@ std::string TargetOf(const StoreFolderRecord& record)
     target.resize(target.find_last_not_of("\\/") + 1);
     return target;
 }
-
-void MarkParentOf(const std::string& target) { MarkHierarchyDirty(FileManagement::ParentDirectory(target)); }
 
 // ---- Roots ----
 
@@ -117,7 +116,9 @@ uint64_t AddFolder(StoreFolderRecord& record)
     return made ? 1 : 0;
 }
 
-// Shares go by the folder's path alone. It comes back in the form that they are kept in.
+// Shares go by the folder's path alone.
+// Kept: it comes back in the form that they are kept in, with a slash before it. A special name, such as "$FILEROOT\x", is none
+// behind that: the record then names a folder of the mailbox.
 void RemoveShares(StoreFolderRecord& record)
 {
     static_assert(sizeof record.FolderPath == kFolderPathSize);
@@ -136,9 +137,10 @@ uint64_t RemoveFolder(StoreFolderRecord& record)
     if (!IsForThisMachine() || IsReservedPublicPath(RecordText(record.FolderPath))) return 0;
     const std::string target = TargetOf(record);
     if (IsSharedRoot(record, target)) return 0;
+    const std::string parent = FileManagement::ParentDirectory(target);
     RemoveShares(record);
     FileManagement::RemoveTree(target);
-    MarkParentOf(target);
+    MarkHierarchyDirty(parent);
     FileManagement::RemoveTree(MailboxSizeFile(record));  // it is counted again where it is asked for
     return 1;
 }
@@ -152,12 +154,11 @@ uint64_t MoveFolder(StoreFolderRecord& from, StoreFolderRecord& to)
     const std::string source = TargetOf(from);
     const std::string destination = TargetOf(to);
     if (IsSharedRoot(from, source) || IsSharedRoot(to, destination)) return 0;
-    const std::string above = NearestFolderAbove(to, destination);
+    const std::string changed[] = {FileManagement::ParentDirectory(source), FileManagement::ParentDirectory(destination),
+                                   NearestFolderAbove(to, destination)};
     // Kept: a move that fails leaves the parents that it has made.
     FileManagement::MovePath(source, destination);
-    MarkParentOf(source);
-    MarkParentOf(destination);
-    MarkHierarchyDirty(above);
+    for (const std::string& folder : changed) MarkHierarchyDirty(folder);
     return 1;
 }
 
@@ -181,19 +182,40 @@ std::vector<std::string> MergedFolders(const std::string& source, const std::str
     return merged;
 }
 
-// A folder's list of child folders and its index came along with the copy, over those of the destination, and tell of the
-// source's children and messages alone.
-void MarkMergedFolder(const std::string& folder)
+// A file that comes along with the copy of a folder, over that of the destination, and tells of the source alone: the list of
+// its child folders, or its index. A flag has it made anew.
+struct MergedFile {
+    std::string folder;
+    std::string path;
+    bool isList;
+
+    // By its attributes, for which a name that is spelled as it was found needs no memory.
+    void Mark() const
+    {
+        if (GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES && NamesNothing(GetLastError())) return;
+        if (isList)
+            MarkHierarchyDirty(folder);
+        else
+            MarkFolderDirty(folder.c_str());
+    }
+};
+
+std::vector<MergedFile> MergedFiles(const std::string& source, const std::string& destination)
 {
-    if (FileManagement::Exists(folder + "\\" + kFolderIndexName)) MarkHierarchyDirty(folder);
-    if (FileManagement::Exists(folder + "\\_index.xml")) MarkFolderDirty(folder.c_str());
+    std::vector<MergedFile> files;
+    for (const std::string& below : MergedFolders(source, destination)) {
+        const std::string folder = destination + below;
+        files.push_back({folder, folder + "\\" + kFolderIndexName, true});
+        files.push_back({folder, folder + "\\_index.xml", false});
+    }
+    return files;
 }
 
 void CopyOrMerge(const std::string& source, const std::string& destination)
 {
-    const std::vector<std::string> merged = MergedFolders(source, destination);
+    const std::vector<MergedFile> merged = MergedFiles(source, destination);
     const auto mark = [&] {
-        for (const std::string& below : merged) MarkMergedFolder(destination + below);
+        for (const MergedFile& file : merged) file.Mark();
     };
     try {
         FileManagement::CopyTree(source, destination);
@@ -212,10 +234,9 @@ uint64_t CopyFolder(StoreFolderRecord& from, StoreFolderRecord& to)
     // Kept: no name is reserved here.
     const std::string source = TargetOf(from);
     const std::string destination = TargetOf(to);
-    const std::string above = NearestFolderAbove(to, destination);
+    const std::string changed[] = {FileManagement::ParentDirectory(destination), NearestFolderAbove(to, destination)};
     CopyOrMerge(source, destination);
-    MarkParentOf(destination);
-    MarkHierarchyDirty(above);
+    for (const std::string& folder : changed) MarkHierarchyDirty(folder);
     return 1;
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "folders/FolderIndexFile.h"
+#include "common/Text.h"
+#include "folders/FolderNames.h"
+#include "frame/ProcessState.h"
 #include "frame/StorePaths.h"
 #include "remote/RemoteHost.h"
 
@@ -27,6 +29,23 @@ bool HoldsStep(std::string_view path)
     return std::any_of(steps.begin(), steps.end(), IsNoFolderName);
 }
 
+namespace {
+
+// One spelling for all that lead to the same place, by which walks are known. The mail root stays as it is set up.
+void UniteSeparators(std::string& path)
+{
+    const size_t start = std::min(MailRootText().size(), path.size());
+    size_t end = start;
+    for (size_t at = start; at < path.size(); ++at) {
+        const bool separates = IsPathSeparator(path[at]);
+        if (separates && end > start && path[end - 1] == '\\') continue;
+        path[end++] = separates ? '\\' : path[at];
+    }
+    path.resize(end);
+}
+
+}  // namespace
+
 std::optional<std::string> FolderDirectoryOf(const std::string& postoffice, const std::string& mailbox, const std::string& folderPath)
 {
     if (HoldsStep(postoffice) || HoldsStep(mailbox) || HoldsStep(folderPath)) return std::nullopt;
@@ -34,6 +53,7 @@ std::optional<std::string> FolderDirectoryOf(const std::string& postoffice, cons
     char directory[2 * kFolderDirectorySize];
     std::string text = ResolveFolderPath(postoffice.c_str(), mailbox.c_str(), folderPath.c_str(), directory, sizeof directory);
     if (text.size() >= kFolderDirectorySize) return std::nullopt;
+    UniteSeparators(text);
     text.resize(text.find_last_not_of("\\/") + 1);
     return text;
 }

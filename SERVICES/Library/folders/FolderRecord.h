@@ -33,8 +33,8 @@ std::vector<std::string_view> StepsOf(std::string_view path);
 // store; "." would be the folder above.
 bool HoldsStep(std::string_view path);
 
-// The directory of FolderPath, without a separator at its end. Nothing for one that does not fit: cut, it would be that of
-// another folder. Nothing either for a path or a name in which HoldsStep finds one.
+// The directory of FolderPath, the same for every spelling of the separators in it and without one at its end. Nothing for one
+// that does not fit: cut, it would be that of another folder. Nothing either for a path or a name in which HoldsStep finds one.
 std::optional<std::string> FolderDirectoryOf(const std::string& postoffice, const std::string& mailbox, const std::string& folderPath);
 std::optional<std::string> FolderDirectoryOf(const StoreFolderRecord& record);
 // The directory that the folders of the record's mailbox are in, whatever FolderPath says. Nothing as above.

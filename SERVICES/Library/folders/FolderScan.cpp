@@ -8,6 +8,7 @@
 #include "index/ItemBackend.h"
 #include "index/StoreIndexSteps.h"
 #include "locks/BlockFile.h"
+#include "locks/FlagFiles.h"
 #include "velmora/folders.h"
 
 namespace velmora {
@@ -30,6 +31,21 @@ public:
     // One attempt.
     bool Hold() { return held_ = index_.IsPlaced() && AcquireIndexBlock(*index_); }
 
+    uint64_t Scan()
+    {
+        try {
+            if (!Rebuild()) return 0;
+            const uint64_t saved = SaveIndex(index_->Table, index_->Path, kKindMail);
+            if (saved == 0) MarkFolderDirty(index_->Path);
+            return saved;
+        } catch (...) {
+            // The flag that asked for the scan may be gone with the load.
+            MarkFolderDirty(index_->Path);
+            throw;
+        }
+    }
+
+private:
     // Kept: whatever the folder is called, it is scanned for messages.
     bool Rebuild()
     {
@@ -40,15 +56,6 @@ public:
         return LoadIndex(index_->Table, arguments, kFullLoad);
     }
 
-    uint64_t Save()
-    {
-        const uint64_t saved = SaveIndex(index_->Table, index_->Path, kKindMail);
-        // The flag that asked for the scan may be gone with the load.
-        if (saved == 0) MarkQuietly(index_->Path);
-        return saved;
-    }
-
-private:
     LocalIndex index_;
     bool held_ = false;
 };
@@ -63,6 +70,6 @@ uint64_t ScanFolders(const char* directory)
 {
     return GuardedEntry("ScanFolders", uint64_t{0}, [&]() -> uint64_t {
         ScannedFolder folder(TextOrEmpty(directory));
-        return folder.Hold() && folder.Rebuild() ? folder.Save() : 0;
+        return folder.Hold() ? folder.Scan() : 0;
     });
 }

@@ -13,14 +13,15 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "common/Exception.h"
 #include "common/FileManagement.h"
 #include "common/Text.h"
 #include "folders/DocumentGuard.h"
 #include "folders/FolderIndexFile.h"
 #include "folders/FolderLists.h"
+#include "folders/FolderNames.h"
 #include "folders/FolderRecord.h"
 #include "folders/LocalIndex.h"
 #include "frame/Guard.h"
@@ -46,14 +47,19 @@ constexpr int64_t kKilobyte = 1024;
 class FolderBlock {
 public:
     explicit FolderBlock(const std::string& directory) : block_(BlockPathOf(directory.c_str(), kKindMail)), held_(block_.Try()) {}
-    ~FolderBlock()
-    {
-        if (held_ && block_.Release() != BlockDelete::Deleted) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
-    }
+    ~FolderBlock() { Release(); }
     FolderBlock(const FolderBlock&) = delete;
     FolderBlock& operator=(const FolderBlock&) = delete;
 
     bool Held() const { return held_; }
+    // Nothing to release counts as deleted.
+    BlockDelete Release()
+    {
+        if (!std::exchange(held_, false)) return BlockDelete::Deleted;
+        const BlockDelete result = block_.Release();
+        if (result != BlockDelete::Deleted) PrintLine("ScanFoldersOrdered::Unable to remove blocking file");
+        return result;
+    }
 
 private:
     HeldBlock block_;
@@ -89,20 +95,22 @@ void ScanWithBlock(const ItemBackend& backend, const std::string& directory)
         mark.NoteScan();
     } catch (...) {
         // The flag that asked for the scan may be gone.
-        MarkQuietly(directory.c_str());
+        MarkFolderDirty(directory.c_str());
         throw;
     }
 }
 
-void BringUpToDate(const std::string& directory, const std::string& folderPath, const std::string& indexPath)
+// False when the block of the folder could not be deleted.
+bool BringUpToDate(const std::string& directory, const std::string& folderPath, const std::string& indexPath)
 {
-    if (IsNeverScanned(folderPath)) return;
-    if (KilobytesOf(indexPath) >= SettingValue(Setting::IndexInjectionSizeLimit)) return;
+    if (IsNeverScanned(folderPath)) return true;
+    if (KilobytesOf(indexPath) >= SettingValue(Setting::IndexInjectionSizeLimit)) return true;
     const ItemBackend& backend = BackendOf(folderPath);
     // The flag of a folder that nobody here can scan is not to be taken away.
-    if (!backend.scannedByOpen) return;
-    const FolderBlock block(directory);
+    if (!backend.scannedByOpen) return true;
+    FolderBlock block(directory);
     if (block.Held()) ScanWithBlock(backend, directory);
+    return block.Release() != BlockDelete::GaveUp;
 }
 
 int64_t AddHeld(int64_t total, int64_t size)
@@ -150,14 +158,6 @@ uint32_t SizeInMode(int64_t bytes, uint32_t mode)
     return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, kLargestSize));
 }
 
-// A folder that cannot be measured counts nothing.
-uint32_t MeasureFolder(const std::string& directory, const std::string& folderPath, uint32_t mode)
-{
-    const std::string indexPath = IndexFilePath(directory, kKindMail);
-    BringUpToDate(directory, folderPath, indexPath);
-    return SizeInMode(SumOfSizes(indexPath).value_or(0), mode);
-}
-
 // ---- The tree ----
 
 // A directory as the disk knows it.
@@ -194,15 +194,6 @@ std::optional<Place> PlaceOf(const std::string& directory)
     return place;
 }
 
-// The flag of a list that is to be made anew can be in use, and then the rebuild raises behind the list that it has written.
-// The flag has the next request look again; here the list serves.
-uint32_t ListChildren(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list)
-try {
-    return GetFolderEntryList(entries, directory, isRoot, list);
-} catch (const Exception&) {
-    return LoadFolderIndex(entries, directory, list);
-}
-
 struct WaitingFolder {
     std::string path;
     std::string directory;
@@ -226,7 +217,7 @@ public:
         while (!waiting_.empty()) {
             const WaitingFolder folder = std::move(waiting_.back());
             waiting_.pop_back();
-            const uint32_t size = MeasureFolder(folder.directory, folder.path, mode_);
+            const uint32_t size = MeasureFolder(folder);
             total_ = size > kLargestSize - total_ ? kLargestSize : total_ + size;
             AddChildren(folder);
         }
@@ -245,12 +236,22 @@ private:
         waiting_.push_back({std::move(path), std::move(*directory)});
     }
 
+    // A folder that cannot be measured counts nothing.
+    uint32_t MeasureFolder(const WaitingFolder& folder)
+    {
+        const std::string indexPath = IndexFilePath(folder.directory, kKindMail);
+        // Where one block cannot be deleted, the next ones would be left as well, each behind its wait.
+        if (takesBlocks_) takesBlocks_ = BringUpToDate(folder.directory, folder.path, indexPath);
+        return SizeInMode(SumOfSizes(indexPath).value_or(0), mode_);
+    }
+
     // What cannot be listed has no children here.
     void AddChildren(const WaitingFolder& folder)
     {
         LocalFolderList list;
         FolderEntryList* entries = nullptr;
-        if (ListChildren(entries, folder.directory, IsRootFolderPath(folder.path.c_str()), list) == 0) return;
+        const bool isRoot = IsRootFolderPath(folder.path.c_str());
+        if (GetFolderEntryList(entries, folder.directory, isRoot, list, "TLS_StoreFolderFindFirst") == 0) return;
         const auto before = static_cast<std::ptrdiff_t>(waiting_.size());
         for (const auto& [name, same] : entries->Names) AddChild(folder, name);
         // They come off the list in their order.
@@ -273,6 +274,7 @@ private:
     const uint32_t mode_;
     std::set<std::string> entered_;
     std::vector<WaitingFolder> waiting_;
+    bool takesBlocks_ = true;
     uint32_t total_ = 0;
 };
 

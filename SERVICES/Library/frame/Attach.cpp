@@ -103,9 +103,10 @@ void ThreadAttach()
 
 void ThreadDetach()
 {
+    // In front of all that can wait: a thread may have folder lists and no context.
+    GuardedSwallow("ThreadDetach", ReleaseThreadFolderLists);
     // Kept: with affinity 0 the folder stays open, and its record in the registry until the process ends.
     if (Process().StoreAffinity != 1) GuardedSwallow("ThreadDetach", AbandonThreadContext);
-    // A thread may have folder lists and no context.
     StoreLibrary_ThreadRelease();
 }
 
@@ -114,9 +115,9 @@ void ThreadDetach()
 uint64_t StoreLibrary_ThreadRelease()
 {
     using namespace velmora;
+    GuardedSwallow("StoreLibrary_ThreadRelease", ReleaseThreadFolderLists);
     // Kept: with affinity 0 the context stays, with its folder open.
     if (Process().StoreAffinity == 1) GuardedSwallow("StoreLibrary_ThreadRelease", CloseThreadContext);
-    GuardedSwallow("StoreLibrary_ThreadRelease", ReleaseThreadFolderLists);
     return 1;
 }
 

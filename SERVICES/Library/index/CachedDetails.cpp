@@ -6,7 +6,7 @@
 #include "common/Text.h"
 #include "frame/Guard.h"
 #include "frame/StorePaths.h"
-#include "index/StoreIndexSteps.h"
+#include "locks/FlagFiles.h"
 #include "platform/win32.h"
 #include "velmora/status.h"
 
@@ -84,7 +84,7 @@ bool WriteCachedDetails(const std::string& path, uint32_t (&details)[kDetailWord
     if (!file.IsOpen()) return false;
     DWORD done = 0;
     if (!WriteFile(file.Get(), image.data(), static_cast<DWORD>(image.size()), &done, nullptr) || done != image.size()) {
-        MarkQuietly(FileManagement::ParentDirectory(path).c_str());
+        MarkFolderDirty(FileManagement::ParentDirectory(path).c_str());
         return false;
     }
     LARGE_INTEGER size;

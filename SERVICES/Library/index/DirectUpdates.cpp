@@ -99,7 +99,7 @@ public:
         if (!IsFoundByScan(record_.IndexKind)) return;
         // Its place may be what could not be had.
         if (!*record_.Path) StoreIndex_SetPaths(&record_);
-        if (*record_.Path) MarkQuietly(record_.Path);
+        if (*record_.Path) MarkFolderDirty(record_.Path);
     }
 
 private:

@@ -19,14 +19,36 @@ int32_t CounterOf(std::string_view name)
     return ParseLong(name.substr(0, name.find('.')));
 }
 
+// Closed on every way out: without memory as well.
+class Search {
+public:
+    explicit Search(const std::string& pattern) : handle_(FindFirstFileA(pattern.c_str(), &found_)) {}
+    ~Search() { Close(); }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    const WIN32_FIND_DATAA& Found() const { return found_; }
+    bool GoOn() { return FindNextFileA(handle_, &found_) != 0; }
+    void Close()
+    {
+        if (IsOpen()) FindClose(handle_);
+        handle_ = INVALID_HANDLE_VALUE;
+    }
+
+private:
+    WIN32_FIND_DATAA found_;
+    HANDLE handle_;
+};
+
 }  // namespace
 
 uint32_t TakeNewMailCounter(const char* mailboxDirectory)
 {
     const std::string directory = std::string(TextOrEmpty(mailboxDirectory)) + "\\";
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA((directory + kCounterPattern).c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return 0;
+    Search search(directory + kCounterPattern);
+    if (!search.IsOpen()) return 0;
+    const WIN32_FIND_DATAA& found = search.Found();
 
     // The best is kept on disk to the end, so that an agent's count survives a process that dies in here. Files go under
     // the name that they were found by: "_007.NEW" is not "_7.NEW".
@@ -41,8 +63,8 @@ uint32_t TakeNewMailCounter(const char* mailboxDirectory)
             std::swap(beaten, bestName);
         }
         if (!beaten.empty()) DeleteFileA((directory + beaten).c_str());
-    } while (FindNextFileA(search, &found));
-    FindClose(search);
+    } while (search.GoOn());
+    search.Close();
     if (!bestName.empty()) DeleteFileA((directory + bestName).c_str());
     return static_cast<uint32_t>(best);
 }

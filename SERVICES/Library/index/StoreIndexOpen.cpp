@@ -79,7 +79,7 @@ bool ScanIfDirty(STOREINDEXTYPE& index, uint32_t newCount, LateMark& mark)
         if (pending && SaveIndex(index.Table, index.Path, index.IndexKind) == 0) MarkFolderDirty(index.Path);
     } catch (...) {
         // The flag that asked for the scan is gone.
-        MarkQuietly(index.Path);
+        MarkFolderDirty(index.Path);
         throw;
     }
     StoreLog(kLogProgress, std::string("StoreIndex_Open::Performing StoreIndex_Scan(VL_STOREINDEX_CHECKDIRTY) on folder ") + index.Path);

@@ -161,7 +161,7 @@ try {
     return 0;
 } catch (...) {
     // No memory is a failed save like any other.
-    if (*index.Path) MarkQuietly(index.Path);
+    if (*index.Path) MarkFolderDirty(index.Path);
     throw;
 }
 
@@ -205,7 +205,7 @@ uint64_t StoreIndex_SaveChanged(STOREINDEXTYPE* index)
     try {
         SaveFlaggedItems(*index);
     } catch (...) {
-        if (*index->Path) MarkQuietly(index->Path);
+        if (*index->Path) MarkFolderDirty(index->Path);
         throw;
     }
     StoreIndex_Commit(index);

@@ -15,19 +15,12 @@ namespace velmora {
 
 LateMark::~LateMark()
 {
-    if (due_) MarkQuietly(index_.Path);
+    if (due_) MarkFolderDirty(index_.Path);
 }
 
 void LateMark::NoteScan() { due_ = index_.Table.Content && index_.Table.Content->ScanUnread; }
 
 bool IsFoundByScan(uint32_t indexKind) { return indexKind != kKindGroups; }
-
-void MarkQuietly(const char* folderPath) noexcept
-try {
-    MarkFolderDirty(folderPath);
-} catch (...) {
-    // The worst outcome is that the folder waits for the next flag, as when the file cannot be written.
-}
 
 uint64_t ScanStoreIndex(STOREINDEXTYPE* index, uint32_t scanMode)
 {

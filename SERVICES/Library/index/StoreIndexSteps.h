@@ -29,9 +29,6 @@ uint64_t SaveRecord(STOREINDEXTYPE& index);
 // one of the folder's messages.
 bool IsFoundByScan(uint32_t indexKind);
 
-// MarkFolderDirty where an exception is under way that must not be lost, or none may start.
-void MarkQuietly(const char* folderPath) noexcept;
-
 // Marks a folder that a scan could not read to its end, at the end of the scope: a load behind the scan would take the mark
 // for somebody else's, and rebuild the folder at once.
 class LateMark {

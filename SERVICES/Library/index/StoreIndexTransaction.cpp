@@ -74,7 +74,7 @@ void RunBehindSave(const STOREINDEXTYPE& index, Step step)
 {
     bool done = false;
     GuardedSwallow("StoreIndex_SaveAndClose", [&] { done = step(); });
-    if (!done && IsFoundByScan(index.IndexKind)) MarkQuietly(index.Path);
+    if (!done && IsFoundByScan(index.IndexKind)) MarkFolderDirty(index.Path);
 }
 
 void CommitTransaction(STOREINDEXTYPE& index, uint32_t (*details)[kDetailWords])
@@ -104,7 +104,7 @@ try {
     if (IsFoundByScan(index.IndexKind)) MarkFolderDirty(index.Path);
 } catch (...) {
     // How far it came is not known.
-    if (IsFoundByScan(index.IndexKind)) MarkQuietly(index.Path);
+    if (IsFoundByScan(index.IndexKind)) MarkFolderDirty(index.Path);
     throw;
 }
 

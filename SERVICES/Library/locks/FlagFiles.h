@@ -6,8 +6,16 @@
 #define VELMORA_LOCKS_FLAGFILES_H
 
 #include <cstdint>
+#include <string_view>
 
 namespace velmora {
+
+inline constexpr char kChangeFlagName[] = "_CHANGE.DTY";
+
+// Makes or replaces a flag, while others may read and write it; setting it twice changes nothing but its time. `text` is for
+// whoever finds the file; nobody reads it. False when it cannot be opened. Needs no memory: many a flag is set because there was
+// none for something else.
+bool SetFlag(const char* directory, const char* name, std::string_view text) noexcept;
 
 // Fixed for the life of a process; writable so that tests can see the other branch.
 struct FlagSwitches {
@@ -17,7 +25,7 @@ struct FlagSwitches {
 FlagSwitches& Switches();
 
 // Writes _CHANGE.DTY. Always 1, also when the file cannot be opened: the worst outcome is a later rescan.
-uint64_t MarkFolderDirty(const char* folderPath);
+uint64_t MarkFolderDirty(const char* folderPath) noexcept;
 // The same for the mailbox's Inbox.
 uint64_t MarkInboxDirty(const char* postoffice, const char* mailbox);
 // Takes note of a _CHANGE.DTY that stands now, for a load that is going to take it into account. The number is the flag's
