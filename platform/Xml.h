@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -88,6 +89,8 @@ class XmlDocument {
 public:
     // An empty document. Raises when the facility is not there.
     static std::unique_ptr<XmlDocument> Create();
+    // Whether an element or an attribute can have that name.
+    static bool TakesName(std::string_view name);
     virtual ~XmlDocument() = default;
 
     // Replaces the content. False, with an empty document and a parse error, when the file cannot be read or is not
@@ -107,6 +110,9 @@ public:
     virtual std::string ToBytes() const = 0;
     // Writes the document to `path`, whole or not at all where the file system allows it. Raises when it cannot.
     void Save(const std::string& path) const;
+    // The same when `mayReplace` allows it, which is asked last, with the new bytes ready and the file still the old one. False, with
+    // nothing changed, when it does not.
+    [[nodiscard]] bool SaveIf(const std::string& path, const std::function<bool()>& mayReplace) const;
 
 protected:
     XmlDocument() = default;

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <memory>
 #include <new>
 
@@ -116,6 +118,16 @@ Attempt OpenOnce(PathText& path, const OpenRequest& request, OpenedFile& opened,
     return error == ERROR_FILE_EXISTS && !request.how.opens ? Attempt::Failed : made;
 }
 
+// The memory for file objects that is there when there is no other.
+struct Reserve {
+    struct Place {
+        alignas(FileObject) std::byte bytes[sizeof(FileObject)];
+        std::atomic<bool> taken{false};
+    };
+    std::array<Place, kReservedFileObjects> places;
+};
+Reserve reserve;
+
 // A handle with no file behind it yet; null, with the error set, when there is no memory for it or no handle left.
 HANDLE NewFileHandle(DWORD access, FileObject*& object)
 try {
@@ -128,6 +140,24 @@ try {
 }
 
 }  // namespace
+
+void* FileObject::operator new(size_t size)
+{
+    if (void* const memory = ::operator new(size, std::nothrow)) return memory;
+    for (Reserve::Place& place : reserve.places)
+        if (!place.taken.exchange(true, std::memory_order_acquire)) return place.bytes;
+    throw std::bad_alloc();
+}
+
+void FileObject::operator delete(void* memory) noexcept
+{
+    for (Reserve::Place& place : reserve.places) {
+        if (memory != place.bytes) continue;
+        place.taken.store(false, std::memory_order_release);
+        return;
+    }
+    ::operator delete(memory);
+}
 
 }  // namespace velmora::platform
 
@@ -168,7 +198,11 @@ BOOL CloseHandle(HANDLE handle)
     const HandleObject* object = LookUpHandle(handle);
     if (!object) return FALSE;
     if (object->kind != HandleKind::File && object->kind != HandleKind::Mutex) return Fail(ERROR_INVALID_HANDLE);
-    return TakeHandle(handle, object->kind) != nullptr;
+    const bool isFile = object->kind == HandleKind::File;
+    const std::unique_ptr<HandleObject> taken = TakeHandle(handle, object->kind);
+    if (!taken || !isFile) return taken != nullptr;
+    // The handle is gone either way; a file system may tell only here that bytes did not reach the file.
+    return static_cast<FileObject&>(*taken).descriptor.Close() ? TRUE : Fail(PresentError());
 }
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED)

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "platform/posix/Handles.h"
@@ -34,18 +35,23 @@ public:
     int Get() const { return fd_; }
     bool IsOpen() const { return fd_ >= 0; }
     int Release() { return std::exchange(fd_, -1); }
-    void Close()
+    // False, with errno, when the system tells of a failure. The descriptor is gone either way.
+    bool Close()
     {
-        if (fd_ >= 0) close(fd_);
-        fd_ = -1;
+        const int fd = Release();
+        return fd < 0 || close(fd) == 0 || errno == EINTR;
     }
 
 private:
     int fd_ = -1;
 };
 
+// A few of them have their memory from the start: what is done about a failure for want of memory, like the mark that has a
+// folder scanned again, opens a file.
 struct FileObject : HandleObject {
     static constexpr HandleKind kKind = HandleKind::File;
+    static void* operator new(size_t size);
+    static void operator delete(void* memory) noexcept;
     FileObject(Descriptor of, bool isPlain, bool mayRead, bool mayWrite)
         : HandleObject(kKind), descriptor(std::move(of)), plain(isPlain), readable(mayRead), writable(mayWrite)
     {
@@ -56,6 +62,7 @@ struct FileObject : HandleObject {
     const bool readable;
     const bool writable;
 };
+inline constexpr size_t kReservedFileObjects = 4;
 
 enum class Share {
     None,       // an exclusive lock

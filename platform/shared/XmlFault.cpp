@@ -72,9 +72,10 @@ void RaiseNoNode() { RaiseComError(kComPointer, "There is no node"); }
 std::string CheckedXmlName(const char* name)
 {
     if (!name) RaiseComError(kComPointer, "A name is missing");
-    std::string utf8 = XmlFromBytes(name);
-    if (!IsXmlName(utf8)) RaiseComError(kComFail, "No document can hold the name \"" + std::string(name) + "\"");
-    return utf8;
+    if (!XmlDocument::TakesName(name)) RaiseComError(kComFail, "No document can hold the name \"" + std::string(name) + "\"");
+    return XmlFromBytes(name);
 }
+
+bool XmlDocument::TakesName(std::string_view name) { return name.find('\0') == std::string_view::npos && IsXmlName(XmlFromBytes(name)); }
 
 }  // namespace velmora::platform

@@ -1,5 +1,6 @@
 // Documents and files: reading whole, and writing so that a reader finds the old document or the new one.
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <string>
 
@@ -15,26 +16,31 @@ namespace {
 constexpr size_t kChunk = 1u << 20;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// An open file; whoever closes it may still want the error that was set before.
+// An open file; whoever leaves it open may still want the error that was set before.
 class OpenFile {
 public:
     OpenFile(const std::string& path, DWORD access, DWORD share, DWORD disposition)
         : handle_(CreateFileA(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr))
     {
     }
-    ~OpenFile() { Close(); }
+    ~OpenFile()
+    {
+        const DWORD error = GetLastError();
+        Close();
+        SetLastError(error);
+    }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
 
     bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
     HANDLE Get() const { return handle_; }
-    void Close()
+    // 0, or the error of the system: what was written may reach the file only now.
+    DWORD Close()
     {
-        if (!IsOpen()) return;
-        const DWORD error = GetLastError();
-        CloseHandle(handle_);
+        if (!IsOpen()) return ERROR_SUCCESS;
+        const bool closed = CloseHandle(handle_) != FALSE;
         handle_ = INVALID_HANDLE_VALUE;
-        SetLastError(error);
+        return closed ? ERROR_SUCCESS : GetLastError();
     }
 
 private:
@@ -82,8 +88,25 @@ bool LeavesWritingInPlace(DWORD error)
     return std::find(std::begin(kErrors), std::end(kErrors), error) != std::end(kErrors);
 }
 
-// Writes a file beside it that takes its place in one step; one that cannot goes. `inPlace`: the file itself may be tried.
-DWORD ReplaceWhole(const std::string& path, const std::string& bytes, bool& inPlace)
+// The answer of somebody who is asked once, and only when it comes to that.
+class Permission {
+public:
+    explicit Permission(const std::function<bool()>& ask) : ask_(ask) {}
+    bool Given()
+    {
+        if (answer_ == Answer::None) answer_ = ask_() ? Answer::Yes : Answer::No;
+        return answer_ == Answer::Yes;
+    }
+    bool Refused() const { return answer_ == Answer::No; }
+
+private:
+    const std::function<bool()>& ask_;
+    enum class Answer { None, Yes, No } answer_ = Answer::None;
+};
+
+// Writes a file beside it that takes its place in one step; one that cannot, or may not, goes. `inPlace`: the file itself may be
+// tried.
+DWORD ReplaceWhole(const std::string& path, const std::string& bytes, Permission& permission, bool& inPlace)
 {
     const std::string beside = path + ".tmp";
     DWORD error = ERROR_SUCCESS;
@@ -96,16 +119,17 @@ DWORD ReplaceWhole(const std::string& path, const std::string& bytes, bool& inPl
         }
         if (TakeOverRights(path, beside)) {
             error = WriteBytes(file.Get(), bytes);
+            if (error == ERROR_SUCCESS) error = file.Close();
         } else {
             error = ERROR_ACCESS_DENIED;
             inPlace = true;
         }
     }
-    if (error == ERROR_SUCCESS && !MoveFileExA(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    if (error == ERROR_SUCCESS && permission.Given() && !MoveFileExA(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         error = GetLastError();
         inPlace = LeavesWritingInPlace(error);
     }
-    if (error != ERROR_SUCCESS) DeleteFileA(beside.c_str());
+    if (error != ERROR_SUCCESS || permission.Refused()) DeleteFileA(beside.c_str());
     return error;
 }
 
@@ -116,7 +140,7 @@ DWORD WriteInPlace(const std::string& path, const std::string& bytes)
     if (!file.IsOpen()) return GetLastError();
     const DWORD error = WriteBytes(file.Get(), bytes);
     if (error != ERROR_SUCCESS) return error;
-    return SetEndOfFile(file.Get()) ? ERROR_SUCCESS : GetLastError();
+    return SetEndOfFile(file.Get()) ? file.Close() : GetLastError();
 }
 
 }  // namespace
@@ -135,11 +159,19 @@ bool XmlDocument::Load(const std::string& path)
 
 void XmlDocument::Save(const std::string& path) const
 {
+    (void)SaveIf(path, [] { return true; });
+}
+
+bool XmlDocument::SaveIf(const std::string& path, const std::function<bool()>& mayReplace) const
+{
     const std::string bytes = ToBytes();
+    Permission permission(mayReplace);
     bool inPlace = false;
-    DWORD error = ReplaceWhole(path, bytes, inPlace);
-    if (inPlace) error = WriteInPlace(path, bytes);
+    DWORD error = ReplaceWhole(path, bytes, permission, inPlace);
+    if (inPlace && permission.Given()) error = WriteInPlace(path, bytes);
+    if (permission.Refused()) return false;
     if (error != ERROR_SUCCESS) RaiseComError(ComCodeOf(error), "The document was not saved: " + path);
+    return true;
 }
 
 }  // namespace velmora::platform

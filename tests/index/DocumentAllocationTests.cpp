@@ -73,6 +73,37 @@ TEST_F(DocumentAllocation, ThatFailsInAFlaggedLoadLosesNothing)
     EXPECT_GT(failures, 10u);
 }
 
+// A load that fails has taken no flag into account, also when it is the backup behind it that fails.
+TEST_F(DocumentAllocation, ThatFailsBehindALoadLeavesTheFlag)
+{
+    store_.SetNumber("Backup Index", 1);
+    store_.SetNumber("Use XML Stream Index Deserialisation", 1);
+    uint32_t failures = 0;
+    for (uint32_t n = 1;; ++n) {
+        ASSERT_LT(n, 3000u);
+        WriteFileBytes(folder_ / "_index.xml", kIndex);
+        std::filesystem::remove(folder_ / "_index.xml.bak");
+        MarkFolderDirty(folder_.string().c_str());
+        bool met = false;
+        bool loaded = false;
+        {
+            TestTable table;
+            table.LoadLevel = 0;
+            const AllocationFault fault(n, FaultSpan::Once);
+            try {
+                loaded = Load(table);
+            } catch (const std::bad_alloc&) {
+            }
+            met = AllocationFault::Hits() != 0;
+        }
+        if (!met) break;
+        failures += loaded ? 0 : 1;
+        EXPECT_TRUE(loaded || FileExists(folder_ / "_CHANGE.DTY")) << n;
+        ExpectKnown(n);
+    }
+    EXPECT_GT(failures, 10u);
+}
+
 TEST_F(DocumentAllocation, ThatFailsInASaveLeavesAWholeFile)
 {
     uint32_t failures = 0;

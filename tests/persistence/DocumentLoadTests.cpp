@@ -1,10 +1,12 @@
 // Index files read as documents.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "common/FileStream.h"
 #include "index/IndexPersistence.h"
+#include "persistence/IndexTags.h"
 #include "platform/Xml.h"
 #include "tests/persistence/DocumentFolder.h"
 #include "tests/support/Captured.h"
@@ -183,9 +185,105 @@ TEST_F(DocumentLoad, AnErrorOfTheFacilityIsPrintedAndEmptiesTheTable)
     MSXMLStoreIndexSerialiser serialiser(RaisingDocument::Make);
     const std::string out = CaptureStdout([&] { EXPECT_EQ(serialiser.Deserialise(table_, Folder(), 0, "po", "box", 3, 0, 0), 0); });
     EXPECT_EQ(out, "Error:\nCode = 80004005\nCode meaning = Unspecified error\nSource = facility\nError Description = told\n");
+    EXPECT_TRUE(log_.HasTrace("Failed to load DOM: " + Folder() + "\\_index.xml"));
     EXPECT_EQ(IdsByUid(table_), "");
     EXPECT_FALSE(serialiser.OpenedFile());
     EXPECT_EQ(Bytes(), IndexFile(9, Element("a", 1)));
+}
+
+// A document that loads, and then has no root to give.
+class LateRaisingDocument : public RaisingDocument {
+public:
+    static std::unique_ptr<platform::XmlDocument> Make() { return std::make_unique<LateRaisingDocument>(); }
+    bool LoadBytes(std::string_view bytes) override { return inner_->LoadBytes(bytes); }
+    platform::XmlNode DocumentElement() const override
+    {
+        if (asked_++ == 0) return inner_->DocumentElement();
+        return RaisingDocument::DocumentElement();
+    }
+
+private:
+    std::unique_ptr<platform::XmlDocument> inner_ = platform::XmlDocument::Create();
+    mutable int asked_ = 0;
+};
+
+// With 0 in its place the UIDs of removed items would be given again.
+TEST_F(DocumentLoad, ALastUidThatTheFacilityCannotGiveEndsTheLoad)
+{
+    Write(OldFile("9", Element("a", 1)));
+    MSXMLStoreIndexSerialiser serialiser(LateRaisingDocument::Make);
+    const std::string out = CaptureStdout([&] { EXPECT_EQ(serialiser.Deserialise(table_, Folder(), 0, "po", "box", 3, 0, 0), 0); });
+    EXPECT_TRUE(out.starts_with("Error:\nCode = 80004005\n")) << out;
+    EXPECT_TRUE(log_.Traces().empty());
+    EXPECT_EQ(ItemCountOf(table_), 0u);
+    EXPECT_FALSE(serialiser.OpenedFile());
+}
+
+TEST_F(DocumentLoad, WithoutADocumentTheTableIsEmptied)
+{
+    store_.SetText("XML Version", "4", kXmlVersionKey);
+    Add(table_, "before");
+    EXPECT_EQ(Load(table_), 0);
+    EXPECT_EQ(ItemCountOf(table_), 0u);
+    EXPECT_EQ(table_.LastUID, 0u);
+}
+
+// Nobody gave it, and without its sign hardly a UID would be left.
+TEST_F(DocumentLoad, ANumberBelowZeroCountsAsNone)
+{
+    for (const char* const text : {"-5", "x-5", " -5", "nonsense", "x"}) {
+        for (const Reader reader : kReaders) {
+            Write(OldFile(text, Element("a", 3)));
+            ASSERT_EQ(Load(table_, reader), 3) << text;
+            EXPECT_EQ(table_.LastUID, 3u) << text;
+        }
+    }
+}
+
+TEST_F(DocumentLoad, TextAndCommentsInAnElementAreNoColumns)
+{
+    Write(
+        "<BASEELEMENT LASTUID=\"9\"><ELEMENT ID=\"a\" UID=\"1\">text<!-- c --><?pi x?> <TO>x<!-- c -->y</TO>tail<![CDATA[z]]>"
+        "</ELEMENT></BASEELEMENT>");
+    ASSERT_EQ(Load(table_), 3);
+    std::map<std::string, std::string> columns;
+    FindLoadedItem(table_, "a")->CopyTo(columns);
+    EXPECT_EQ(columns,
+              (std::map<std::string, std::string>{{"ID", "a"}, {"UID", "1"}, {"READ", "0"}, {"TO", "xy"}, {"IDX", "1"}, {"SEQ", "1"}}));
+}
+
+TEST_F(DocumentLoad, AnElementWithoutAnIdIsAnItemThatNoSaveWrites)
+{
+    Write("<BASEELEMENT LASTUID=\"9\"><ELEMENT UID=\"3\"><TO>x</TO></ELEMENT><ELEMENT ID=\"a\" UID=\"4\"/></BASEELEMENT>");
+    ASSERT_EQ(Load(table_), 3);
+    ASSERT_EQ(ItemCountOf(table_), 2u);
+    EXPECT_EQ(ContentOf(table_).Sequence.front()->Id(), "");
+    EXPECT_EQ(TextOf(*ContentOf(table_).Sequence.front(), "TO"), "x");
+    ASSERT_EQ(Save(table_), 1u);
+    EXPECT_EQ(Bytes(), "<BASEELEMENT LASTUID=\"9\"><ELEMENT ID=\"a\" UID=\"4\"><READ>0</READ></ELEMENT></BASEELEMENT>");
+}
+
+// However much stands in front of its root.
+TEST_F(DocumentLoad, ALongPrologHidesNoLastUid)
+{
+    for (const size_t size : {900u, 1010u, 1025u, 2049u, 70000u}) {
+        const std::string prolog = "<?xml version=\"1.0\"?>\r\n<!--" + std::string(size, 'c') + "-->\n";
+        Write(prolog + OldFile("1234", Element("a", 1)));
+        ASSERT_EQ(Load(table_), 3);
+        EXPECT_EQ(table_.LastUID, 1234u);
+        // Of a file that takes its place behind the load.
+        Write(prolog + OldFile("2345", Element("theirs", 2345)));
+        ASSERT_EQ(Save(table_), 1u);
+        EXPECT_EQ(LastUidOfRoot(Bytes()), 2345u) << size;
+        EXPECT_TRUE(IsMarked());
+        // Of a damaged one.
+        Write(prolog + OldFile("3456", Element("a", 1)).substr(0, 60));
+        CaptureStdout([&] { EXPECT_EQ(Load(table_), 0); });
+        EXPECT_EQ(table_.LastUID, 3456u) << size;
+    }
+    Write("<!--" + std::string(5000, 'c') + OldFile("1234", ""));
+    CaptureStdout([&] { EXPECT_EQ(Load(table_), 0); });
+    EXPECT_EQ(table_.LastUID, 0u);
 }
 
 // A single wide item makes no other one wide.

@@ -116,6 +116,59 @@ TEST_F(DocumentRebuild, OfADamagedFileIsCompleteAndGivesNoUidAgain)
     EXPECT_EQ(LastUidOfRoot(Bytes()), 33u);
 }
 
+TEST_F(DocumentRebuild, OfADamagedFileBelievesNoNumberThatNobodyWroteSo)
+{
+    for (const char* const root : {"<BASEELEMENT A=\"b\" LASTUID=\"x7ffffffe\">", "<BASEELEMENT LASTUID='2147483646'>"}) {
+        WriteTwoMessages();
+        Write(std::string(root) + "<ELEMENT ID");
+        MarkFolderDirty(Folder().c_str());
+        EXPECT_TRUE(LoadByTheRules());
+        EXPECT_EQ(FindLoadedItem(table_, "1.MAI")->Uid(), 1u) << root;
+        EXPECT_EQ(LastUidOfRoot(Bytes()), 2u) << root;
+        EXPECT_FALSE(IsMarked());
+    }
+}
+
+// One scan is enough.
+TEST_F(DocumentRebuild, OfAFileWithNoRootMarksNothing)
+{
+    for (const char* const bytes : {"", "rubbish", "<other", "<BASEELEMENT><ELEMENT ID"}) {
+        WriteTwoMessages();
+        Write(bytes);
+        MarkFolderDirty(Folder().c_str());
+        EXPECT_TRUE(LoadByTheRules());
+        EXPECT_FALSE(IsMarked()) << bytes;
+        ExpectInFile("1.MAI 2.MAI");
+        Write(bytes);
+        CaptureStdout([&] { EXPECT_EQ(ScanFoldersOrdered(nullptr, table_, Folder(), 99, 0), 1u); });
+        EXPECT_FALSE(IsMarked()) << bytes;
+        ExpectInFile("1.MAI 2.MAI");
+    }
+}
+
+// The file that was damaged is there no more: what others write behind it counts again.
+TEST_F(DocumentRebuild, OfADamagedFileGivesNoUidTwiceBehindItsSave)
+{
+    for (const Form form : kForms) {
+        for (const char* const name : {"_CHANGE.DTY", "theirs.MAI", "ours.MAI"}) std::filesystem::remove(File(name));
+        WriteTwoMessages();
+        Write(kDamaged);
+        MarkFolderDirty(Folder().c_str());
+        EXPECT_TRUE(LoadByTheRules());
+        EXPECT_FALSE(ContentOf(table_).DamagedFile);
+        TestTable other;
+        ASSERT_EQ(Load(other), 3);
+        EXPECT_EQ(Add(other, "theirs.MAI")->Uid(), 34u);
+        ASSERT_EQ(Save(other, form), 1u);
+        EXPECT_FALSE(IsMarked());
+        EXPECT_EQ(Add(table_, "ours.MAI")->Uid(), 34u);
+        table_.RewriteRequired = 1;
+        ASSERT_EQ(Save(table_, form), 1u);
+        EXPECT_EQ(FindLoadedItem(table_, "ours.MAI")->Uid(), 35u);
+        EXPECT_TRUE(IsMarked());
+    }
+}
+
 TEST_F(DocumentRebuild, AScanOfADamagedFileDoesTheSame)
 {
     WriteTwoMessages();

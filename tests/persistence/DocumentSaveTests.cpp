@@ -7,6 +7,7 @@
 #include "common/FileStream.h"
 #include "index/IndexPersistence.h"
 #include "persistence/IndexTags.h"
+#include "platform/Xml.h"
 #include "tests/persistence/DocumentFolder.h"
 #include "tests/persistence/FileFaults.h"
 #include "tests/persistence/FolderModel.h"
@@ -108,6 +109,30 @@ TEST_F(DocumentSave, WhatNoReaderCouldReadBackIsLeftOut)
     }
 }
 
+// What is in no file is nobody's new item.
+TEST_F(DocumentSave, AnItemThatNoDocumentCanHoldKeepsItsUidThroughEverySave)
+{
+    for (const Form form : kDocumentForms) {
+        std::filesystem::remove(File());
+        TestTable table;
+        const std::string id(200, '\xE9');
+        ASSERT_NE(Add(table, id, 5), nullptr);
+        Add(table, "good.MAI", 7);
+        for (int round = 0; round < 4; ++round) {
+            ASSERT_EQ(Save(table, form), 1u);
+            EXPECT_EQ(FindLoadedItem(table, id)->Uid(), 5u);
+            EXPECT_EQ(table.LastUID, 7u);
+            EXPECT_FALSE(IsMarked());
+        }
+        // The flat form has room for it.
+        ASSERT_EQ(Save(table, Form::Stream), 1u);
+        ASSERT_EQ(Load(table_), 3);
+        ASSERT_NE(FindLoadedItem(table_, id), nullptr);
+        EXPECT_EQ(FindLoadedItem(table_, id)->Uid(), 5u);
+        EXPECT_FALSE(IsMarked());
+    }
+}
+
 // The tag is as long as it is written, references and all.
 TEST_F(DocumentSave, AnIdWhoseReferencesMakeTheTagTooLongIsLeftOut)
 {
@@ -142,6 +167,72 @@ TEST_F(DocumentSave, AColumnOfTheLibraryThatIsNoElementNameIsPrintedAndLost)
     EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(Save(table_), 1u); }),
               "MSXMLStoreIndexSerialiser::SaveToNode->createElement Failed: -2147024809\n");
     EXPECT_EQ(Bytes(), "<BASEELEMENT LASTUID=\"1\"><ELEMENT ID=\"a.VCF\" UID=\"1\"><READ>0</READ></ELEMENT></BASEELEMENT>");
+}
+
+// A tag that is closed at once stays open for the flat reader.
+TEST_F(DocumentSave, AnItemWithoutColumnsHasAnEndTag)
+{
+    for (const Form form : kForms) {
+        std::filesystem::remove(File());
+        TestTable table;
+        Add(table, "a.MAI", 3)->ResetKeepingKeys();
+        Add(table, "b.MAI", 4)->SetText("TO", "x");
+        ASSERT_EQ(Save(table, form), 1u);
+        EXPECT_NE(Bytes().find("<ELEMENT ID=\"a.MAI\" UID=\"3\"></ELEMENT>"), std::string::npos) << Bytes();
+        for (const Reader reader : kReaders) {
+            TestTable read;
+            ASSERT_EQ(Load(read, reader), 3) << Bytes();
+            EXPECT_EQ(IdsByUid(read), "a.MAI b.MAI");
+        }
+    }
+}
+
+// All that XML takes for the name of an element, which is one byte for each letter up to 255.
+TEST_F(DocumentSave, ColumnsWithForeignLettersAndColonsComeBack)
+{
+    for (const char* const column : {"a:b", ":", "Gr\xFC\xDF", "\xC9t\xE9", "\xC3", "x\xB7y", "x\xC3:\xC3"}) {
+        for (const Form form : kForms) {
+            std::filesystem::remove(File());
+            TestTable table;
+            Add(table, "a.MAI", 9)->SetText(column, "x");
+            Add(table, "b.MAI", 3)->SetText("TO", "y");
+            ASSERT_EQ(CaptureStdout([&] { EXPECT_EQ(Save(table, form), 1u); }), "");
+            for (const Reader reader : kReaders) {
+                TestTable read;
+                ASSERT_EQ(Load(read, reader), 3) << Bytes();
+                EXPECT_EQ(IdsByUid(read), "b.MAI a.MAI");
+                EXPECT_EQ(TextOf(*FindLoadedItem(read, "a.MAI"), column), "x") << Bytes();
+                EXPECT_EQ(TextOf(*FindLoadedItem(read, "b.MAI"), "TO"), "y");
+            }
+        }
+    }
+}
+
+TEST_F(DocumentSave, AColumnOfUtf8ThatIsNoElementNameIsPrintedAndLost)
+{
+    Add(table_, "a.MAI")->SetText("caf\xC3\xA9", "x");
+    EXPECT_EQ(CaptureStdout([&] { EXPECT_EQ(Save(table_), 1u); }),
+              "MSXMLStoreIndexSerialiser::SaveToNode->createElement Failed: -2147024809\n");
+    EXPECT_EQ(Bytes(), "<BASEELEMENT LASTUID=\"1\"><ELEMENT ID=\"a.MAI\" UID=\"1\"><READ>0</READ></ELEMENT></BASEELEMENT>");
+}
+
+TEST_F(DocumentSave, AZeroByteEndsAValueForADocument)
+{
+    for (const Form form : kForms) {
+        std::filesystem::remove(File());
+        TestTable table;
+        Add(table, "a.MAI")->SetText("SUBJECT", std::string_view("one\0two\r<&>", 12));
+        FindLoadedItem(table, "a.MAI")->SetText("TO", std::string_view("\r\0\0", 3));
+        FindLoadedItem(table, "a.MAI")->SetText("X", "&#x0;y");
+        Add(table, "b.MAI")->SetText("SUBJECT", "plain");
+        ASSERT_EQ(Save(table, form), 1u);
+        TestTable read;
+        ASSERT_EQ(Load(read), 3) << Bytes();
+        EXPECT_EQ(TextOf(*FindLoadedItem(read, "a.MAI"), "SUBJECT"), "one");
+        EXPECT_EQ(TextOf(*FindLoadedItem(read, "a.MAI"), "TO"), "\r");
+        EXPECT_EQ(TextOf(*FindLoadedItem(read, "a.MAI"), "X"), "&#x0;y");
+        EXPECT_EQ(TextOf(*FindLoadedItem(read, "b.MAI"), "SUBJECT"), "plain");
+    }
 }
 
 TEST_F(DocumentSave, AnApostropheNeedsNoReference)
@@ -245,6 +336,62 @@ TEST_F(DocumentSave, OverAnotherOnesItemsGivesNoUidAgainAndMarksTheFolder)
     }
 }
 
+// Between the look at the file and the move that replaces it.
+TEST_F(DocumentSave, AFileWrittenByAnotherDuringTheSaveIsLookedAtAgain)
+{
+    for (const Form form : kDocumentForms) {
+        std::filesystem::remove(File("_CHANGE.DTY"));
+        Write(IndexFile(9, Element("a.MAI", 1)));
+        TestTable table;
+        ASSERT_EQ(Load(table), 3);
+        EXPECT_EQ(Add(table, "ours.MAI")->Uid(), 10u);
+        int written = 0;
+        {
+            FileFaults others([&](FileOperation operation, int, std::string_view path, uint64_t) {
+                // The new bytes are about to be written beside the file.
+                if (operation == FileOperation::Open && path.ends_with(".tmp") && written++ == 0)
+                    Write(IndexFile(10, Element("a.MAI", 1) + Element("theirs.MAI", 10)));
+                return FileVerdict();
+            });
+            EXPECT_EQ(Save(table, form), 1u);
+        }
+        EXPECT_EQ(written, 2);
+        EXPECT_EQ(FindLoadedItem(table, "ours.MAI")->Uid(), 11u);
+        EXPECT_EQ(LastUidOfRoot(Bytes()), 11u);
+        EXPECT_TRUE(IsMarked());
+        EXPECT_FALSE(Exists("_index.xml.tmp"));
+    }
+}
+
+TEST_F(DocumentSave, AFileThatIsWrittenAgainAndAgainIsNotReplaced)
+{
+    FillTwo();
+    Write(IndexFile(9, Element("z", 1)));
+    uint32_t written = 0;
+    {
+        FileFaults others([&](FileOperation operation, int, std::string_view path, uint64_t) {
+            if (operation == FileOperation::Open && path.ends_with(".tmp")) Write(IndexFile(9, Element(std::string(++written, 'z'), 1)));
+            return FileVerdict();
+        });
+        EXPECT_EQ(Save(table_), 0u);
+    }
+    EXPECT_EQ(written, 3u);
+    EXPECT_EQ(Bytes(), IndexFile(9, Element("zzz", 1)));
+    EXPECT_FALSE(Exists("_index.xml.tmp"));
+}
+
+// Their next load would empty them.
+TEST_F(DocumentSave, OfGroupItemsNeverMarksTheFolder)
+{
+    for (const char* const others : {"<BASEELEMENT LASTUID=\"90\"/>", "<BASEELEMENT/>", "rubbish"}) {
+        TestTable table;
+        Add(table, "a.GRP", 1);
+        Write(others, "_groups.xml");
+        ASSERT_EQ(Save(table, Form::OldDocument, 54), 1u);
+        EXPECT_FALSE(IsMarked()) << others;
+    }
+}
+
 TEST_F(DocumentSave, KnownItemsKeepTheirUidsThroughAnyWriter)
 {
     for (const Form before : kForms) {
@@ -334,6 +481,49 @@ TEST_F(DocumentSave, WhereverItFailsTheFileIsWhole)
         }
     }
     EXPECT_GE(failed, 3);
+}
+
+// A document whose facility raises in one of its calls.
+class RaisingDocument : public platform::XmlDocument {
+public:
+    bool LoadBytes(std::string_view bytes) override { return inner_->LoadBytes(bytes); }
+    platform::XmlNode DocumentElement() const override { return inner_->DocumentElement(); }
+    platform::XmlNode CreateRoot(const char* name) override
+    {
+        if (raisesAtRoot) Raise();
+        return inner_->CreateRoot(name);
+    }
+    std::string ToBytes() const override { Raise(); }
+    static inline bool raisesAtRoot = false;
+
+protected:
+    void Clear() override {}
+
+private:
+    [[noreturn]] static void Raise() { throw ComError{0x80004005, "Unspecified error", "facility", "told"}; }
+    std::unique_ptr<platform::XmlDocument> inner_ = platform::XmlDocument::Create();
+};
+
+TEST_F(DocumentSave, AnErrorOfTheFacilityLeavesTheFileAndWhatIsToBeSaved)
+{
+    const std::string before = IndexFile(9, Element("a", 1));
+    for (const bool atRoot : {true, false}) {
+        RaisingDocument::raisesAtRoot = atRoot;
+        Write(before);
+        TestTable table;
+        ASSERT_EQ(Load(table), 3);
+        ASSERT_NE(Add(table, "b", 10), nullptr);
+        MSXMLStoreIndexSerialiser serialiser(
+            []() -> std::unique_ptr<platform::XmlDocument> { return std::make_unique<RaisingDocument>(); });
+        CaptureStdout([&] { EXPECT_EQ(DispatchSerialise(serialiser, table, Folder(), 0), 0u); });
+        EXPECT_EQ(Bytes(), before);
+        EXPECT_EQ(FileNames(folder_), std::vector<std::string>{"_index.xml"});
+        EXPECT_EQ(table.RewriteRequired, 1);
+        EXPECT_EQ(FindLoadedItem(table, "b")->FileOffset, 0u);
+        ASSERT_EQ(Save(table), 1u);
+        ASSERT_EQ(Load(table_), 3);
+        EXPECT_EQ(IdsByUid(table_), "a b");
+    }
 }
 
 TEST_F(DocumentSave, OnAFullDiskFails)

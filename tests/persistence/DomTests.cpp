@@ -1,6 +1,8 @@
 // The document facility: which version is there, what it prints, what it saves.
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "frame/Settings.h"
 #include "persistence/Dom.h"
 #include "platform/FileSeam.h"
@@ -96,6 +98,22 @@ TEST_F(Dom, ADocumentThatCannotBeMadeIsReportedAndPrinted)
     EXPECT_EQ(printed, "the text\n");
     ASSERT_EQ(log.Events().size(), 1u);
     EXPECT_EQ(log.Events().front(), "[-2147221164] Error creating DOM instance");
+}
+
+// It says nothing of the version of XML.
+TEST_F(Dom, ADocumentThatThereIsNoMemoryForIsRaisedAsThat)
+{
+    CapturedLog log;
+    const std::string printed = CaptureStdout([] {
+        EXPECT_THROW(GetDOMInstance("the text",
+                                    []() -> std::unique_ptr<XmlDocument> {
+                                        throw ComError{0x8007000E, "", "", ""};
+                                    }),
+                     std::bad_alloc);
+        EXPECT_THROW(GetDOMInstance("the text", []() -> std::unique_ptr<XmlDocument> { throw std::bad_alloc(); }), std::bad_alloc);
+    });
+    EXPECT_EQ(printed, "");
+    EXPECT_TRUE(log.Events().empty());
 }
 
 TEST_F(Dom, TheUseOfNoDocumentIsAnErrorOfThePointer)

@@ -319,20 +319,20 @@ TEST(HeaderBytes, DigitsThatAreWrittenInPartAreNeverBelowTheOldOnes)
         for (const uint32_t after : numbers)
             for (size_t written = 0; written <= 33 && after >= before; ++written) {
                 const std::string torn = Header(after).substr(0, written) + Header(before).substr(written);
-                EXPECT_GE(LastUidOfHeader(torn), before) << before << " " << after << " " << written;
+                EXPECT_GE(LastUidToldBy(torn), before) << before << " " << after << " " << written;
             }
 }
 
 TEST(HeaderBytes, OfADamagedFileOnlyTheWritersHeaderIsBelieved)
 {
-    EXPECT_EQ(LastUidOfHeader(Header(31)), 31u);
-    EXPECT_EQ(LastUidOfHeader(Header(31) + "<ELEMENT"), 31u);
-    EXPECT_EQ(LastUidOfHeader(Header(UINT32_MAX)), 0u);
-    EXPECT_EQ(LastUidOfHeader(Header(31).substr(0, 32)), 0u);
-    EXPECT_EQ(LastUidOfHeader(" " + Header(31)), 0u);
-    EXPECT_EQ(LastUidOfHeader("<BASEELEMENT LASTUID=\"x0000001F\">"), 0u);
-    EXPECT_EQ(LastUidOfHeader("<BASEELEMENT LASTUID=\"31\"><ELEMENT>"), 0u);
-    EXPECT_EQ(LastUidOfHeader(""), 0u);
+    EXPECT_EQ(LastUidToldBy(Header(31)), 31u);
+    EXPECT_EQ(LastUidToldBy(Header(31) + "<ELEMENT"), 31u);
+    EXPECT_EQ(LastUidToldBy(Header(UINT32_MAX)), 0u);
+    EXPECT_EQ(LastUidToldBy(Header(31).substr(0, 32)), 0u);
+    EXPECT_EQ(LastUidToldBy("x" + Header(31)), 0u);
+    EXPECT_EQ(LastUidToldBy("<BASEELEMENT LASTUID=\"x0000001F\">"), 0u);
+    EXPECT_EQ(LastUidToldBy("<BASEELEMENT A=\"b\" LASTUID=\"x0000001f\">"), 0u);
+    EXPECT_EQ(LastUidToldBy(""), 0u);
 }
 
 TEST(HeaderBytes, OfADamagedDocumentOnlyTheHeadersThatAreWrittenAreBelieved)

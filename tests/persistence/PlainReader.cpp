@@ -88,12 +88,31 @@ bool ReadLastUid(std::string_view tag, uint32_t& lastUid)
     const size_t quote = tag.find('"', valueAt + 1);
     if (quote == std::string_view::npos) return false;
     const std::string_view value = tag.substr(valueAt, quote - valueAt).substr(0, 1023);
-    if (value.front() == 'x') {
-        lastUid = PlainUnsigned(value.substr(1), 16);
-        return true;
+    const bool newForm = value.front() == 'x';
+    const std::string_view number = newForm ? value.substr(1) : value;
+    std::string_view digits = number;
+    if (TakeSign(digits))
+        lastUid = 0;  // nobody gave it
+    else
+        lastUid = PlainUnsigned(number, newForm || value.front() == '0' ? 16 : 10);
+    return newForm;
+}
+
+// A column's name in a document of the old form: letters up to 255 are bytes.
+std::string PlainName(const std::string& name)
+{
+    std::string column;
+    for (size_t at = 0; at < name.size(); ++at) {
+        column += name[at];
+        for (unsigned letter = 0x80; letter < 0x100; ++letter) {
+            const std::string utf8 = {static_cast<char>(0xC0 + letter / 64), static_cast<char>(0x80 + letter % 64)};
+            if (name.compare(at, 2, utf8) != 0) continue;
+            column.back() = static_cast<char>(letter);
+            ++at;
+            break;
+        }
     }
-    lastUid = PlainUnsigned(value, value.front() == '0' ? 16 : 10);
-    return false;
+    return column;
 }
 
 void Store(PlainItem& item, const std::string& name, const std::string& value)
@@ -354,7 +373,7 @@ private:
         if (name_ != currentProperty_)
             Fault("Encountered property end tag (" + tag_ + ") that does not match previous property start tag (" + currentProperty_ + ")");
         currentProperty_.clear();
-        if (currentItem_) Store(*currentItem_, name_, PlainDecode(text_));
+        if (currentItem_) Store(*currentItem_, newFormat_ ? name_ : PlainName(name_), PlainDecode(text_));
     }
 
     PlainOutcome Finish()

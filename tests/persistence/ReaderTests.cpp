@@ -274,6 +274,10 @@ TEST(StreamReader, LastUidHasThreeForms)
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"4294967295\"", RootForm::Old), 0xFFFFFFFFu);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"nonsense\"", RootForm::Old), 0u);
     EXPECT_EQ(read("BASEELEMENT LASTUID=\"X1f\"", RootForm::Old), 0u);
+    // Nobody gave a number below zero; without its sign hardly a UID would be left.
+    EXPECT_EQ(read("BASEELEMENT LASTUID=\"-5\"", RootForm::Old), 0u);
+    EXPECT_EQ(read("BASEELEMENT LASTUID=\" -5\"", RootForm::Old), 0u);
+    EXPECT_EQ(read("BASEELEMENT LASTUID=\"x-5\"", RootForm::New), 0u);
 }
 
 TEST(StreamReader, AMissingLastUidLeavesTheNumber)

@@ -505,7 +505,8 @@ TEST_F(WriterTrust, ARewriteOverAFileThatCouldNotBeLookedAtOnceLooksAgain)
 
 TEST_F(WriterTrust, ARewriteOverAFileWhoseHeaderTellsNothingMarksTheFolder)
 {
-    for (const char* const others : {"<BASEELEMENT LASTUID=\"19\"></BASEELEMENT>\r\n", "", "<other"}) {
+    for (const char* const others : {"<BASEELEMENT></BASEELEMENT>\r\n", "<BASEELEMENT LASTUID=\"nonsense\"></BASEELEMENT>\r\n",
+                                     "<BASEELEMENT LASTUID=\"-19\"></BASEELEMENT>\r\n", "", "<other"}) {
         IndexFolder folder;
         folder.Write(kThree);
         LoadedTable table(folder);
@@ -515,6 +516,53 @@ TEST_F(WriterTrust, ARewriteOverAFileWhoseHeaderTellsNothingMarksTheFolder)
         EXPECT_EQ(folder.Bytes(), kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
         EXPECT_TRUE(folder.IsMarked()) << others;
     }
+}
+
+TEST_F(WriterTrust, ARewriteOverADocumentThatTellsNoHigherNumberMarksNothing)
+{
+    for (const char* const others : {"<BASEELEMENT LASTUID=\"19\"></BASEELEMENT>\r\n", "<BASEELEMENT LASTUID=\"x00000013\"/>"}) {
+        IndexFolder folder;
+        folder.Write(kThree);
+        LoadedTable table(folder);
+        folder.Write(others);
+        SetItemKeyProperty(table["b"], "SUBJECT", "ours");
+        EXPECT_EQ(folder.Save(table), 1u);
+        EXPECT_EQ(folder.Bytes(), kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
+        EXPECT_FALSE(folder.IsMarked()) << others;
+    }
+}
+
+TEST_F(WriterTrust, ADamagedFileThatWasReplacedInFullIsDamagedNoMore)
+{
+    folder_.Write(kHead + kA + kB + "<ELEMENT ID=\"c\"");
+    TestTable table;
+    EXPECT_EQ(folder_.Load(table), 0);
+    table.LoadLevel = 3;
+    table.RewriteRequired = 1;
+    SaveGives(table, kHead + kA + kB + kTail);
+    LoadedTable other(folder_);
+    ASSERT_NE(Add(other, "theirs"), nullptr);
+    ASSERT_EQ(folder_.Save(other), 1u);
+    ASSERT_NE(Add(table, "ours"), nullptr);
+    EXPECT_EQ(FindLoadedItem(table, "ours")->Uid(), FindLoadedItem(other, "theirs")->Uid());
+    EXPECT_EQ(folder_.Save(table), 1u);
+    EXPECT_EQ(FindLoadedItem(table, "ours")->Uid(), FindLoadedItem(other, "theirs")->Uid() + 1);
+    EXPECT_TRUE(folder_.IsMarked());
+}
+
+// Their next load would empty them.
+TEST_F(WriterTrust, ARewriteOfGroupItemsNeverMarksTheFolder)
+{
+    WriteFileBytes(folder_.File(54), kThree);
+    TestTable table;
+    StreamXMLStoreIndexSerialiser serialiser;
+    table.LoadLevel = serialiser.Deserialise(table, folder_.Folder(), 54, "", "", 3, 0, 0);
+    ASSERT_EQ(table.LoadLevel, 3);
+    WriteFileBytes(folder_.File(54), Header(900) + kTail);
+    ASSERT_NE(Add(table, "d"), nullptr);
+    EXPECT_EQ(serialiser.Serialise(table, folder_.Folder(), 54), 1u);
+    EXPECT_EQ(FindLoadedItem(table, "d")->Uid(), 901u);
+    EXPECT_FALSE(folder_.IsMarked());
 }
 
 TEST_F(WriterTrust, ASecondSaveOfItsOwnNewItemMarksNothing)

@@ -37,6 +37,7 @@ extern "C" {
 
 int __real_open(const char* path, int flags, mode_t mode);
 int __real_openat(int directory, const char* path, int flags, mode_t mode);
+int __real_close(int fd);
 int __real_stat(const char* path, struct stat* info);
 int __real_lstat(const char* path, struct stat* info);
 int __real_fstatat(int directory, const char* path, struct stat* info, int flags);
@@ -74,6 +75,15 @@ int __wrap_openat(int directory, const char* path, int flags, ...)
     va_end(rest);
     Note("openat");
     return __real_openat(directory, path, flags, mode);
+}
+
+// Not counted: it has no path.
+int __wrap_close(int fd)
+{
+    const int result = __real_close(fd);
+    if (!counting || counting->closingError == 0) return result;
+    errno = counting->closingError;
+    return -1;
 }
 
 int __wrap_stat(const char* path, struct stat* info)

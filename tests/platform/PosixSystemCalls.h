@@ -26,6 +26,7 @@ public:
     int refuseUnnamedFiles = 0;     // the errno with which an open of an unnamed file fails; 0 lets it pass
     std::string unopened;           // the path that cannot be opened
     int unopenedError = 0;          // and the errno that says why
+    int closingError = 0;           // the errno that every close gives behind its work; 0 for none
     std::string undescribed;        // the name that statx does not tell of
     int undescribedError = 0;       // and the errno that it gives instead
 };

@@ -2,11 +2,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <string>
 
 #include "platform/Xml.h"
 #include "tests/platform/PlatformTest.h"
+#include "tests/platform/PosixSystemCalls.h"
 #include "tests/support/TestStore.h"
 
 namespace velmora::test {
@@ -44,6 +46,36 @@ TEST_F(XmlRights, OfASavedFileStayAsTheyWere)
     Save(At("_S.XML"), "b");
     EXPECT_EQ(Of("_s.xml").st_mode & 07777, mode_t{0600});
     EXPECT_EQ(ReadFileBytes(File("_s.xml")), "<b/>");
+}
+
+// A file system may tell only at the close that bytes did not reach the file.
+TEST_F(XmlRights, AFileWhoseCloseFailsTakesNobodysPlace)
+{
+    Save(At("f.xml"), "a");
+    {
+        SystemCalls calls;
+        calls.closingError = EIO;
+        EXPECT_THROW(Save(At("f.xml"), "b"), ComError);
+    }
+    EXPECT_EQ(ReadFileBytes(File("f.xml")), "<a/>");
+    EXPECT_FALSE(FileExists(File("f.xml.tmp")));
+    Save(At("f.xml"), "b");
+    EXPECT_EQ(ReadFileBytes(File("f.xml")), "<b/>");
+}
+
+TEST_F(XmlRights, AHandleIsGoneAlsoWhenItsCloseFails)
+{
+    const HANDLE file = CreateFileA(At("f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    {
+        SystemCalls calls;
+        calls.closingError = ENOSPC;
+        EXPECT_FALSE(CloseHandle(file));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+    }
+    EXPECT_FALSE(CloseHandle(file));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_TRUE(DeleteFileA(At("f").c_str()));
 }
 
 TEST_F(XmlRights, AFileOfAnotherUserStaysTheirs)

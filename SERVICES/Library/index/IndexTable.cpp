@@ -107,8 +107,9 @@ void CountItem(const IndexItemPropertyContainer& item, IndexPropertyRef flagStat
 
 bool IsFileOfLoad(const SORTEDSTOREINDEXTYPE& table, const FileStamp& stamp)
 {
-    if (stamp.lastWrite != table.IndexFileTime) return false;
-    return (table.Content && table.Content->ReadAsDocument) || static_cast<uint32_t>(stamp.size) == table.IndexFileSize;
+    if (table.Content && table.Content->ReadAsDocument)
+        return stamp.lastWrite == (table.Content->DamagedFile ? table.Content->DamagedFileTime : table.IndexFileTime);
+    return stamp.lastWrite == table.IndexFileTime && static_cast<uint32_t>(stamp.size) == table.IndexFileSize;
 }
 
 IndexTableContent& ContentOf(SORTEDSTOREINDEXTYPE& table)

@@ -39,7 +39,8 @@ struct IndexTableContent {
     bool ScanUnread = false;   // a scan for a record could not read something now: its caller marks the folder dirty
     // Read as a document, to its end or to the fault in it: nobody noted the file's size, nor where its elements stand (kPlaceUnknown).
     bool ReadAsDocument = false;
-    bool DoubledIds = false;  // the file holds elements whose ID another one bears; the first of them is the item
+    uint64_t DamagedFileTime = 0;  // last write of such a file when there was a fault in it, which the table's own time does not tell
+    bool DoubledIds = false;       // the file holds elements whose ID another one bears; the first of them is the item
     std::vector<StepAfterSave> StepsAfterSave;
 };
 

@@ -25,6 +25,7 @@ void AppendHex(std::string& out, char byte)
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 bool IsNamePart(char c) { return IsLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; }
 
+constexpr std::string_view kZeroByte = "&#x0;";  // as the stream writer has it
 constexpr std::string_view kOddBegin = "_x";
 constexpr size_t kOddSize = 5;  // _x3D_
 
@@ -113,8 +114,10 @@ std::optional<std::string> Rewritten(std::string_view bytes, Names names)
     bool inRoot = false;
     for (size_t at = 0; at < rootEnd;) {
         const size_t bracket = std::min(bytes.find('<', at), rootEnd);
-        const std::string_view text = bytes.substr(0, bracket);
+        std::string_view text = bytes.substr(0, bracket);
+        if (names != Names::AsTheyAre) text = text.substr(0, text.find(kZeroByte, at));
         for (size_t found = text.find('\r', at); inRoot && found != kNone; found = text.find('\r', found + 1)) rewriter.Refer(found);
+        if (text.size() < bracket) rewriter.Replace(text.size(), bracket - text.size(), {});
         at = bracket;
         if (at == rootEnd) break;
         const std::string_view markup = bytes.substr(at, EndOfMarkup(bytes.substr(at)));
@@ -168,9 +171,22 @@ std::string ColumnOfName(std::string_view name)
     return column;
 }
 
-bool IsElementName(std::string_view name)
+bool IsAscii(std::string_view name)
 {
-    return !name.empty() && IsLetter(name.front()) && std::all_of(name.begin(), name.end(), IsNamePart);
+    return std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string BytesOfDocumentName(std::string_view name)
+{
+    std::string column;
+    for (size_t at = 0; at < name.size(); ++at) {
+        const auto lead = static_cast<uint8_t>(name[at]);
+        const auto next = static_cast<uint8_t>(at + 1 < name.size() ? name[at + 1] : 0);
+        const bool isPair = (lead == 0xC2 || lead == 0xC3) && (next & 0xC0) == 0x80;
+        column += isPair ? static_cast<char>((lead << 6) | (next & 0x3F)) : name[at];
+        if (isPair) ++at;
+    }
+    return column;
 }
 
 }  // namespace velmora

@@ -7,6 +7,8 @@
 //
 // So is every file with the header of the stream writer, whether XML would take it or not. Our document writer makes that header
 // too, and no reference under it but in values.
+//
+// A zero byte, which the stream writer has as a reference, ends a value for XML: what is behind it is left out.
 #ifndef VELMORA_PERSISTENCE_DOCUMENTBYTES_H
 #define VELMORA_PERSISTENCE_DOCUMENTBYTES_H
 
@@ -17,7 +19,7 @@
 namespace velmora {
 
 // With every carriage return in a value as a reference and, in a file with that header, every byte of an element's attributes
-// that needs one and the names of columns; nothing when there is nothing of the sort.
+// that needs one, the names of columns, and values up to a zero byte; nothing when there is nothing of the sort.
 std::optional<std::string> WithBytesKept(std::string_view bytes);
 
 // The same with the names that hold a "=" too, which could as well be tags with attributes: for a file with that header that is
@@ -27,8 +29,10 @@ std::optional<std::string> WithNamesKept(std::string_view bytes);
 bool NeedsReference(char byte);
 // The name of a column that stands so in a document made of such bytes.
 std::string ColumnOfName(std::string_view name);
-// Whether a column of that name can be an element: letters, digits, "_", "-" and "."; the first of them no digit.
-bool IsElementName(std::string_view name);
+// Whether all bytes of a name are ASCII.
+bool IsAscii(std::string_view name);
+// What a document, whose names are UTF-8, calls a column: the bytes of its name, each of which is a letter up to 255.
+std::string BytesOfDocumentName(std::string_view name);
 
 }  // namespace velmora
 

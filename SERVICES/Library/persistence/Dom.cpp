@@ -1,6 +1,7 @@
 #include "persistence/Dom.h"
 
 #include <cinttypes>
+#include <new>
 
 #include "common/Text.h"
 #include "frame/Logging.h"
@@ -11,6 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr uint32_t kInvalidPointer = 0x80004003;
+constexpr uint32_t kOutOfMemory = 0x8007000E;
 constexpr uint32_t kKnownVersion = 3;
 
 }  // namespace
@@ -26,6 +28,7 @@ std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText, s
     try {
         return make();
     } catch (const ComError& error) {
+        if (error.code == kOutOfMemory) throw std::bad_alloc();
         ReportStoreEvent(FormatText("[%d] Error creating DOM instance", static_cast<int>(error.code)));
         PrintLine(std::string(failureText) + "\n");
         return nullptr;
@@ -60,6 +63,11 @@ try {
 }
 
 void SaveDOMFile(const platform::XmlDocument& document, const std::string& path) { document.Save(path); }
+
+bool SaveDOMFileIf(const platform::XmlDocument& document, const std::string& path, const std::function<bool()>& mayReplace)
+{
+    return document.SaveIf(path, mayReplace);
+}
 
 void PrintComError(const ComError& error)
 {

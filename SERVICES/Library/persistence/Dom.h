@@ -2,6 +2,7 @@
 #ifndef VELMORA_PERSISTENCE_DOM_H
 #define VELMORA_PERSISTENCE_DOM_H
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,7 +15,7 @@ inline constexpr char kNoDomText[] = "Velmora Folder Indexing Library is not com
 
 // A new document, or null. The setting "XML Version" is read once a process: "4" and "6" are versions that are not there and
 // give null without a word. A document that cannot be made for another reason is reported to the event log, and `failureText`
-// and a line end are printed.
+// and a line end are printed. That there is no memory for it is raised as that.
 std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText);
 // The same with another way to make the document.
 std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText, std::unique_ptr<platform::XmlDocument> (*make)());
@@ -27,6 +28,8 @@ bool LoadDOMFile(platform::XmlDocument& document, const std::string& path);
 
 // Saves over the file at `path`. Raises ComError when it cannot.
 void SaveDOMFile(const platform::XmlDocument& document, const std::string& path);
+// The same when `mayReplace`, which is asked right before the file is replaced, allows it; false, with nothing changed, otherwise.
+[[nodiscard]] bool SaveDOMFileIf(const platform::XmlDocument& document, const std::string& path, const std::function<bool()>& mayReplace);
 
 // The five lines that tell of an error of the component model, on standard output.
 void PrintComError(const ComError& error);

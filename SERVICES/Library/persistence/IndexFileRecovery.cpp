@@ -12,6 +12,7 @@
 #include "common/Text.h"
 #include "index/IndexPersistence.h"
 #include "index/ItemBackend.h"
+#include "persistence/IndexHead.h"
 #include "persistence/IndexTags.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "platform/Clock.h"
@@ -29,15 +30,13 @@ bool CopyOver(const std::string& from, const std::string& to) { return CopyFileA
 
 std::string WholeCopyOf(const std::string& path) { return path + ".tmp"; }
 
-// The first bytes, at least those of a header, or as many as there are; none of a file that is missing. Nothing when it cannot
-// be read now.
+// None of a file that is missing. Nothing when it cannot be read now.
 std::optional<std::string> HeadOf(const std::string& path)
 {
     FileStream file;
     if (!file.OpenRead(path)) return NamesNothing(file.LastError()) ? std::optional<std::string>("") : std::nullopt;
-    std::string head(kLongestTag, '\0');
-    head.resize(file.Read(head.data(), head.size()));
-    return file.Bad() ? std::nullopt : std::optional(head);
+    std::string head;
+    return ReadIndexHead(file, 0, head) ? std::optional(head) : std::nullopt;
 }
 
 // The LASTUID of the index that was put aside last; 0 when none tells it. Nothing when it cannot be read now.

@@ -77,14 +77,7 @@ bool IsWrittenHeader(std::string_view bytes)
     return bytes.substr(kHeaderSize - kHeaderEnd.size(), kHeaderEnd.size()) == kHeaderEnd;
 }
 
-uint32_t LastUidOfHeader(std::string_view head)
-{
-    if (!IsWrittenHeader(head)) return 0;
-    const uint32_t lastUid = ParseUnsigned(head.substr(kHeaderBegin.size(), kHeaderDigits), 16);
-    return lastUid == UINT32_MAX ? 0 : lastUid;
-}
-
-uint32_t LastUidOfDocumentHeader(std::string_view head)
+uint32_t LastUidToldBy(std::string_view head)
 {
     constexpr std::string_view kBegin = "<BASEELEMENT LASTUID=\"";
     head = BehindProlog(head);
@@ -102,25 +95,28 @@ uint32_t LastUidOfDocumentHeader(std::string_view head)
 
 uint32_t LastUidOfRoot(std::string_view head)
 {
-    if (IsWrittenHeader(head)) return LastUidOfHeader(head);
-    const std::string_view value = RootLastUid(head);
-    // A number below zero is none that somebody gave.
-    if (value.find('-') != kNone) return 0;
-    const uint32_t lastUid = LastUidOfText(value);
+    const uint32_t lastUid = LastUidOfText(RootLastUid(head));
     return lastUid == UINT32_MAX ? 0 : lastUid;
 }
-
-uint32_t LastUidToldBy(std::string_view head) { return std::max(LastUidOfHeader(head), LastUidOfDocumentHeader(head)); }
 
 size_t RootTagAt(std::string_view bytes) { return bytes.size() - BehindProlog(bytes).size(); }
 
 uint32_t LastUidOfText(std::string_view text)
 {
-    if (text.starts_with('x')) return ParseUnsigned(text.substr(1), 16);
-    return ParseUnsigned(text, text.starts_with('0') ? 16 : 10);
+    const bool marked = text.starts_with('x');
+    const int base = marked || text.starts_with('0') ? 16 : 10;
+    if (marked) text.remove_prefix(1);
+    const size_t sign = text.find_first_not_of(" \t\n\v\f\r");
+    return sign != kNone && text[sign] == '-' ? 0 : ParseUnsigned(text, base);
 }
 
-bool TellsLastUid(std::string_view head) { return !RootLastUid(head).empty(); }
+bool TellsLastUid(std::string_view head)
+{
+    std::string_view value = RootLastUid(head);
+    const bool marked = value.starts_with('x');
+    if (marked) value.remove_prefix(1);
+    return value.find_first_of(marked ? "0123456789abcdefABCDEF" : "0123456789") == 0;
+}
 
 bool IsWrittenForm(std::string_view tag)
 {

@@ -28,20 +28,17 @@ bool IsWrittenHeader(std::string_view bytes);
 // The LASTUID that a file hands on to the one that takes its place, told by the bytes at its head; 0 when they tell none. The
 // highest number is not handed on: the folder would have no UID left to give, and damage looks like that more often.
 //
-// Of a file that may be damaged nothing but the header that the writer makes is believed.
-uint32_t LastUidOfHeader(std::string_view head);
-// The same of the headers that a document is written with, or a restored one gets, behind a declaration and comments too.
-uint32_t LastUidOfDocumentHeader(std::string_view head);
-// The same whoever wrote it.
+// Of a file that may be damaged nothing is believed but the headers that the writers make, or a restored file gets, behind a
+// declaration and comments too.
 uint32_t LastUidToldBy(std::string_view head);
 // Of a sound file, any root tag that begins it, behind a declaration and comments too.
 uint32_t LastUidOfRoot(std::string_view head);
-// Whether such a root tag has a LASTUID.
+// Whether such a root tag has a LASTUID with a number in it.
 bool TellsLastUid(std::string_view head);
 // Where the root tag of a file stands: behind the mark of a coding, white space, a declaration, comments.
 size_t RootTagAt(std::string_view bytes);
 // The number that the text of a LASTUID tells: of base 16 behind an "x" and when it begins with "0", otherwise decimal. Held at
-// the end of 32 bits.
+// the end of 32 bits. 0 for a number below zero, which nobody gave.
 uint32_t LastUidOfText(std::string_view text);
 
 // Whether an attribute value marks its element as removed: nothing but "-", or nothing.

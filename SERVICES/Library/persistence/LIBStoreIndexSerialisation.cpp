@@ -13,6 +13,7 @@
 #include "index/ItemBackend.h"
 #include "locks/BlockFile.h"
 #include "locks/FlagFiles.h"
+#include "persistence/ReplacedFile.h"
 #include "platform/win32.h"
 
 namespace velmora {
@@ -51,9 +52,6 @@ void KeepBackup(StoreIndexSerialiser& serialiser, const std::string& folderPath)
 }
 
 std::string ChangeFlagPath(const std::string& folderPath) { return folderPath + "\\_change.dty"; }
-
-// Group items cannot be had back: a flag would have the next load empty them.
-bool RebuildsFromFiles(uint32_t indexKind) { return indexKind != kKindGroups && BackendFor(indexKind).rebuild != nullptr; }
 
 struct LoadResult {
     int32_t level = 0;
@@ -102,11 +100,10 @@ LoadResult RunDeserialise(StoreIndexSerialiser& serialiser, SORTEDSTOREINDEXTYPE
         if (index.LoadLevel == kFullLoad) {
             // What a rebuild could not save is in this process's memory alone, and what it could not read is nowhere, so the
             // next one has to look again.
-            if (serialiser.LeftUnfinished())
-                MarkFolderDirty(request.folderPath.c_str());
-            else
-                DropNotedMark(request.folderPath.c_str(), request.dirtyMark);
+            if (serialiser.LeftUnfinished()) MarkFolderDirty(request.folderPath.c_str());
             KeepBackup(serialiser, request.folderPath);
+            // Last: a load that ends in an exception has taken no flag into account.
+            if (!serialiser.LeftUnfinished()) DropNotedMark(request.folderPath.c_str(), request.dirtyMark);
         } else if (index.LoadLevel == 0) {
             settled = serialiser.OpenedFile();
             const std::string message = "Failed to deserialise index: " + request.folderPath +

@@ -8,8 +8,8 @@
 // The old one, with a plain decimal number, lists the items by ID, the new one by UID. No line end stands behind the root, and
 // the root of an empty index is self-closed. Nobody notes where an element stands, so a document is always written in full.
 //
-// In attributes the flat form has no references: a table with an ID that needs one gets a root of the old form, whose
-// attributes every reader decodes.
+// In attributes and names the flat form has no references: a table with an ID that needs one, or with a column whose name has
+// bytes above 126, gets a root of the old form, whose attributes and names every reader decodes.
 #include <algorithm>
 #include <charconv>
 #include <optional>
@@ -24,12 +24,12 @@
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
 #include "index/ItemFile.h"
-#include "locks/FlagFiles.h"
 #include "persistence/DocumentBytes.h"
 #include "persistence/Dom.h"
 #include "persistence/ElementLayout.h"
 #include "persistence/ElementText.h"
 #include "persistence/InPlacePlan.h"
+#include "persistence/IndexHead.h"
 #include "persistence/IndexTags.h"
 #include "persistence/LIBStoreIndexSerialisation.h"
 #include "persistence/ReplacedFile.h"
@@ -50,9 +50,6 @@ constexpr char kLastUidName[] = "LASTUID";
 
 // ---- Load ----
 
-// The bytes at the head of a file, as far as a root tag may reach.
-constexpr size_t kHeadSize = kLongestTag + 2;
-
 struct LoadedFile {
     bool loaded = false;
     bool namesKept = false;   // by ColumnOfName
@@ -61,27 +58,36 @@ struct LoadedFile {
     std::string head;
 };
 
+void LoadBytesOfFile(XmlDocument& document, const std::string& bytes, LoadedFile& file)
+{
+    const std::optional<std::string> kept = WithBytesKept(bytes);
+    file.loaded = document.LoadBytes(kept ? *kept : bytes);
+    file.namesKept = file.loaded && IsWrittenHeader(bytes);
+    if (!file.loaded)
+        if (const std::optional<std::string> named = WithNamesKept(bytes)) file.loaded = file.namesKept = document.LoadBytes(*named);
+    // Somebody else's, who has put the writer's header in front.
+    if (!file.loaded && kept) file.loaded = document.LoadBytes(bytes);
+    file.loaded = file.loaded && document.DocumentElement();
+}
+
 LoadedFile LoadFile(XmlDocument& document, const std::string& path)
 {
     LoadedFile file;
     file.lastWrite = ReadFileStamp(path).lastWrite;
-    std::string bytes;
-    const bool read = ReadWholeFile(path, bytes);
-    if (read) {
-        const std::optional<std::string> kept = WithBytesKept(bytes);
-        file.loaded = document.LoadBytes(kept ? *kept : bytes);
-        file.namesKept = file.loaded && IsWrittenHeader(bytes);
-        if (!file.loaded)
-            if (const std::optional<std::string> named = WithNamesKept(bytes)) file.loaded = file.namesKept = document.LoadBytes(*named);
-        // Somebody else's, who has put the writer's header in front.
-        if (!file.loaded && kept) file.loaded = document.LoadBytes(bytes);
-        file.loaded = file.loaded && document.DocumentElement();
+    try {
+        std::string bytes;
+        const bool read = ReadWholeFile(path, bytes);
+        if (read) LoadBytesOfFile(document, bytes, file);
+        if (file.loaded) return file;
+        file.lookedInto = read || !FileManagement::MayExist(path);
+        file.head = IndexHeadOf(bytes);
+        // Says what is wrong with it.
+        if (LoadDOMFile(document, path)) file.lookedInto = false;
+    } catch (const ComError& error) {
+        // It tells nothing of the file.
+        file.loaded = file.lookedInto = false;
+        PrintComError(error);
     }
-    file.lookedInto = read || !FileManagement::MayExist(path);
-    file.head = bytes.substr(0, kHeadSize);
-    if (file.loaded) return file;
-    // Says what is wrong with it.
-    if (LoadDOMFile(document, path)) file.lookedInto = false;
     DebugTrace("Failed to load DOM: " + path);
     return file;
 }
@@ -193,6 +199,7 @@ struct Column {
     std::string name;
     IndexPropertyRef ref;
     bool isElementName;
+    bool isAscii;
 };
 
 std::vector<Column> ColumnsByName()
@@ -200,9 +207,19 @@ std::vector<Column> ColumnsByName()
     std::vector<Column> columns;
     // Held for the walk: another thread's new name has the table make another list.
     const auto names = IndexPropertyTable::ByName();
-    for (const NamedProperty& property : *names)
-        if (FitsAsChild(property.Name)) columns.push_back({property.Name, property.Ref, IsElementName(property.Name)});
+    for (const NamedProperty& property : *names) {
+        const std::string& name = property.Name;
+        if (FitsAsChild(name)) columns.push_back({name, property.Ref, XmlDocument::TakesName(name), IsAscii(name)});
+    }
     return columns;
+}
+
+// A flat reader takes a tag that is closed at once for one that stays open.
+XmlNode AppendItem(XmlNode& root, const Item& item, const std::vector<Column>& columns)
+{
+    const bool hasChild =
+        std::any_of(columns.begin(), columns.end(), [&](const Column& column) { return column.isElementName && item.Has(column.ref); });
+    return hasChild ? root.AppendElement("ELEMENT") : root.AppendElement("ELEMENT", "");
 }
 
 void SaveToNode(XmlNode element, const Item& item, const std::vector<Column>& columns)
@@ -243,28 +260,60 @@ bool FitsInDocumentTag(const Item& item)
     return size <= kLongestTag;
 }
 
+// Whether the flat form, which has no references there, could not hold an ID or the name of a column.
+bool NeedsOldForm(const std::vector<Item*>& items, const std::vector<Column>& columns)
+{
+    std::vector<IndexPropertyRef> odd;
+    for (const Column& column : columns)
+        if (column.isElementName && !column.isAscii) odd.push_back(column.ref);
+    return std::any_of(items.begin(), items.end(), [&](const Item* item) {
+        const std::string_view id = item->Id();
+        return std::any_of(id.begin(), id.end(), NeedsReference) ||
+               std::any_of(odd.begin(), odd.end(), [&](IndexPropertyRef ref) { return item->Has(ref); });
+    });
+}
+
 void FillDocument(XmlDocument& document, const SORTEDSTOREINDEXTYPE& index, const std::vector<Item*>& items, bool oldForm)
 {
-    XmlNode root = document.CreateRoot("BASEELEMENT");
-    root.SetAttribute(kLastUidName, oldForm ? FormatSigned(index.LastUID) : "x" + FormatHex8(index.LastUID));
     const std::vector<Column> columns = ColumnsByName();
-    for (const Item* const item : items) SaveToNode(root.AppendElement("ELEMENT"), *item, columns);
+    XmlNode root = document.CreateRoot("BASEELEMENT");
+    const bool plain = oldForm || NeedsOldForm(items, columns);
+    root.SetAttribute(kLastUidName, plain ? FormatSigned(index.LastUID) : "x" + FormatHex8(index.LastUID));
+    for (const Item* const item : items) SaveToNode(AppendItem(root, *item, columns), *item, columns);
+}
+
+std::vector<Item*> ItemsToSave(IndexTableContent& content, bool byId)
+{
+    std::vector<Item*> items;
+    if (byId)
+        items = content.ByID.Sorted();
+    else
+        content.ByUID.ForEach([&](uint32_t, Item* item) { items.push_back(item); });
+    // An item that no reader could read back.
+    std::erase_if(items, [](const Item* item) { return !FitsInDocumentTag(*item); });
+    return items;
+}
+
+constexpr int kMostLooks = 3;
+
+bool IsStill(const FileStamp& stamp, const std::string& path)
+{
+    const FileStamp now = ReadFileStamp(path);
+    return now.lastWrite == stamp.lastWrite && now.size == stamp.size;
 }
 
 // What of the file that is to be replaced the table has to know. False when it cannot be read now.
-bool LookAtReplaced(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, const std::string& path, uint64_t& lastWrite)
+bool LookAtReplaced(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind, const std::string& path,
+                    FileStamp& stamp)
 {
+    stamp = {};
     FileStream file;
     if (!file.OpenRead(path)) return NamesNothing(file.LastError());
-    const FileStamp stamp = file.Stamp();
-    lastWrite = stamp.lastWrite;
-    char bytes[kHeadSize];
-    const std::string_view head(bytes, file.Read(bytes, sizeof bytes));
-    if (file.Bad() || head.size() < std::min<uint64_t>(stamp.size, sizeof bytes)) return false;
+    stamp = file.Stamp();
+    std::string head;
+    if (!ReadIndexHead(file, stamp.size, head)) return false;
     file.Close();
-    const bool asLoaded = IsFileOfLoad(index, stamp);
-    const bool unlisted = TakeOverReplacedFile(index, head, asLoaded);
-    if (!asLoaded && (unlisted || !TellsLastUid(head))) MarkFolderDirty(folderPath.c_str());
+    TakeOverReplacedFile(index, folderPath, indexKind, head, IsFileOfLoad(index, stamp));
     return true;
 }
 
@@ -282,10 +331,10 @@ int32_t MSXMLStoreIndexSerialiser::Deserialise(SORTEDSTOREINDEXTYPE& index, cons
 try {
     openedFile_ = false;
     const std::unique_ptr<XmlDocument> document = GetDOMInstance(kNoDomText, make_);
+    UnInit(index);
     if (!document) return 0;
     const std::string path = IndexFilePath(folderPath, indexKind);
     const LoadedFile file = LoadFile(*document, path);
-    UnInit(index);
     openedFile_ = file.loaded || file.lookedInto;
     if (file.loaded) {
         DocumentParser(index, folderPath, verifyItemFiles > 0, file.namesKept).Run(document->DocumentElement());
@@ -296,11 +345,13 @@ try {
         // Whatever takes its place gives no UID again. Of other headers than those that files are written with, damage may have
         // made the number.
         index.LastUID = LastUidToldBy(file.head);
-        ContentOf(index).ReadAsDocument = ContentOf(index).DamagedFile = true;
+        IndexTableContent& content = ContentOf(index);
+        content.ReadAsDocument = content.DamagedFile = true;
+        content.DamagedFileTime = file.lastWrite;
     }
     return 0;
 } catch (const ComError& error) {
-    // It tells nothing of the file.
+    // It tells nothing of the file. Nor is a LASTUID that cannot be had taken for 0, which would give UIDs again.
     openedFile_ = false;
     PrintComError(error);
     UnInit(index);
@@ -309,29 +360,28 @@ try {
 
 uint64_t MSXMLStoreIndexSerialiser::Serialise(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind)
 {
-    const std::unique_ptr<XmlDocument> document = GetDOMInstance(kNoDomText, make_);
+    std::unique_ptr<XmlDocument> document = GetDOMInstance(kNoDomText, make_);
     // A part of the folder does not take the place of the whole.
     if (!document || !StandsForFile(index)) return 0;
     index.RewriteRequired = 1;
+    IndexTableContent& content = ContentOf(index);
     const std::string path = IndexFilePath(folderPath, indexKind);
-    uint64_t timeBefore = 0;
-    if (!LookAtReplaced(index, folderPath, path, timeBefore)) return 0;
-
-    std::vector<Item*> items;
-    const bool byId = producesOldFormat_;
-    if (byId) items = ContentOf(index).ByID.Sorted();
-    if (!byId) ContentOf(index).ByUID.ForEach([&](uint32_t, Item* item) { items.push_back(item); });
-    // An item that no reader could read back.
-    std::erase_if(items, [](const Item* item) { return !FitsInDocumentTag(*item); });
-    const auto hasReference = [](std::string_view id) { return std::any_of(id.begin(), id.end(), NeedsReference); };
-    const bool odd = std::any_of(items.begin(), items.end(), [&](const Item* item) { return hasReference(item->Id()); });
-    FillDocument(*document, index, items, byId || odd);
-    SaveDOMFile(*document, path);
+    FileStamp before;
+    for (int look = 1;; ++look) {
+        if (!document || !LookAtReplaced(index, folderPath, indexKind, path, before)) return 0;
+        FillDocument(*document, index, ItemsToSave(content, producesOldFormat_), producesOldFormat_);
+        if (SaveDOMFileIf(*document, path, [&] { return IsStill(before, path); })) break;
+        // Somebody has come between without the folder's block, and may have given UIDs: the file is looked at again.
+        if (look == kMostLooks) return 0;
+        document = GetDOMInstance(kNoDomText, make_);
+    }
 
     // Others tell by the last-write time that the file is not the one they loaded.
-    if (timeBefore != 0 && ReadFileStamp(path).lastWrite <= timeBefore) MoveLastWriteOn(path, timeBefore);
-    for (Item* const item : items) item->FileOffset = kPlaceUnknown;
-    ContentOf(index).UnusualFile = true;
+    if (before.lastWrite != 0 && ReadFileStamp(path).lastWrite <= before.lastWrite) MoveLastWriteOn(path, before.lastWrite);
+    // Those that no file can hold too: they are nobody's new items, and keep their UIDs through every other save.
+    for (Item* const item : content.Sequence) item->FileOffset = kPlaceUnknown;
+    content.UnusualFile = true;
+    content.DamagedFile = false;
     return 1;
 }
 

@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "index/IndexTable.h"
+#include "index/ItemBackend.h"
+#include "locks/FlagFiles.h"
 #include "persistence/IndexTags.h"
 
 namespace velmora {
@@ -33,14 +35,19 @@ bool GiveNewUids(SORTEDSTOREINDEXTYPE& index, uint32_t lastUidInFile)
 
 }  // namespace
 
-bool TakeOverReplacedFile(SORTEDSTOREINDEXTYPE& index, std::string_view head, bool asLoaded)
+bool RebuildsFromFiles(uint32_t indexKind) { return indexKind != kKindGroups && BackendFor(indexKind).rebuild != nullptr; }
+
+void TakeOverReplacedFile(SORTEDSTOREINDEXTYPE& index, const std::string& folderPath, uint32_t indexKind, std::string_view head,
+                          bool asLoaded)
 {
-    const uint32_t lastUid = LastUidOfRoot(head);
+    const bool damaged = ContentOf(index).DamagedFile;
+    const uint32_t lastUid = damaged ? LastUidToldBy(head) : LastUidOfRoot(head);
+    const bool tells = damaged ? lastUid != 0 : TellsLastUid(head);
     const bool othersAdded = lastUid > index.LastUID;
     index.LastUID = std::max(index.LastUID, lastUid);
-    if (asLoaded) return false;
+    if (asLoaded) return;
     const bool renumbered = GiveNewUids(index, lastUid);
-    return renumbered || othersAdded;
+    if ((renumbered || othersAdded || !tells) && RebuildsFromFiles(indexKind)) MarkFolderDirty(folderPath.c_str());
 }
 
 }  // namespace velmora

@@ -9,6 +9,7 @@
 
 #include "common/Text.h"
 #include "index/IndexTable.h"
+#include "persistence/DocumentBytes.h"
 #include "persistence/ElementLayout.h"
 #include "persistence/Entities.h"
 #include "persistence/IndexTags.h"
@@ -371,7 +372,8 @@ void Parser::HandlePropertyTag()
     const std::string name = tag.substr(1);
     // An element that is passed over shows the layout as well, with the names that have a place already: without it, all in
     // front of the first one that is wanted would be read step by step.
-    const IndexPropertyRef ref = currentItem_ ? IndexPropertyTable::LookUp(name) : IndexPropertyTable::Find(name);
+    const std::string column = newFormat_ || IsAscii(name) ? name : BytesOfDocumentName(name);
+    const IndexPropertyRef ref = currentItem_ ? IndexPropertyTable::LookUp(column) : IndexPropertyTable::Find(column);
     if (name != propertyName_)
         Fault("Encountered property end tag (" + tag + ") that does not match previous property start tag (" + propertyName_ + ")");
     else if (currentItem_ || ref.Slot >= 0)

@@ -10,9 +10,9 @@
 #include "frame/Logging.h"
 #include "index/IndexPersistence.h"
 #include "index/IndexTable.h"
-#include "locks/FlagFiles.h"
 #include "persistence/ElementText.h"
 #include "persistence/InPlacePlan.h"
+#include "persistence/IndexHead.h"
 #include "persistence/IndexTags.h"
 #include "persistence/ReplacedFile.h"
 #include "persistence/StreamCheck.h"
@@ -32,7 +32,7 @@ constexpr size_t kUsualElement = size_t{64} * 1024;
 class Writer {
 public:
     Writer(SORTEDSTOREINDEXTYPE& index, const std::string& folder, uint32_t indexKind)
-        : index_(index), content_(ContentOf(index)), folder_(folder), path_(IndexFilePath(folder, indexKind))
+        : index_(index), content_(ContentOf(index)), folder_(folder), indexKind_(indexKind), path_(IndexFilePath(folder, indexKind))
     {
     }
 
@@ -68,6 +68,7 @@ private:
     SORTEDSTOREINDEXTYPE& index_;
     IndexTableContent& content_;
     const std::string& folder_;
+    const uint32_t indexKind_;
     const std::string path_;
     const ElementFormatter formatter_;
     FileStream stream_;
@@ -113,7 +114,10 @@ uint64_t Writer::Run()
     const bool written = stream_.Close();
     MakeTimeDiffer();
     // Bytes that did not fit on the disk are a failure: the caller keeps its marks and has the folder scanned again.
-    return written && cut && !brokenOff_ ? 1 : 0;
+    if (!written || !cut || brokenOff_) return 0;
+    // All of the table is in the file now, and nothing else.
+    if (!inPlace_) content_.DamagedFile = false;
+    return 1;
 }
 
 // Everything up to the open file: whether to write, and whether in place.
@@ -248,22 +252,17 @@ Writer::Attempt Writer::GiveUpBegun(Attempt why)
     return why;
 }
 
-// What the file that is about to be replaced knows and the table does not. False when it cannot be read now. What others added
-// since the load the next open has to find again, so the folder is marked; so it is when the file does not tell.
+// What the file that is about to be replaced knows and the table does not. False when it cannot be read now.
 bool Writer::TakeOverFrom(const FileStamp& stamp)
 {
-    char bytes[kLongestTag + 2];
+    std::string head;
     stream_.ClearState();
-    stream_.SeekTo(0);
-    const std::string_view head(bytes, stream_.Read(bytes, sizeof bytes));
-    if (stream_.Bad() || head.size() < std::min<uint64_t>(stamp.size, sizeof bytes)) return false;
+    if (!ReadIndexHead(stream_, stamp.size, head)) return false;
     stream_.ClearState();
     const bool ownHeader = begun_.lastWrite != 0 && stamp.lastWrite == begun_.lastWrite && stamp.size == begun_.size;
     const bool asLoaded = ownHeader || IsFileOfLoad(index_, stamp);
-    const bool unlisted = TakeOverReplacedFile(index_, head, asLoaded);
-    if (asLoaded) return true;
-    TellOfChange();
-    if (unlisted || !IsWrittenHeader(head)) MarkFolderDirty(folder_.c_str());
+    TakeOverReplacedFile(index_, folder_, indexKind_, head, asLoaded);
+    if (!asLoaded) TellOfChange();
     return true;
 }
 
