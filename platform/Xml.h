@@ -22,6 +22,9 @@
 
 namespace velmora::platform {
 
+// A document's text, which is UTF-8 in its file, as the bytes that it comes back as.
+std::string XmlToBytes(std::string_view utf8);
+
 // Why a document did not load. All zero and empty after a load that went well.
 struct XmlParseError {
     uint32_t code = 0;

@@ -33,9 +33,10 @@ typedef struct TLSFolderList TLSFolderList;
  * three below, a FolderName with a separator in it leads further down. */
 VELMORA_API uint64_t StoreFolderAdd(StoreFolderRecord* record);
 /* Removes the folder, everything below it, and its shares; with an empty FolderName the directory of FolderPath itself.
- * FolderPath comes back with slashes and a slash before it, behind which "$FILEROOT" and "$VCFROOT" are plain names. 1 removed, or not there; 0 refused, or something could not be
- * deleted, and what was deleted by then stays so. Refused are the reserved Public path, and a folder that is the root of all
- * mailboxes, public folders, files or contacts. Nothing is asked: neither whether it is empty nor whether it is in use. */
+ * FolderPath comes back with slashes and one in front, behind which "$FILEROOT" and "$VCFROOT" are plain names: the record is
+ * to be filled anew. 1 removed, or not there; 0 refused, or something could not be deleted, and what was deleted by then stays
+ * so. Refused are the reserved Public path, and a folder that is the root of all mailboxes, public folders, files or contacts.
+ * Nothing is asked: neither whether it is empty nor whether it is in use. */
 VELMORA_API uint64_t StoreFolderRemove(StoreFolderRecord* record);
 /* Moves the folder of the first record to where the second says; parents are made, and stay when the move fails. 1 moved; 0
  * refused, like a removal, for either record; no source; or another folder at the destination. To where it is it moves with 1,

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Xml.h"
+
 namespace velmora::platform {
 
 void AppendUtf8(std::string& out, uint32_t codePoint);
@@ -16,9 +18,6 @@ uint32_t NextCodePoint(std::string_view utf8, size_t& position);
 
 // The code point that Windows-1252 has for a byte; the five that it leaves out stand for themselves.
 uint32_t CodePointOfWindows1252(unsigned char byte);
-
-// A document's text as bytes: 0 to 255 as they are, the 27 code points of Windows-1252 as its bytes, any other as UTF-8.
-std::string XmlToBytes(std::string_view utf8);
 
 // Bytes as a document's text: each the code point of its number. Ends at a zero byte, which no document can hold.
 std::string XmlFromBytes(std::string_view bytes);

@@ -358,6 +358,7 @@ public:
         if (loaded != VARIANT_FALSE) return true;
         XmlParseError refused = RefusedWith();
         Clear();
+        if (refused.code == static_cast<uint32_t>(E_OUTOFMEMORY)) throw std::bad_alloc();
         parseError_ = std::move(refused);
         return false;
     }

@@ -60,7 +60,6 @@ private:
     platform::FileSeam* before_;
 };
 
-inline constexpr char kReader[] = "Reader";  // who is reported when a flag cannot be deleted
 
 inline std::string ListOf(const std::vector<std::string>& names)
 {
@@ -125,7 +124,7 @@ protected:
     Names Listed(TLSFolderList& list, std::string_view below = {}) const
     {
         FolderEntryList* entries = nullptr;
-        const uint32_t result = GetFolderEntryList(entries, Dir(below), below.empty(), list, kReader);
+        const uint32_t result = GetFolderEntryList(entries, Dir(below), below.empty(), list);
         EXPECT_EQ(result, entries ? 1u : 0u);
         return NamesOf(entries);
     }

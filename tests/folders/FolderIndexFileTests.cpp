@@ -334,7 +334,7 @@ TEST_F(FolderIndexFile, InAListThatIsNotInitialisedFails)
     TLSFolderList list;
     FolderEntryList* entries = nullptr;
     Make("a");
-    EXPECT_EQ(GetFolderEntryList(entries, Dir(), true, list, kReader), 0u);
+    EXPECT_EQ(GetFolderEntryList(entries, Dir(), true, list), 0u);
     EXPECT_EQ(LoadFolderIndex(entries, Dir(), list), 0u);
     EXPECT_EQ(entries, nullptr);
 }

@@ -41,11 +41,7 @@ TEST_F(FolderRaces, WhenAllRestTheListIsThatOfTheDirectories)
             while (!done) {
                 LocalFolderList list;
                 FolderEntryList* entries = nullptr;
-                // A flag that is being set at this moment cannot be deleted, which is an exception of the rebuild.
-                try {
-                    GetFolderEntryList(entries, Dir(), true, list, kReader);
-                } catch (const Exception&) {
-                }
+                GetFolderEntryList(entries, Dir(), true, list);
             }
         });
     for (std::thread& thread : threads) thread.join();

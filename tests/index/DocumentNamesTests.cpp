@@ -22,18 +22,22 @@ TEST(DocumentNames, ThatAnotherThreadMakesDisturbNoSave)
     TestTable table;
     for (uint32_t number = 1; number <= 50; ++number) Add(table, std::to_string(number) + ".MAI")->SetText("SUBJECT", "x");
 
-    std::atomic<bool> done = false;
-    std::atomic<uint32_t> made = 0;
+    // The table of names has a bound.
+    constexpr uint32_t kRounds = 40;
+    constexpr uint32_t kNamesOfARound = 20;
+    std::atomic<uint32_t> round = 0;
     std::thread maker([&] {
-        // The table of names has a bound.
-        while (!done && made < 4000) (void)IndexPropertyTable::LookUp("NAME" + std::to_string(made++));
+        for (uint32_t made = 0; made < kRounds * kNamesOfARound;) {
+            if (made < (round + 1) * kNamesOfARound)
+                (void)IndexPropertyTable::LookUp("NAME" + std::to_string(made++));
+            else
+                std::this_thread::yield();
+        }
     });
-    while (made == 0) std::this_thread::yield();
-    for (int round = 0; round < 40; ++round) EXPECT_EQ(SaveIndex(table, folder.string().c_str(), 0), 1u);
-    done = true;
+    for (; round < kRounds; ++round) EXPECT_EQ(SaveIndex(table, folder.string().c_str(), 0), 1u);
     maker.join();
+    EXPECT_GE(IndexPropertyTable::Find("NAME" + std::to_string(kRounds * kNamesOfARound - 1)).Slot, 0);
 
-    EXPECT_GT(made, 1u);
     const std::string bytes = ReadFileBytes(folder / "_index.xml");
     EXPECT_TRUE(
         bytes.starts_with("<BASEELEMENT LASTUID=\"50\"><ELEMENT ID=\"1.MAI\" UID=\"1\"><READ>0</READ><SUBJECT>x</SUBJECT></ELEMENT>"))

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/FileStream.h"
+#include "index/IndexItem.h"
 #include "index/IndexPersistence.h"
 #include "persistence/IndexTags.h"
 #include "platform/Xml.h"
@@ -217,6 +218,19 @@ TEST_F(DocumentLoad, ALastUidThatTheFacilityCannotGiveEndsTheLoad)
     EXPECT_TRUE(log_.Traces().empty());
     EXPECT_EQ(ItemCountOf(table_), 0u);
     EXPECT_FALSE(serialiser.OpenedFile());
+}
+
+TEST_F(DocumentLoad, EveryReaderHasTheSameNamesOfForeignColumns)
+{
+    for (const Reader reader : kReaders) {
+        Write(OldFile("9", "<ELEMENT ID=\"a\" UID=\"1\"><\xC5\xA0>s</\xC5\xA0><\xC3\xA9>e</\xC3\xA9><\xD0\x96>z</\xD0\x96></ELEMENT>"));
+        TestTable table;
+        ASSERT_EQ(Load(table, reader), 3);
+        const IndexItemPropertyContainer& item = *FindLoadedItem(table, "a");
+        EXPECT_EQ(TextOf(item, "\x8A"), "s");
+        EXPECT_EQ(TextOf(item, "\xE9"), "e");
+        EXPECT_EQ(TextOf(item, "\xD0\x96"), "z");
+    }
 }
 
 TEST_F(DocumentLoad, WithoutADocumentTheTableIsEmptied)

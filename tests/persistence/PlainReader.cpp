@@ -98,19 +98,29 @@ bool ReadLastUid(std::string_view tag, uint32_t& lastUid)
     return newForm;
 }
 
-// A column's name in a document of the old form: letters up to 255 are bytes.
+std::string Utf8Of(unsigned letter)
+{
+    if (letter < 0x800) return {static_cast<char>(0xC0 + letter / 64), static_cast<char>(0x80 + letter % 64)};
+    return {static_cast<char>(0xE0 + letter / 4096), static_cast<char>(0x80 + letter / 64 % 64), static_cast<char>(0x80 + letter % 64)};
+}
+
+// A column's name in a document of the old form: letters up to 255, and those of Windows-1252, are bytes.
 std::string PlainName(const std::string& name)
 {
+    constexpr unsigned kWindows[32] = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+                                       0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+                                       0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
     std::string column;
     for (size_t at = 0; at < name.size(); ++at) {
+        std::string utf8(1, name[at]);
         column += name[at];
-        for (unsigned letter = 0x80; letter < 0x100; ++letter) {
-            const std::string utf8 = {static_cast<char>(0xC0 + letter / 64), static_cast<char>(0x80 + letter % 64)};
-            if (name.compare(at, 2, utf8) != 0) continue;
-            column.back() = static_cast<char>(letter);
-            ++at;
-            break;
-        }
+        for (unsigned byte = 0x80; byte < 0x100; ++byte)
+            for (const unsigned letter : {byte, byte < 0xA0 ? kWindows[byte - 0x80] : 0}) {
+                if (letter == 0 || name.compare(at, Utf8Of(letter).size(), Utf8Of(letter)) != 0) continue;
+                utf8 = Utf8Of(letter);
+                column.back() = static_cast<char>(byte);
+            }
+        at += utf8.size() - 1;
     }
     return column;
 }

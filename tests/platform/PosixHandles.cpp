@@ -1,9 +1,11 @@
 // Handles: numbers that no caller's mistake turns into a fault, and none of which is left over.
 #include "platform/posix/Handles.h"
 
+#include <cerrno>
 #include <thread>
 
 #include "tests/platform/PlatformTest.h"
+#include "tests/platform/PosixSystemCalls.h"
 
 namespace velmora::test {
 
@@ -35,6 +37,21 @@ TEST_F(PosixHandles, AHandleOfAnotherKindIs6)
     EXPECT_EQ(WaitForSingleObject(file.Get(), 0), WAIT_FAILED);
     EXPECT_EQ(ErrorOf(FindClose(file.Get())), ERROR_INVALID_HANDLE);
     EXPECT_TRUE(GetFileSizeEx(file.Get(), &size)) << "a refused close leaves it open";
+}
+
+TEST_F(PosixHandles, AHandleIsGoneAlsoWhenItsCloseFails)
+{
+    const HANDLE file = CreateFileA(At("f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    {
+        SystemCalls calls;
+        calls.closingError = ENOSPC;
+        EXPECT_FALSE(CloseHandle(file));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+    }
+    EXPECT_FALSE(CloseHandle(file));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_TRUE(DeleteFileA(At("f").c_str()));
 }
 
 TEST_F(PosixHandles, ADeviceIsOfTheTypeOfCharacters)

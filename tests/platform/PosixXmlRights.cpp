@@ -63,21 +63,6 @@ TEST_F(XmlRights, AFileWhoseCloseFailsTakesNobodysPlace)
     EXPECT_EQ(ReadFileBytes(File("f.xml")), "<b/>");
 }
 
-TEST_F(XmlRights, AHandleIsGoneAlsoWhenItsCloseFails)
-{
-    const HANDLE file = CreateFileA(At("f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
-    {
-        SystemCalls calls;
-        calls.closingError = ENOSPC;
-        EXPECT_FALSE(CloseHandle(file));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
-    }
-    EXPECT_FALSE(CloseHandle(file));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_TRUE(DeleteFileA(At("f").c_str()));
-}
-
 TEST_F(XmlRights, AFileOfAnotherUserStaysTheirs)
 {
     if (geteuid() != 0) GTEST_SKIP() << "only root gives files away";

@@ -11,7 +11,7 @@
 
 namespace velmora {
 
-// The lines for the exception that is being handled. Without the memory for them they are not printed.
+// Prints what the exception that is being handled calls for; nothing when there is no memory for its lines.
 inline void PrintDocumentFailure() noexcept
 try {
     throw;

@@ -18,6 +18,7 @@
 #include "folders/FolderNames.h"
 #include "folders/FolderRecord.h"
 #include "frame/Guard.h"
+#include "frame/Logging.h"
 #include "locks/FlagFiles.h"
 #include "persistence/Dom.h"
 #include "platform/win32.h"
@@ -133,11 +134,11 @@ bool HoldsName(const platform::XmlNode& root, std::string_view name)
 
 // Behind the list that was written the flag alone is left to be deleted. That it is in use, or may not be deleted, is no reason to
 // go without the list: the flag has the next request make it again.
-bool IsRebuilt(const std::string& directory, bool isRoot, const char* reader)
+bool IsRebuilt(const std::string& directory, bool isRoot)
 try {
     return RebuildFolderIndex(directory, isRoot) != 0;
 } catch (const Exception& error) {
-    ReportException(reader, error);
+    DebugTrace(error.Format() + "\n");
     return true;
 }
 
@@ -189,11 +190,11 @@ uint32_t LoadFolderIndex(FolderEntryList*& entries, const std::string& directory
     return loaded ? 1 : 0;
 }
 
-uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list, const char* reader)
+uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list)
 {
     entries = nullptr;
     if (!list.Directories) return 0;
-    if (FolderIndexNeedsRebuild(directory)) return IsRebuilt(directory, isRoot, reader) ? LoadFolderIndex(entries, directory, list) : 0;
+    if (FolderIndexNeedsRebuild(directory)) return IsRebuilt(directory, isRoot) ? LoadFolderIndex(entries, directory, list) : 0;
     const auto known = list.Directories->find(directory);
     if (known == list.Directories->end()) return LoadFolderIndex(entries, directory, list);
     // Kept: a file that was written again within the two seconds of a stamp, or has an older one, is no new file.

@@ -36,10 +36,9 @@ uint32_t RebuildFolderIndex(const std::string& directory, bool isRoot);
 // makes it again. `entries` is null then. What goes wrong is printed; that there is no memory is raised as well.
 uint32_t LoadFolderIndex(FolderEntryList*& entries, const std::string& directory, TLSFolderList& list);
 // The list of `directory`, made, read or reused as the files ask for. `entries` belongs to `list`, and is null on a failure.
-// 1; 0 when the list cannot be had, or `list` is not initialised. A flag that cannot be deleted is reported in the name of
-// `reader`, the function that a reader of the log would look for, and the list that was written in front of it serves. Raises
-// when there is no memory.
-uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list, const char* reader);
+// 1; 0 when the list cannot be had, or `list` is not initialised. A flag that cannot be deleted goes to the trace, and the list
+// that was written in front of it serves. Raises when there is no memory.
+uint32_t GetFolderEntryList(FolderEntryList*& entries, const std::string& directory, bool isRoot, TLSFolderList& list);
 // Whether `name` stands in the list as it is on disk, in any case. A listed name counts by its first 259 bytes. False when the
 // list does not load, which is printed unless there is none. Raises nothing.
 bool IsNameInFolderIndex(const std::string& directory, const char* name);

@@ -61,16 +61,6 @@ struct Stand {
 
 Stand StandOf(TLSFolderList* own, const void* place) { return own ? Stand{own} : Stand{ExistingList(), place}; }
 
-// A walk that is yet to find its first name. Null in a list that is not initialised.
-FolderPosition* Begin(const Stand& stand, const std::string& directory)
-{
-    if (!stand.list || !stand.list->Directories) return nullptr;
-    std::vector<FolderPosition>& walks = stand.list->Position;
-    FolderPosition begun{directory, stand.place, {}};
-    std::erase_if(walks, [&](const FolderPosition& walk) { return walk.Place == stand.place && walk.Directory == directory; });
-    return &walks.emplace_back(std::move(begun));
-}
-
 // The walk through the directory that was begun last at `place` or, when that is null, wherever; null when there is none.
 FolderPosition* LastBegun(TLSFolderList& list, const std::string& directory, const void* place = nullptr)
 {
@@ -78,6 +68,18 @@ FolderPosition* LastBegun(TLSFolderList& list, const std::string& directory, con
         return (!place || walk.Place == place) && walk.Directory == directory;
     });
     return last == list.Position.rend() ? nullptr : &*last;
+}
+
+// A walk that is yet to find its first name. Null in a list that is not initialised.
+FolderPosition* Begin(const Stand& stand, const std::string& directory)
+{
+    if (!stand.list || !stand.list->Directories) return nullptr;
+    std::vector<FolderPosition>& walks = stand.list->Position;
+    FolderPosition begun{directory, stand.place, {}};
+    // The one before it, if any, is no walk of its own any more.
+    if (const FolderPosition* const before = LastBegun(*stand.list, directory, stand.place))
+        walks.erase(walks.begin() + (before - walks.data()));
+    return &walks.emplace_back(std::move(begun));
 }
 
 // The walk that a Next goes on with: the one that was begun at its place on the stack or, when none is under way there, the last
@@ -100,15 +102,12 @@ void EndWalk(const Stand& stand, const std::string& directory)
 }
 
 // The names that a step of a walk goes by. Null when they cannot be had.
-const FolderEntryList* EntriesFor(const StoreFolderRecord& record, TLSFolderList& list, const std::string& directory, const char* step)
+const FolderEntryList* EntriesFor(const StoreFolderRecord& record, TLSFolderList& list, const std::string& directory)
 {
     FolderEntryList* entries = nullptr;
-    GetFolderEntryList(entries, directory, IsRootFolderPath(RecordText(record.FolderPath).c_str()), list, step);
+    GetFolderEntryList(entries, directory, IsRootFolderPath(RecordText(record.FolderPath).c_str()), list);
     return entries;
 }
-
-constexpr char kFirst[] = "TLS_StoreFolderFindFirst";
-constexpr char kNext[] = "TLS_StoreFolderFindNext";
 
 using NameIterator = std::map<std::string, std::string>::const_iterator;
 
@@ -129,7 +128,7 @@ uint64_t FindFirst(StoreFolderRecord& record, TLSFolderList* own, const void* pl
     const Stand stand = own ? Stand{own} : Stand{CurrentList(), place};
     FolderPosition* const walk = Begin(stand, *directory);
     if (!walk) return 0;
-    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory, kFirst);
+    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory);
     return entries ? Give(record, *walk, *entries, entries->Names.begin()) : 0;
 }
 
@@ -142,18 +141,18 @@ uint64_t FindNext(StoreFolderRecord& record, TLSFolderList* own, const void* pla
     FolderPosition* const walk = WalkToGoOnWith(stand, *directory);
     if (!walk || walk->Ended) return 0;
     // Every step looks at the files again, so a walk notices what others have done to the folder.
-    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory, kNext);
+    const FolderEntryList* const entries = EntriesFor(record, *stand.list, *directory);
     return entries ? Give(record, *walk, *entries, entries->Names.upper_bound(walk->Name)) : 0;
 }
 
 uint64_t GuardedFirst(StoreFolderRecord* record, TLSFolderList* list, const void* place)
 {
-    return GuardedEntry(kFirst, uint64_t{0}, [&] { return record ? FindFirst(*record, list, place) : 0; });
+    return GuardedEntry("TLS_StoreFolderFindFirst", uint64_t{0}, [&] { return record ? FindFirst(*record, list, place) : 0; });
 }
 
 uint64_t GuardedNext(StoreFolderRecord* record, TLSFolderList* list, const void* place)
 {
-    return GuardedEntry(kNext, uint64_t{0}, [&] { return record ? FindNext(*record, list, place) : 0; });
+    return GuardedEntry("TLS_StoreFolderFindNext", uint64_t{0}, [&] { return record ? FindNext(*record, list, place) : 0; });
 }
 
 uint64_t GuardedClose(const StoreFolderRecord* record, TLSFolderList* list, const void* place)

@@ -251,7 +251,7 @@ private:
         LocalFolderList list;
         FolderEntryList* entries = nullptr;
         const bool isRoot = IsRootFolderPath(folder.path.c_str());
-        if (GetFolderEntryList(entries, folder.directory, isRoot, list, "TLS_StoreFolderFindFirst") == 0) return;
+        if (GetFolderEntryList(entries, folder.directory, isRoot, list) == 0) return;
         const auto before = static_cast<std::ptrdiff_t>(waiting_.size());
         for (const auto& [name, same] : entries->Names) AddChild(folder, name);
         // They come off the list in their order.

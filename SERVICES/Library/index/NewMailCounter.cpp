@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/FileIterator.h"
 #include "common/Text.h"
 #include "index/StoreIndexLife.h"
 #include "platform/win32.h"
@@ -19,52 +20,26 @@ int32_t CounterOf(std::string_view name)
     return ParseLong(name.substr(0, name.find('.')));
 }
 
-// Closed on every way out: without memory as well.
-class Search {
-public:
-    explicit Search(const std::string& pattern) : handle_(FindFirstFileA(pattern.c_str(), &found_)) {}
-    ~Search() { Close(); }
-    Search(const Search&) = delete;
-    Search& operator=(const Search&) = delete;
-
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    const WIN32_FIND_DATAA& Found() const { return found_; }
-    bool GoOn() { return FindNextFileA(handle_, &found_) != 0; }
-    void Close()
-    {
-        if (IsOpen()) FindClose(handle_);
-        handle_ = INVALID_HANDLE_VALUE;
-    }
-
-private:
-    WIN32_FIND_DATAA found_;
-    HANDLE handle_;
-};
-
 }  // namespace
 
 uint32_t TakeNewMailCounter(const char* mailboxDirectory)
 {
     const std::string directory = std::string(TextOrEmpty(mailboxDirectory)) + "\\";
-    Search search(directory + kCounterPattern);
-    if (!search.IsOpen()) return 0;
-    const WIN32_FIND_DATAA& found = search.Found();
+    FileIterator counters(directory + kCounterPattern);
 
     // The best is kept on disk to the end, so that an agent's count survives a process that dies in here. Files go under
     // the name that they were found by: "_007.NEW" is not "_7.NEW".
     int32_t best = 0;
     std::string bestName;
-    do {
-        if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
-        const int32_t count = CounterOf(found.cFileName);
-        std::string beaten = found.cFileName;
+    for (std::string beaten = counters.First(); counters.HasMore(); beaten = counters.Next()) {
+        if (counters.Attributes() & kDirectoryAttribute) continue;
+        const int32_t count = CounterOf(beaten);
         if (count > best) {
             best = count;
             std::swap(beaten, bestName);
         }
         if (!beaten.empty()) DeleteFileA((directory + beaten).c_str());
-    } while (search.GoOn());
-    search.Close();
+    }
     if (!bestName.empty()) DeleteFileA((directory + bestName).c_str());
     return static_cast<uint32_t>(best);
 }

@@ -176,17 +176,4 @@ bool IsAscii(std::string_view name)
     return std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-std::string BytesOfDocumentName(std::string_view name)
-{
-    std::string column;
-    for (size_t at = 0; at < name.size(); ++at) {
-        const auto lead = static_cast<uint8_t>(name[at]);
-        const auto next = static_cast<uint8_t>(at + 1 < name.size() ? name[at + 1] : 0);
-        const bool isPair = (lead == 0xC2 || lead == 0xC3) && (next & 0xC0) == 0x80;
-        column += isPair ? static_cast<char>((lead << 6) | (next & 0x3F)) : name[at];
-        if (isPair) ++at;
-    }
-    return column;
-}
-
 }  // namespace velmora

@@ -31,8 +31,6 @@ bool NeedsReference(char byte);
 std::string ColumnOfName(std::string_view name);
 // Whether all bytes of a name are ASCII.
 bool IsAscii(std::string_view name);
-// What a document, whose names are UTF-8, calls a column: the bytes of its name, each of which is a letter up to 255.
-std::string BytesOfDocumentName(std::string_view name);
 
 }  // namespace velmora
 

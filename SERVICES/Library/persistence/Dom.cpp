@@ -1,7 +1,6 @@
 #include "persistence/Dom.h"
 
 #include <cinttypes>
-#include <new>
 
 #include "common/Text.h"
 #include "frame/Logging.h"
@@ -12,7 +11,6 @@ namespace velmora {
 namespace {
 
 constexpr uint32_t kInvalidPointer = 0x80004003;
-constexpr uint32_t kOutOfMemory = 0x8007000E;
 constexpr uint32_t kKnownVersion = 3;
 
 }  // namespace
@@ -28,7 +26,6 @@ std::unique_ptr<platform::XmlDocument> GetDOMInstance(const char* failureText, s
     try {
         return make();
     } catch (const ComError& error) {
-        if (error.code == kOutOfMemory) throw std::bad_alloc();
         ReportStoreEvent(FormatText("[%d] Error creating DOM instance", static_cast<int>(error.code)));
         PrintLine(std::string(failureText) + "\n");
         return nullptr;

@@ -9,7 +9,7 @@
 // the root of an empty index is self-closed. Nobody notes where an element stands, so a document is always written in full.
 //
 // In attributes and names the flat form has no references: a table with an ID that needs one, or with a column whose name has
-// bytes above 126, gets a root of the old form, whose attributes and names every reader decodes.
+// bytes above 127, gets a root of the old form, whose attributes and names every reader decodes.
 #include <algorithm>
 #include <charconv>
 #include <optional>

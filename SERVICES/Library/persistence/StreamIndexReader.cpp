@@ -14,6 +14,7 @@
 #include "persistence/Entities.h"
 #include "persistence/IndexTags.h"
 #include "persistence/SourceWindow.h"
+#include "platform/Xml.h"
 
 namespace velmora {
 
@@ -372,7 +373,7 @@ void Parser::HandlePropertyTag()
     const std::string name = tag.substr(1);
     // An element that is passed over shows the layout as well, with the names that have a place already: without it, all in
     // front of the first one that is wanted would be read step by step.
-    const std::string column = newFormat_ || IsAscii(name) ? name : BytesOfDocumentName(name);
+    const std::string column = newFormat_ || IsAscii(name) ? name : platform::XmlToBytes(name);
     const IndexPropertyRef ref = currentItem_ ? IndexPropertyTable::LookUp(column) : IndexPropertyTable::Find(column);
     if (name != propertyName_)
         Fault("Encountered property end tag (" + tag + ") that does not match previous property start tag (" + propertyName_ + ")");
