@@ -108,7 +108,7 @@ TEST_P(TreeMemoryFault, LosesNothingAndTellsNothingFalse)
 {
     const TreeScenario& scenario = *GetParam();
     TreeOracle oracle(scenario);
-    const uint32_t step = kSlow || RunsUnderWine() ? 3 : 1;
+    const uint32_t step = VELMORA_TEST_LEAN ? 7 : kSlow || RunsUnderWine() ? 3 : 1;
     for (const FaultSpan span : {FaultSpan::Once, FaultSpan::Onwards}) {
         uint32_t nth = 1;
         for (; nth < kEndless; nth += step) {
