@@ -182,18 +182,20 @@ void TreeOracle::CheckLetters()
     }
 }
 
+// In whatever case it was asked for: a name may have got its own spelling, and a folder may be there in another one.
 const Allowance* TreeOracle::ExcuseOf(const std::string& path, const std::string& name) const
 {
-    for (const auto& [tree, allowance] : trees_)
-        if (IsWithin(path, tree)) return &allowance;
-    if (const auto folder = folders_.find(path); folder != folders_.end()) return &folder->second;
-    // In whatever case it was asked for.
     const auto lower = [](std::string text) {
         std::transform(text.begin(), text.end(), text.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
         return text;
     };
+    const std::string folder = lower(path);
+    for (const auto& [tree, allowance] : trees_)
+        if (IsWithin(folder, lower(tree))) return &allowance;
+    for (const auto& [known, allowance] : folders_)
+        if (lower(known) == folder) return &allowance;
     const auto entry = std::find_if(entries_.begin(), entries_.end(), [&](const auto& known) {
-        return lower(known.first.first) == lower(path) && lower(known.first.second) == lower(name);
+        return lower(known.first.first) == folder && lower(known.first.second) == lower(name);
     });
     return entry == entries_.end() ? nullptr : &entry->second;
 }
