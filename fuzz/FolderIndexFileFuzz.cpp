@@ -51,8 +51,7 @@ void AnyFile(const Directory& directory, std::string_view bytes, const std::stri
             if (key != value || !IsChildName(key)) Require("a name is none: (" + key + ")");
         return;
     }
-    if (GetFolderEntryList(entries, directory.Path(), false, list) != 1 || entries->Names.size() != 1 ||
-        !entries->Names.contains("child"))
+    if (GetFolderEntryList(entries, directory.Path(), false, list) != 1 || entries->Names.size() != 1 || !entries->Names.contains("child"))
         Require("the request behind a list that did not load does not give the directories");
 }
 

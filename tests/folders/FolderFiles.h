@@ -60,7 +60,6 @@ private:
     platform::FileSeam* before_;
 };
 
-
 inline std::string ListOf(const std::vector<std::string>& names)
 {
     std::string text = "<folderindex>";

@@ -6,6 +6,7 @@
 #include "common/Text.h"
 #include "index/ItemInsertion.h"
 #include "items/MessageBranding.h"
+#include "platform/win32.h"
 #include "tests/items/MailScanFixture.h"
 #include "tests/support/Captured.h"
 #include "velmora/index.h"
@@ -36,6 +37,39 @@ TEST_F(MailScan, LinksDevicesPipesAndStrangeNamesAreLeftOut)
         EXPECT_EQ(table_.LastUID, 1u);
         EXPECT_FALSE(Has("_CHANGE.DTY")) << "they are nothing that another scan could read";
     }
+}
+
+// As Windows would list them, by their bytes in upper case; the scan sorts them in lower case, where "_" goes in front of a
+// letter. So there is something to sort, and there are enough of each name for a sort that exchanges equals.
+TEST_F(MailScan, NamesThatDifferInCaseAloneStayInTheOrderOfTheDirectoryListing)
+{
+    constexpr std::string_view kName = "abcde";
+    for (uint32_t upper = 0; upper < 1u << kName.size(); ++upper) {
+        std::string name(kName);
+        for (size_t i = 0; i < name.size(); ++i)
+            if ((upper >> i & 1) != 0) name[i] = UpperAscii(name[i]);
+        Deliver(name + ".MAI");
+    }
+    for (const char* name : {"a.MAI", "A.MAI", "a_.MAI", "A_.MAI"}) Deliver(name);
+
+    Names listing;
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((Path() + "\\*.MAI").c_str(), &found);
+    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    do {
+        listing.emplace_back(found.cFileName);
+    } while (FindNextFileA(search, &found));
+    FindClose(search);
+    ASSERT_EQ(listing.size(), 36u);
+    Names expected;
+    for (const std::string_view name : {std::string_view("a"), std::string_view("a_"), kName})
+        for (const std::string& listed : listing)
+            if (EqualsNoCase(listed, std::string(name) + ".MAI")) expected.push_back(listed);
+    ASSERT_NE(expected, listing);
+    EXPECT_EQ(Listed(), expected);
+    EXPECT_EQ(Scan(), 1u);
+    EXPECT_EQ(Ids(), expected);
+    for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(FindLoadedItem(table_, expected[i])->Uid(), i + 1) << expected[i];
 }
 
 // Longer than any path that Windows takes.

@@ -1,5 +1,7 @@
 // What the command line takes, and what a wrong one is answered with.
 
+#include <sstream>
+
 #include "tests/tool/CommandLineFixture.h"
 
 namespace velmora::test {
@@ -22,6 +24,24 @@ TEST_F(CommandLine, HelpGoesToStandardOutput)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("import"), std::string::npos);
     EXPECT_EQ(run.err, "");
+}
+
+TEST_F(CommandLine, HelpNamesTheVerbsOfEveryNoun)
+{
+    const std::string help = Tool({"--help"}).out;
+    for (const char* noun : {"store", "settings", "mailbox", "item", "folder", "share", "index", "property"}) {
+        SCOPED_TRACE(noun);
+        const std::string own = Tool({noun, "--help"}).out, heading = "\nSubcommands:\n";
+        size_t at = own.find(heading);
+        ASSERT_NE(at, std::string::npos) << own;
+        std::istringstream lines(own.substr(at + heading.size()));
+        std::string verbs;
+        for (std::string line, verb; std::getline(lines, line) && std::istringstream(line) >> verb;)
+            verbs += (verbs.empty() ? "" : ", ") + verb;
+        EXPECT_FALSE(verbs.empty());
+        EXPECT_NE(help.find(": " + verbs + "\n"), std::string::npos) << verbs;
+    }
+    EXPECT_NE(help.find("\"vlstore NOUN --help\""), std::string::npos);
 }
 
 TEST_F(CommandLine, VersionNamesTheProgram)

@@ -31,12 +31,14 @@ protected:
         std::string index = ReadFileBytes(FolderPath() / "_index.xml");
         size_t begin = index.find("<ELEMENT ID=\"" + id + "\""), end = index.find("</ELEMENT>", begin),
                tail = index.rfind("</BASEELEMENT>");
-        size_t last = index.find("LASTUID=\"x0000000");
+        const std::string lastUid = "LASTUID=\"";
+        size_t last = index.find(lastUid);
         ASSERT_TRUE(begin != std::string::npos && end != std::string::npos && tail != std::string::npos && last != std::string::npos);
+        last = index.find('"', last + lastUid.size()) - 1;  // its last digit, whatever the form
         std::string element = index.substr(begin, end + std::string("</ELEMENT>").size() - begin);
         element[element.find("UID=\"") + std::string("UID=\"").size()] = '9';
+        index[last] = '9';
         index.insert(tail, element);
-        index[last + std::string("LASTUID=\"x0000000").size()] = '9';
         WriteFileBytes(FolderPath() / "_index.xml", index);
     }
     nlohmann::json Counts() const { return JsonInStore({"folder", "counts", kInbox}).at(0); }

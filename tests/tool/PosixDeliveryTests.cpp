@@ -53,6 +53,25 @@ TEST_F(OnTerminal, ADeliveryCountsItsMessages)
     EXPECT_NE(terminal.Read().find("1 of 2"), std::string::npos);
 }
 
+TEST_F(OnTerminal, ARemovalCountsItsItems)
+{
+    std::vector<std::string> ids = ImportSubjects({"one", "two"});
+    Terminal terminal;
+    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"item", "remove", kInbox, ids[0], ids[1], "--yes"}).exitCode, 0);
+    const std::string shown = terminal.Read();
+    EXPECT_TRUE(shown.starts_with("\r\x1b[K1 of 2\r\x1b[K")) << shown;
+    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+}
+
+TEST_F(OnTerminal, AFlagCountsTheItemsThatItIsSetOf)
+{
+    std::vector<std::string> ids = ImportSubjects({"one", "two", "three"});
+    InStore({"item", "flag", kInbox, "+SEEN", ids[0]});
+    Terminal terminal;
+    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"item", "flag", kInbox, "+SEEN", ids[0], ids[1], ids[2]}).exitCode, 0);
+    EXPECT_EQ(terminal.Read(), "\r\x1b[K2 of 2\r\x1b[K");
+}
+
 TEST_F(Delivery, AFullDiskTakesNoHalfMessage)
 {
     fs::path disk = FolderPath();

@@ -72,6 +72,26 @@ TEST_F(FolderOnTerminal, ARemovalIsAskedFor)
     EXPECT_FALSE(fs::exists(FolderPath("Inbox/Projects")));
 }
 
+TEST_F(FolderOnTerminal, AMeasurementCountsItsFolders)
+{
+    MakeFolders();
+    Terminal terminal;
+    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", "size", kInbox, "--recursive"}).exitCode, 0);
+    const std::string shown = terminal.Read();
+    EXPECT_TRUE(shown.starts_with("\r\x1b[Kfolder 1\r\x1b[K")) << shown;
+    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+}
+
+TEST_F(FolderOnTerminal, AReindexCountsItsFolders)
+{
+    MakeFolders();
+    Terminal terminal;
+    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", "reindex", kInbox, "--recursive"}).exitCode, 0);
+    const std::string shown = terminal.Read();
+    EXPECT_TRUE(shown.starts_with("\r\x1b[Kfolder 1\r\x1b[K")) << shown;
+    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+}
+
 TEST_F(FolderLinks, ALinkIsListedAndNotGoneInto)
 {
     MakeFolders();
@@ -112,6 +132,18 @@ TEST_F(FolderWithOddOnes, TooDeepAReindexGoesOnWithTheOthers)
     EXPECT_TRUE(fs::exists(FolderPath("Inbox/Projects/_folder.xml")));
     EXPECT_EQ(Lines(err).size(), 2u) << err;
     EXPECT_TRUE(err.ends_with("\nvlstore: incomplete: 1 folder passed over\n")) << err;
+}
+
+TEST_F(FolderWithOddOnes, WhatIsPassedOverStandsInALineOfItsOwnOnATerminal)
+{
+    MakeDeep();
+    for (const char* verb : {"size", "reindex"}) {
+        Terminal terminal;
+        EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", verb, kInbox, "--recursive"}).exitCode, 74);
+        const std::string shown = terminal.Read();
+        EXPECT_NE(shown.find("\r\x1b[Kfolder 1\r\x1b[K"), std::string::npos) << shown;
+        EXPECT_NE(shown.find("\r\x1b[Kvlstore: note: passed over: "), std::string::npos) << shown;
+    }
 }
 
 TEST_F(FolderWithOddOnes, NamesThatAreNoneArePassedOver)

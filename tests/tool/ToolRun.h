@@ -86,9 +86,10 @@ protected:
     // A run that must fail with `exitCode` and say `line` and nothing else.
     void ExpectRefusal(std::vector<std::string> arguments, int exitCode, const std::string& line) const;
 
-    // "store init" and "mailbox add po box".
+    // "store init" and "mailbox add po box". With VELMORA_TEST_INDEX=document-document the store has no settings file, and its
+    // indexes are documents.
     void MakeStore() const;
-    // From here on no index is saved.
+    // From here on no index is saved; those that are there are read.
     void TurnIndexWritersOff() const;
     // A file outside the store.
     std::filesystem::path MakeFile(std::string_view name, std::string_view bytes) const;

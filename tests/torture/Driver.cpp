@@ -33,6 +33,8 @@ using Time = std::chrono::steady_clock;
 constexpr char kProviders[] = "SOFTWARE\\Wow6432Node\\Velmora\\Velmora\\Providers";
 // For all of them together. A deed may wait for a block for two minutes and a half.
 constexpr auto kStopTimeout = std::chrono::seconds(240);
+// Between the end of a process's output and its own.
+constexpr auto kEndTimeout = std::chrono::seconds(10);
 constexpr uint64_t kMostPrinted = 100;  // faults; the others are counted
 constexpr auto kBetweenChecks = std::chrono::seconds(5);
 
@@ -55,12 +57,19 @@ private:
     void KillOne();
     void LookForTheDead();
     bool StopAll();
+    void TellWhyItDoesNotStop(Fighter& fighter, Time::time_point until);
     void LetGo();
     void EndAll();
     void Check(bool last);
     void LookAtBlocks(const std::map<uint32_t, History>& histories);
     void Report();
     void KeepStore();
+    fs::path ErrorFileOf(uint64_t fighter) { return store_.Directory().Path() / "journals" / (std::to_string(fighter) + ".err"); }
+    // Of one process, with what it wrote to its standard error.
+    void FaultOf(const Fighter& fighter, const std::string& text)
+    {
+        Fault("process " + std::to_string(fighter.number) + " " + text + ": " + test::ReadFileBytes(ErrorFileOf(fighter.number)));
+    }
     void Fault(const std::string& text)
     {
         if (++faults_ > kMostPrinted) return;
@@ -123,7 +132,7 @@ void Driver::Start()
     const fs::path journal = journals / (std::to_string(number) + ".txt");
     journals_.emplace_back(journal, number);
     test::ChildOptions options;
-    options.stderrPath = journals / (std::to_string(number) + ".err");
+    options.stderrPath = ErrorFileOf(number);
     options.environment = {{"VELMORA_EVENTLOG", (journals / (std::to_string(number) + ".log")).string()}};
     fighters_.push_back(
         {number, std::make_unique<test::ChildProcess>(test::OwnProgramPath(), WorkerArguments(plan_, number, journal), options)});
@@ -134,9 +143,7 @@ void Driver::LookForTheDead()
     for (Fighter& fighter : fighters_) {
         const auto code = fighter.process->Ended();
         if (!code) continue;
-        const fs::path errors = store_.Directory().Path() / "journals" / (std::to_string(fighter.number) + ".err");
-        Fault("process " + std::to_string(fighter.number) + " ended by itself with " + std::to_string(*code) + ": " +
-              test::ReadFileBytes(errors));
+        FaultOf(fighter, "ended by itself with " + std::to_string(*code));
         fighter.process.reset();
     }
     std::erase_if(fighters_, [](const Fighter& fighter) { return !fighter.process; });
@@ -178,10 +185,21 @@ bool Driver::StopAll()
     for (Fighter& fighter : fighters_) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Time::now()).count();
         if (fighter.process->ReadLine(left > 0 ? static_cast<uint32_t>(left) : 0) == kStopped) continue;
-        Fault("process " + std::to_string(fighter.number) + " does not come to a stop");
+        TellWhyItDoesNotStop(fighter, std::min(end, Time::now() + kEndTimeout));
         all = false;
     }
     return all;
+}
+
+// One that died since it was looked at gives no answer either, and by the end of its output it may not quite have ended.
+void Driver::TellWhyItDoesNotStop(Fighter& fighter, Time::time_point until)
+{
+    std::optional<int> code = fighter.process->Ended();
+    while (!code && Time::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        code = fighter.process->Ended();
+    }
+    FaultOf(fighter, code ? "ended by itself with " + std::to_string(*code) : "does not come to a stop");
 }
 
 void Driver::LetGo()
@@ -194,7 +212,7 @@ void Driver::EndAll()
     for (Fighter& fighter : fighters_) fighter.process->CloseInput();
     for (Fighter& fighter : fighters_) {
         const int code = fighter.process->Wait();
-        if (code != 0) Fault("process " + std::to_string(fighter.number) + " ended with " + std::to_string(code));
+        if (code != 0) FaultOf(fighter, "ended with " + std::to_string(code));
     }
     fighters_.clear();
 }

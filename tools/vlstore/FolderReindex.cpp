@@ -6,6 +6,7 @@
 
 #include "ExitCode.h"
 #include "FolderTree.h"
+#include "Progress.h"
 #include "Session.h"
 #include "System.h"
 
@@ -45,7 +46,10 @@ public:
         store_.FolderDirectory(name_);
         if (options_.dryRun) output_.Remark("would list anew");
         output_.Begin({"folder", "folders"});
-        Reindex(name_);
+        {
+            Progress progress("folder");
+            Reindex(name_, progress);
+        }
         output_.End();
         output_.Finish();
         gaps_.Finish();
@@ -53,8 +57,9 @@ public:
 
 private:
     // A list that is written may rename directories; those below are gone through as they are called then.
-    void Reindex(const FolderName& name)
+    void Reindex(const FolderName& name, Progress& progress)
     {
+        progress.Step();
         const fs::path directory = store_.FolderDirectory(name);
         if (!options_.dryRun) {
             StoreFolderRecord record = RecordOf(name);
@@ -62,12 +67,13 @@ private:
                 throw Failure(ExitCode::IoError, "the list of folders could not be written: " + (directory / "_folder.xml").string());
         }
         std::vector<std::string> names = DirectoriesIn(directory);
+        progress.Erase();
         output_.Add({name.Str(), static_cast<int64_t>(names.size())});
         if (!options_.recursive) return;
         std::sort(names.begin(), names.end());
         for (const std::string& child : names) {
             try {
-                Reindex(name.Child(child));
+                Reindex(name.Child(child), progress);
             } catch (const Failure& failure) {
                 gaps_.Add(name.Child(child), failure.what());
             }

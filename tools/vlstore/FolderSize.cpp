@@ -8,6 +8,7 @@
 #include "ExitCode.h"
 #include "FolderTree.h"
 #include "Message.h"
+#include "Progress.h"
 #include "Session.h"
 
 namespace vlstore {
@@ -23,11 +24,13 @@ struct Options {
 constexpr uint32_t kBytes = 0, kKilobytes = 1;
 constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
 
-int64_t SizeOf(const Store& store, const FolderName& name, bool kilobytes)
+int64_t SizeOf(const Store& store, const FolderName& name, bool kilobytes, Progress& progress)
 {
+    progress.Step();
     StoreFolderRecord record = RecordOf(name);
     if (store.Functions().folderSize(&record, kilobytes ? kKilobytes : kBytes) != 1)
         throw Failure(ExitCode::IoError, "the folder could not be measured: " + name.Str());
+    progress.Erase();
     if (record.FolderSize == kLargest) PutMessage("note: that much or more; the store counts no further: " + name.Str());
     return record.FolderSize;
 }
@@ -38,14 +41,17 @@ void ShowSizes(const Options& options, Session& session, Output& output)
     const Store store(session);
     store.FolderDirectory(name);
     const std::vector<std::string> names = {"folder", options.kilobytes ? "kilobytes" : "bytes"};
-    const Row whole = {name.Str(), SizeOf(store, name, options.kilobytes)};
-    if (!options.recursive) return output.Value(names, whole, 1);
-    output.Begin(names);
-    output.Add(whole);
     WalkGaps gaps;
-    WalkFolders(store, name, true, gaps, [&](const ListedFolder& folder) {
-        if (folder.there) output.Add({folder.name.Str(), SizeOf(store, folder.name, options.kilobytes)});
-    });
+    {
+        Progress progress("folder");
+        const Row whole = {name.Str(), SizeOf(store, name, options.kilobytes, progress)};
+        if (!options.recursive) return output.Value(names, whole, 1);
+        output.Begin(names);
+        output.Add(whole);
+        WalkFolders(store, name, true, gaps, [&](const ListedFolder& folder) {
+            if (folder.there) output.Add({folder.name.Str(), SizeOf(store, folder.name, options.kilobytes, progress)});
+        });
+    }
     output.End();
     output.Finish();
     gaps.Finish();

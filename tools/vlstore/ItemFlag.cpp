@@ -14,6 +14,7 @@
 #include "ItemIds.h"
 #include "Message.h"
 #include "OpenFolder.h"
+#include "Progress.h"
 #include "Session.h"
 #include "SettingsFile.h"
 
@@ -52,7 +53,7 @@ public:
             IdsByUpdate updates = UpdatesFor(folder, ids);
             if (updates.empty()) break;
             if (pass > 0) folder.WriteAnew(ids);
-            for (const auto& [text, some] : updates) Update(folder.Directory(), text, some);
+            UpdateAll(folder.Directory(), updates);
             folder.Reload();
         }
         Report(folder, ids);
@@ -92,7 +93,16 @@ private:
         if (!flags.empty()) updates[UpdateText(sign, flags)].push_back(id);
     }
 
-    void Update(const std::filesystem::path& directory, const std::string& text, const std::vector<std::string>& ids) const
+    void UpdateAll(const std::filesystem::path& directory, const IdsByUpdate& updates) const
+    {
+        size_t total = 0;
+        for (const auto& [text, ids] : updates) total += ids.size();
+        Progress progress(total);
+        for (const auto& [text, ids] : updates) Update(directory, text, ids, progress);
+    }
+
+    void Update(const std::filesystem::path& directory, const std::string& text, const std::vector<std::string>& ids,
+                Progress& progress) const
     {
         for (size_t at = 0; at < ids.size(); at += kItemsOfOneCall) {
             std::string list = IdList(ids, at, kItemsOfOneCall);
@@ -100,6 +110,7 @@ private:
                 return store_.Functions().updateItem(name_.postoffice.c_str(), name_.mailbox.c_str(), name_.folder.c_str(), list.c_str(),
                                                      text.c_str());
             });
+            progress.Step(std::min(kItemsOfOneCall, ids.size() - at));
         }
     }
 

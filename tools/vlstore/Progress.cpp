@@ -14,7 +14,9 @@ constexpr const char* kEraseLine = "\r\x1b[K";
 
 }  // namespace
 
-Progress::Progress(uint64_t total) : shown_(IsTerminal(stderr)), total_(total) {}
+Progress::Progress(uint64_t total) : shown_(IsTerminal(stderr)), behind_(" of " + std::to_string(total)) {}
+
+Progress::Progress(const char* counted) : shown_(IsTerminal(stderr)), before_(std::string(counted) + " ") {}
 
 Progress::~Progress() { Erase(); }
 
@@ -23,14 +25,14 @@ void Progress::Erase() const
     if (shown_) std::fputs(kEraseLine, stderr);
 }
 
-void Progress::Step()
+void Progress::Step(uint64_t count)
 {
-    ++done_;
+    done_ += count;
     if (!shown_) return;
     auto now = std::chrono::steady_clock::now();
     if (now - last_ < kBetweenLines) return;
     last_ = now;
-    std::fprintf(stderr, "%s%" PRIu64 " of %" PRIu64, kEraseLine, done_, total_);
+    std::fprintf(stderr, "%s%s%" PRIu64 "%s", kEraseLine, before_.c_str(), done_, behind_.c_str());
 }
 
 }  // namespace vlstore

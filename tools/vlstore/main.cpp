@@ -86,6 +86,22 @@ void AddVerbs(CLI::App& app, Session& session)
     vlstore::AddPropertyList(*AddNoun(app, "property", "Properties of items"), session);
 }
 
+// The help of the tool names the verbs of each noun, the help of a noun tells what they do.
+void NameVerbs(CLI::App& app)
+{
+    const auto all = [](CLI::App*) { return true; };
+    for (CLI::App* noun : app.get_subcommands(all)) {
+        std::string text = noun->get_description();
+        const char* before = ": ";
+        for (const CLI::App* verb : noun->get_subcommands(all)) {
+            text += before + verb->get_name();
+            before = ", ";
+        }
+        noun->description(text);
+    }
+    app.footer("\"vlstore NOUN --help\" tells what its verbs do, \"vlstore NOUN VERB --help\" what a verb takes.");
+}
+
 int RunVerb(Session& session)
 {
     // From here on whatever the library prints cannot reach our standard output.
@@ -109,6 +125,7 @@ int main(int argc, char** argv)
     app.fallthrough();                       // for all verbs: the options of the tool itself may stand behind a verb as well
     AddGlobalOptions(app, session);
     AddVerbs(app, session);
+    NameVerbs(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
