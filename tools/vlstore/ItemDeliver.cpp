@@ -167,37 +167,41 @@ private:
     void ConfirmOthers()
     {
         std::string reason;
-        for (int pass = 0; pass < kPasses && !AllConfirmed(); ++pass) reason = LookThrough(pass > 0);
+        bool anew = false;
+        for (int pass = 0; pass < kPasses && !AllConfirmed(); ++pass) {
+            try {
+                LookThrough(anew);
+                reason = "it is not listed, or not with its flags";
+                anew = true;
+            } catch (const Failure& failure) {
+                reason = failure.what();
+            }
+        }
         for (const Delivered& item : delivered_) {
             if (!item.confirmed)
                 AddFault(ExitCode::IoError, "delivered, but not indexed yet: " + item.id + " from " + item.label + ": " + reason);
         }
     }
 
-    // Has the folder scanned and counted, and looks for the messages that are not confirmed; why some still are not.
-    // `anew`: writes their items out again before, and has the scan after that take the stamp of the save off them.
-    std::string LookThrough(bool anew)
+    // Has the folder scanned and counted, and looks for the messages that are not confirmed. `anew`, when that has not helped:
+    // writes their items out again before, and has the scan after that take the stamp of the save off them, and READ with it.
+    void LookThrough(bool anew)
     {
-        try {
-            AwaitFree(directory_);
+        AwaitFree(directory_);
+        MarkDirty(directory_);
+        OpenFolder folder(store_, name_, LockWaitOf(session_));
+        if (anew) {
+            folder.WriteAnew(Unconfirmed(folder));
             MarkDirty(directory_);
-            OpenFolder folder(store_, name_, LockWaitOf(session_));
-            if (anew) {
-                folder.WriteAnew(Unconfirmed(folder));
-                MarkDirty(directory_);
-                folder.Reload();
-            }
-            bool changed = false;
-            for (Delivered& item : delivered_) {
-                if (!item.confirmed) changed |= AddFlags(folder, item.id);
-            }
-            if (changed) folder.Reload();
-            for (Delivered& item : delivered_) item.confirmed = item.confirmed || IsStored(folder, item.id);
-            if (!AllConfirmed()) MarkDirty(directory_);
-            return "it is not listed, or not with its flags";
-        } catch (const Failure& failure) {
-            return failure.what();
+            folder.Reload();
         }
+        bool changed = false;
+        for (Delivered& item : delivered_) {
+            if (!item.confirmed) changed |= AddFlags(folder, item.id);
+        }
+        if (changed) folder.Reload();
+        for (Delivered& item : delivered_) item.confirmed = item.confirmed || IsStored(folder, item.id);
+        if (!AllConfirmed()) MarkDirty(directory_);
     }
 
     std::vector<std::string> Unconfirmed(OpenFolder& folder) const

@@ -1,5 +1,6 @@
 #include "OpenFolder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -97,12 +98,15 @@ void OpenFolder::Open()
     RequireReadAndWrite(directory_);
     if (wait_ == LockWait::Refuse) RefuseIfHeld(name_, directory_);
     NoteLeftBehind();
-    // A load takes the lock with a single attempt, which others at work in the folder can make fail.
-    auto end = std::chrono::steady_clock::now() + kMoment;
+    // A load takes the lock with a single attempt, which others at work in the folder can make fail. While they are, who waits
+    // for them goes on.
+    auto begin = std::chrono::steady_clock::now();
+    auto end = begin + kMoment;
     do {
         uint64_t opened = library_.folderOpen(name_.postoffice.c_str(), name_.mailbox.c_str(), name_.folder.c_str(),
                                               static_cast<uint32_t>(kind_), VELMORA_OPEN_NORMAL);
         if (opened != 0) return;
+        if (wait_ == LockWait::Wait && IsHeld(directory_)) end = std::min(std::chrono::steady_clock::now() + kMoment, begin + kLongWait);
         std::this_thread::sleep_for(kBetweenAttempts);
     } while (std::chrono::steady_clock::now() < end);
     // The lock may have been taken between the look and the open.
