@@ -14,6 +14,7 @@
 #include <stdexcept>
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Wine.h"
 
 namespace velmora::test {
 
@@ -181,9 +182,15 @@ void ChildProcess::Start(const std::filesystem::path& program, const std::vector
     for (const std::string& argument : arguments) line += ' ' + Quoted(argument);
     std::string environment = EnvironmentWith(options.environment);
     PROCESS_INFORMATION started{};
-    if (!CreateProcessA(program.string().c_str(), line.data(), nullptr, nullptr, TRUE, EXTENDED_STARTUPINFO_PRESENT, environment.data(),
-                        nullptr, &startup.StartupInfo, &started))
-        ThrowLast("cannot start " + program.string());
+    const auto start = [&] {
+        std::string text = line;  // may be written to
+        return CreateProcessA(program.string().c_str(), text.data(), nullptr, nullptr, TRUE, EXTENDED_STARTUPINFO_PRESENT,
+                              environment.data(), nullptr, &startup.StartupInfo, &started) != FALSE;
+    };
+    bool begun = start();
+    // Under load Wine now and then fails by itself before the program has begun.
+    for (int attempt = 0; !begun && GetLastError() == ERROR_INTERNAL_ERROR && RunsUnderWine() && attempt < 3; ++attempt) begun = start();
+    if (!begun) ThrowLast("cannot start " + program.string());
     CloseHandle(started.hThread);
     process_ = reinterpret_cast<intptr_t>(started.hProcess);
     id_ = started.dwProcessId;
