@@ -503,33 +503,30 @@ TEST_F(WriterTrust, ARewriteOverAFileThatCouldNotBeLookedAtOnceLooksAgain)
     EXPECT_TRUE(folder_.IsMarked());
 }
 
+// Whether a rewrite of what was loaded marks the folder when it replaces a file that others have put there since.
+bool MarksWhenItReplaces(const char* others)
+{
+    IndexFolder folder;
+    folder.Write(kThree);
+    LoadedTable table(folder);
+    folder.Write(others);
+    SetItemKeyProperty(table["b"], "SUBJECT", "ours");
+    EXPECT_EQ(folder.Save(table), 1u);
+    EXPECT_EQ(folder.Bytes(), kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
+    return folder.IsMarked();
+}
+
 TEST_F(WriterTrust, ARewriteOverAFileWhoseHeaderTellsNothingMarksTheFolder)
 {
     for (const char* const others : {"<BASEELEMENT></BASEELEMENT>\r\n", "<BASEELEMENT LASTUID=\"nonsense\"></BASEELEMENT>\r\n",
-                                     "<BASEELEMENT LASTUID=\"-19\"></BASEELEMENT>\r\n", "", "<other"}) {
-        IndexFolder folder;
-        folder.Write(kThree);
-        LoadedTable table(folder);
-        folder.Write(others);
-        SetItemKeyProperty(table["b"], "SUBJECT", "ours");
-        EXPECT_EQ(folder.Save(table), 1u);
-        EXPECT_EQ(folder.Bytes(), kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
-        EXPECT_TRUE(folder.IsMarked()) << others;
-    }
+                                     "<BASEELEMENT LASTUID=\"-19\"></BASEELEMENT>\r\n", "", "<other"})
+        EXPECT_TRUE(MarksWhenItReplaces(others)) << others;
 }
 
 TEST_F(WriterTrust, ARewriteOverADocumentThatTellsNoHigherNumberMarksNothing)
 {
-    for (const char* const others : {"<BASEELEMENT LASTUID=\"19\"></BASEELEMENT>\r\n", "<BASEELEMENT LASTUID=\"x00000013\"/>"}) {
-        IndexFolder folder;
-        folder.Write(kThree);
-        LoadedTable table(folder);
-        folder.Write(others);
-        SetItemKeyProperty(table["b"], "SUBJECT", "ours");
-        EXPECT_EQ(folder.Save(table), 1u);
-        EXPECT_EQ(folder.Bytes(), kHead + kA + WithSubject("b", 20, "ours") + kC + kTail);
-        EXPECT_FALSE(folder.IsMarked()) << others;
-    }
+    for (const char* const others : {"<BASEELEMENT LASTUID=\"19\"></BASEELEMENT>\r\n", "<BASEELEMENT LASTUID=\"x00000013\"/>"})
+        EXPECT_FALSE(MarksWhenItReplaces(others)) << others;
 }
 
 TEST_F(WriterTrust, ADamagedFileThatWasReplacedInFullIsDamagedNoMore)

@@ -72,24 +72,16 @@ TEST_F(FolderOnTerminal, ARemovalIsAskedFor)
     EXPECT_FALSE(fs::exists(FolderPath("Inbox/Projects")));
 }
 
-TEST_F(FolderOnTerminal, AMeasurementCountsItsFolders)
+TEST_F(FolderOnTerminal, AMeasurementAndAReindexCountTheirFolders)
 {
     MakeFolders();
-    Terminal terminal;
-    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", "size", kInbox, "--recursive"}).exitCode, 0);
-    const std::string shown = terminal.Read();
-    EXPECT_TRUE(shown.starts_with("\r\x1b[Kfolder 1\r\x1b[K")) << shown;
-    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
-}
-
-TEST_F(FolderOnTerminal, AReindexCountsItsFolders)
-{
-    MakeFolders();
-    Terminal terminal;
-    EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", "reindex", kInbox, "--recursive"}).exitCode, 0);
-    const std::string shown = terminal.Read();
-    EXPECT_TRUE(shown.starts_with("\r\x1b[Kfolder 1\r\x1b[K")) << shown;
-    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+    for (const char* const verb : {"size", "reindex"}) {
+        Terminal terminal;
+        EXPECT_EQ(InStoreWith({.stderrPath = terminal.Path()}, {"folder", verb, kInbox, "--recursive"}).exitCode, 0);
+        const std::string shown = terminal.Read();
+        EXPECT_TRUE(shown.starts_with("\r\x1b[Kfolder 1\r\x1b[K")) << verb << shown;
+        EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << verb << shown;
+    }
 }
 
 TEST_F(FolderLinks, ALinkIsListedAndNotGoneInto)
