@@ -192,15 +192,16 @@ TEST_F(DocumentLoad, AnErrorOfTheFacilityIsPrintedAndEmptiesTheTable)
     EXPECT_EQ(Bytes(), IndexFile(9, Element("a", 1)));
 }
 
-// A document that loads, and then has no root to give.
+// A document that loads, and fails when it is asked for its root the second time, for the LASTUID, or from the third time on.
+template <int First, int Last>
 class LateRaisingDocument : public RaisingDocument {
 public:
     static std::unique_ptr<platform::XmlDocument> Make() { return std::make_unique<LateRaisingDocument>(); }
     bool LoadBytes(std::string_view bytes) override { return inner_->LoadBytes(bytes); }
     platform::XmlNode DocumentElement() const override
     {
-        if (asked_++ == 0) return inner_->DocumentElement();
-        return RaisingDocument::DocumentElement();
+        ++asked_;
+        return asked_ < First || asked_ > Last ? inner_->DocumentElement() : RaisingDocument::DocumentElement();
     }
 
 private:
@@ -208,11 +209,24 @@ private:
     mutable int asked_ = 0;
 };
 
-// With 0 in its place the UIDs of removed items would be given again.
-TEST_F(DocumentLoad, ALastUidThatTheFacilityCannotGiveEndsTheLoad)
+TEST_F(DocumentLoad, ALastUidThatTheFacilityCannotGiveIsZeroAndGivesNoUidAgain)
 {
     Write(OldFile("9", Element("a", 1)));
-    MSXMLStoreIndexSerialiser serialiser(LateRaisingDocument::Make);
+    MSXMLStoreIndexSerialiser serialiser(LateRaisingDocument<2, 2>::Make);
+    const std::string out = CaptureStdout([&] { table_.LoadLevel = serialiser.Deserialise(table_, Folder(), 0, "po", "box", 3, 0, 0); });
+    EXPECT_EQ(table_.LoadLevel, 3);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(table_.LastUID, 1u) << "raised by the item alone";
+    EXPECT_EQ(table_.IndexFileTime, 0u);
+    EXPECT_EQ(Add(table_, "new")->Uid(), 2u);
+    EXPECT_EQ(MSXMLStoreIndexSerialiser().Serialise(table_, Folder(), 0), 1u);
+    EXPECT_EQ(FindLoadedItem(table_, "new")->Uid(), 10u) << "behind those of removed items";
+}
+
+TEST_F(DocumentLoad, AnErrorBehindTheLastUidEndsTheLoad)
+{
+    Write(OldFile("9", Element("a", 1)));
+    MSXMLStoreIndexSerialiser serialiser(LateRaisingDocument<3, 99>::Make);
     const std::string out = CaptureStdout([&] { EXPECT_EQ(serialiser.Deserialise(table_, Folder(), 0, "po", "box", 3, 0, 0), 0); });
     EXPECT_TRUE(out.starts_with("Error:\nCode = 80004005\n")) << out;
     EXPECT_TRUE(log_.Traces().empty());

@@ -100,22 +100,36 @@ public:
     {
     }
 
-    void Run(const XmlNode& root)
+    // False when the LASTUID could not be had.
+    bool Run(const XmlDocument& document)
     {
-        const std::optional<std::string> lastUid = root.Attribute(kLastUidName);
-        if (lastUid) index_.LastUID = LastUidOfText(*lastUid);
+        const bool hasLastUid = ReadLastUID(document);
         // Of a document everything is in memory, whatever was chosen.
         index_.LoadSelection.clear();
-        if (lastUid && !lastUid->starts_with('x')) index_.RewriteRequired = 1;
-        if (!lastUid)
-            for (XmlNode element = root.FirstElement(); element; element = element.NextElement()) ++index_.LastUID;
+        const XmlNode root = document.DocumentElement();
         for (XmlNode element = root.FirstElement(); element; element = element.NextElement()) TakeElement(element);
         SequenceByUid();
         // Last: a load that memory ran out in has told nothing of the file.
         content_.ReadAsDocument = content_.UnusualFile = true;
+        return hasLastUid;
     }
 
 private:
+    // Kept: an error of the facility in here gives 0, and the load goes on.
+    bool ReadLastUID(const XmlDocument& document)
+    try {
+        const XmlNode root = document.DocumentElement();
+        const std::optional<std::string> lastUid = root.Attribute(kLastUidName);
+        if (lastUid) index_.LastUID = LastUidOfText(*lastUid);
+        if (lastUid && !lastUid->starts_with('x')) index_.RewriteRequired = 1;
+        if (!lastUid)
+            for (XmlNode element = root.FirstElement(); element; element = element.NextElement()) ++index_.LastUID;
+        return true;
+    } catch (const ComError&) {
+        index_.LastUID = 0;
+        return false;
+    }
+
     void TakeElement(const XmlNode& element)
     {
         auto item = std::make_unique<Item>(room_.Next());
@@ -337,8 +351,10 @@ try {
     const LoadedFile file = LoadFile(*document, path);
     openedFile_ = file.loaded || file.lookedInto;
     if (file.loaded) {
-        DocumentParser(index, folderPath, verifyItemFiles > 0, file.namesKept).Run(document->DocumentElement());
-        index.IndexFileTime = file.lastWrite;
+        // Without the number the table does not count as that of the file: a save takes the number from there, and gives new items
+        // UIDs behind it.
+        const bool whole = DocumentParser(index, folderPath, verifyItemFiles > 0, file.namesKept).Run(*document);
+        index.IndexFileTime = whole ? file.lastWrite : 0;
         return kFullLevel;
     }
     if (openedFile_) {
@@ -351,7 +367,7 @@ try {
     }
     return 0;
 } catch (const ComError& error) {
-    // It tells nothing of the file. Nor is a LASTUID that cannot be had taken for 0, which would give UIDs again.
+    // It tells nothing of the file.
     openedFile_ = false;
     PrintComError(error);
     UnInit(index);
