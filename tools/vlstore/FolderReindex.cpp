@@ -50,6 +50,7 @@ public:
             Progress progress("folder");
             Reindex(name_, progress);
         }
+        for (const Row& row : rows_) output_.Add(row);
         output_.End();
         output_.Finish();
         gaps_.Finish();
@@ -67,8 +68,7 @@ private:
                 throw Failure(ExitCode::IoError, "the list of folders could not be written: " + (directory / "_folder.xml").string());
         }
         std::vector<std::string> names = DirectoriesIn(directory);
-        progress.Erase();
-        output_.Add({name.Str(), static_cast<int64_t>(names.size())});
+        rows_.push_back({name.Str(), static_cast<int64_t>(names.size())});
         if (!options_.recursive) return;
         std::sort(names.begin(), names.end());
         for (const std::string& child : names) {
@@ -84,6 +84,7 @@ private:
     Output& output_;
     const FolderName name_;
     Store store_;
+    std::vector<Row> rows_;
     WalkGaps gaps_;
 };
 

@@ -42,16 +42,18 @@ void ShowSizes(const Options& options, Session& session, Output& output)
     store.FolderDirectory(name);
     const std::vector<std::string> names = {"folder", options.kilobytes ? "kilobytes" : "bytes"};
     WalkGaps gaps;
+    std::vector<Row> rows;
     {
         Progress progress("folder");
         const Row whole = {name.Str(), SizeOf(store, name, options.kilobytes, progress)};
         if (!options.recursive) return output.Value(names, whole, 1);
-        output.Begin(names);
-        output.Add(whole);
+        rows.push_back(whole);
         WalkFolders(store, name, true, gaps, [&](const ListedFolder& folder) {
-            if (folder.there) output.Add({folder.name.Str(), SizeOf(store, folder.name, options.kilobytes, progress)});
+            if (folder.there) rows.push_back({folder.name.Str(), SizeOf(store, folder.name, options.kilobytes, progress)});
         });
     }
+    output.Begin(names);
+    for (const Row& row : rows) output.Add(row);
     output.End();
     output.Finish();
     gaps.Finish();

@@ -129,11 +129,12 @@ private:
     // Where there is no index, the insert would scan the folder, and find the message that it is about.
     void MakeIndexIfMissing()
     {
-        if (FindIndexFile(directory_)) return;
+        if (madeIndex_ || FindIndexFile(directory_)) return;
+        madeIndex_ = true;
         try {
             OpenFolder(store_, name_, LockWaitOf(session_));
         } catch (const Failure&) {
-            // The message comes all the same, and is not confirmed.
+            // The messages come all the same, and are not confirmed. One wait for the lock is enough.
         }
     }
 
@@ -261,6 +262,7 @@ private:
     Output& output_;
     FolderName name_;
     Store store_;
+    bool madeIndex_ = false;  // or tried to
     fs::path directory_;
     ItemNames names_;
     std::vector<Delivered> delivered_;

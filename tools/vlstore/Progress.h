@@ -17,7 +17,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void Step(uint64_t count = 1);
-    // Makes room for another line, on standard output as well: both may be one terminal.
+    // Makes room for another line of standard error. What goes to standard output waits for the end: both may be one terminal.
     void Erase() const;
 
 private:
